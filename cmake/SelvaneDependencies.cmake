@@ -1,0 +1,30 @@
+# The external libraries, each behind one imported target.
+
+find_package(Threads REQUIRED)
+find_package(Armadillo REQUIRED)
+find_package(Eigen3 3.3 REQUIRED NO_MODULE)
+
+add_library(selvane_armadillo INTERFACE)
+target_include_directories(selvane_armadillo SYSTEM INTERFACE ${ARMADILLO_INCLUDE_DIRS})
+target_link_libraries(selvane_armadillo INTERFACE ${ARMADILLO_LIBRARIES})
+add_library(Selvane::Armadillo ALIAS selvane_armadillo)
+
+# LAPACK and BLAS come from OpenBLAS, which also lets a program hold its threads to one.
+find_library(SELVANE_OPENBLAS_LIBRARY NAMES openblas REQUIRED)
+add_library(selvane_lapack INTERFACE)
+target_link_libraries(selvane_lapack INTERFACE ${SELVANE_OPENBLAS_LIBRARY})
+add_library(Selvane::Lapack ALIAS selvane_lapack)
+
+find_path(SELVANE_FFTW_INCLUDE_DIR fftw3.h REQUIRED)
+find_library(SELVANE_FFTW_LIBRARY NAMES fftw3 REQUIRED)
+add_library(selvane_fftw INTERFACE)
+target_include_directories(selvane_fftw SYSTEM INTERFACE ${SELVANE_FFTW_INCLUDE_DIR})
+target_link_libraries(selvane_fftw INTERFACE ${SELVANE_FFTW_LIBRARY})
+add_library(Selvane::Fftw ALIAS selvane_fftw)
+
+find_path(SELVANE_TCLAP_INCLUDE_DIR tclap/CmdLine.h REQUIRED)
+add_library(selvane_tclap INTERFACE)
+target_include_directories(selvane_tclap SYSTEM INTERFACE ${SELVANE_TCLAP_INCLUDE_DIR})
+add_library(Selvane::Tclap ALIAS selvane_tclap)
+
+install(TARGETS selvane_armadillo selvane_lapack selvane_fftw selvane_tclap EXPORT SelvaneTargets)
