@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Optimization/TrustRegionSolver.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+namespace {
+
+// Acceptance and update of the trust region.
+constexpr double collapsedRadius = 1e-11;
+constexpr double acceptRatio = 0.25;
+constexpr double growRatio = 0.75;
+constexpr double shrinkFactor = 0.25;
+
+// The iteration on the shift.
+constexpr double upper = 1.00000000001; // of the radius: lengths below count as inside
+constexpr double lower = 0.99999999999; // of the radius: lengths above count as outside
+constexpr double tiny = 1e-11;
+constexpr int maxPasses = 20000;
+
+using Vector = arma::Col<double>;
+using Matrix = arma::Mat<double>;
+
+/// Upper factor R of A = R^T R, read from the upper triangle of A; empty if A isn't positive definite.
+/// The library complains on the standard error stream about matrices that are unsymmetric or not finite, so
+/// it sees the mirrored triangle, and finite ones only.
+std::optional<Matrix> factorise(const Matrix& A) {
+    if (!A.is_square())
+        throw std::logic_error("chol(): given matrix is not square");
+    const Matrix symmetric = arma::symmatu(A);
+    Matrix R;
+    if (!symmetric.is_finite() || !arma::chol(R, symmetric, "upper"))
+        return std::nullopt;
+    return R;
+}
+
+/// Solution of R^T q = b.
+Vector solveLower(const Matrix& R, const Vector& b) {
+    return arma::solve(arma::trimatl(R.t()), b, arma::solve_opts::fast);
+}
+
+/// Solution of R^T R p = b.
+Vector solveFactorised(const Matrix& R, const Vector& b) {
+    return arma::solve(arma::trimatu(R), solveLower(R, b), arma::solve_opts::fast);
+}
+
+/// The largest singular value, 0 when there is none to be had.
+double spectralNorm(const Matrix& A) {
+    if (A.is_empty())
+        return 0.0;
+    if (A.n_rows == 1 || A.n_cols == 1)
+        return arma::norm(arma::vectorise(A), 2);
+    Vector singularValues;
+    return arma::svd(singularValues, A) ? singularValues[0] : 0.0;
+}
+
+/// Least left end of the Gershgorin discs of A's rows: no eigenvalue of a symmetric A lies below.
+double gershgorinBound(const Matrix& A) {
+    double bound = std::numeric_limits<double>::infinity();
+    for (arma::uword i = 0; i < A.n_rows; ++i) {
+        const double discRadius = arma::sum(arma::abs(A.row(i))) - std::abs(A(i, i));
+        bound = std::min(bound, A(i, i) - discRadius);
+    }
+    return bound;
+}
+
+/// The shift lambda and its bracket.
+struct Shift {
+    double low, high, lambda;
+
+    void bisect() { lambda = std::max(low + 0.25 * (high - low), std::sqrt(high * low)); }
+};
+
+enum class Pass { Done, Continue, HardCase };
+
+/// One safeguarded Newton step on 1/radius = 1/|p(lambda)|; Done leaves the solution in p.
+Pass improve(Shift& shift, const Vector& b, const Matrix& A, double radius, Vector& p) {
+    const std::optional<Matrix> R = factorise(A + shift.lambda * arma::eye(A.n_rows, A.n_cols));
+    if (!R) {
+        if (shift.high - shift.lambda < tiny)
+            return Pass::HardCase;
+        shift.low = shift.lambda;
+        shift.bisect();
+        return Pass::Continue;
+    }
+    p = solveFactorised(*R, b);
+    const Vector q = solveLower(*R, p);
+    const double length = arma::norm(p, 2);
+    if (length > radius * lower && length < radius * upper)
+        return Pass::Done;
+
+    const double ratio = length / arma::norm(q, 2);
+    const double newton = ratio * ratio * (length - radius) / radius + shift.lambda;
+    if (length > radius * upper)
+        shift.low = shift.lambda;
+    if (length < radius * lower)
+        shift.high = shift.lambda;
+    if (shift.high - shift.low < tiny)
+        return Pass::HardCase;
+    if (shift.low < newton && newton < shift.high)
+        shift.lambda = newton;
+    else
+        shift.bisect();
+    return Pass::Continue;
+}
+
+/// Eigenvalues of the mirrored upper triangle, ascending, and eigenvectors; false if there are none.
+bool decompose(const Matrix& A, Vector& eigenvalues, Matrix& eigenvectors) {
+    const Matrix symmetric = arma::symmatu(A);
+    return !symmetric.is_empty() && symmetric.is_finite() &&
+           arma::eig_sym(eigenvalues, eigenvectors, symmetric, "dc");
+}
+
+/// b has no part along the lowest eigenvector, which alone can then bring the step to the boundary.
+Vector solveHardCase(const Vector& b, const Matrix& A, double radius) {
+    std::cout << "Hard case !\n";
+
+    Vector eigenvalues;
+    Matrix eigenvectors;
+    // Deliberate: without a decomposition the radius multiplies |b| and doesn't divide it.
+    if (!decompose(A, eigenvalues, eigenvectors))
+        return b * (arma::norm(b, 2) * radius);
+
+    // The shift is minus the lowest eigenvalue; the pseudo-inverse of the then singular matrix gives p.
+    const double lowest = eigenvalues[0];
+    Vector weights = eigenvalues - lowest;
+    weights.transform([](double e) { return std::abs(e) < tiny ? 0.0 : 1.0 / e; });
+    const Vector p = eigenvectors * (weights % (eigenvectors.t() * b));
+
+    const double missing = radius - arma::norm(p, 2);
+    const Vector first = p + missing * eigenvectors.col(0);
+    const Vector second = p - missing * eigenvectors.col(0);
+    const auto twiceModel = [&](const Vector& x) { return arma::dot(x, A * x) - 2.0 * arma::dot(b, x); };
+    // Deliberate: of the two candidates the one with the larger, that is poorer, model value is taken.
+    return twiceModel(first) > twiceModel(second) ? first : second;
+}
+
+} // namespace
+
+TrustRegionSolver::TrustRegionSolver(std::shared_ptr<ThirdOrderOracle> oracle, unsigned long n, double radius)
+    : TrustRegionSolver(std::move(oracle), Vector(n, arma::fill::zeros), radius) {}
+
+TrustRegionSolver::TrustRegionSolver(std::shared_ptr<ThirdOrderOracle> oracle, const arma::Col<double>& x0,
+                                     double radius)
+    : m_oracle(std::move(oracle))
+    , m_gradient(x0.n_elem, arma::fill::zeros)
+    , m_step(x0.n_elem, arma::fill::zeros)
+    , m_radius(radius) {
+    m_x = x0;
+}
+
+void TrustRegionSolver::doStep() {
+    m_value = m_oracle->getFunctionGradiantAndHessian(m_x, m_gradient, m_hessian);
+    double ratio = reductionRatio();
+    while (ratio < acceptRatio && m_radius >= collapsedRadius) {
+        m_radius *= shrinkFactor;
+        ratio = reductionRatio();
+    }
+    m_x += m_step;
+    if (ratio > growRatio)
+        m_radius += m_radius;
+}
+
+double TrustRegionSolver::getResiduals() {
+    return m_radius < collapsedRadius ? 0.0 : arma::dot(m_gradient, m_gradient);
+}
+
+/// Solves for m_step inside the present radius and weighs its reduction against the model's.
+double TrustRegionSolver::reductionRatio() {
+    m_step = solveSubProblem(-0.5 * m_gradient, 0.5 * m_hessian, m_radius);
+    const double actual = m_oracle->getFunctionValue(m_x + m_step) - m_value;
+    const double predicted = arma::dot(m_gradient, m_step) + 0.5 * arma::dot(m_step, m_hessian * m_step);
+    return actual / predicted;
+}
+
+arma::Col<double> TrustRegionSolver::solveSubProblem(const arma::Col<double>& b, const arma::Mat<double>& A,
+                                                     double radius) {
+    if (const std::optional<Matrix> R = factorise(A)) {
+        const Vector p = solveFactorised(*R, b);
+        if (arma::norm(p, 2) < radius * upper)
+            return p;
+    }
+
+    Shift shift;
+    shift.low = 0.0;
+    shift.high = arma::norm(b, 2) * upper / radius + spectralNorm(A);
+    shift.lambda = std::max(0.0, -gershgorinBound(A));
+    Vector p;
+    for (int pass = 0; pass < maxPasses; ++pass) {
+        const Pass outcome = improve(shift, b, A, radius, p);
+        if (outcome == Pass::Done)
+            return p;
+        if (outcome == Pass::HardCase)
+            break;
+    }
+    return solveHardCase(b, A, radius);
+}
+
+std::pair<bool, arma::Col<double>> TrustRegionSolver::solveConvexSubProblem(const arma::Col<double>& b,
+                                                                            const arma::Mat<double>& A,
+                                                                            double radius) {
+    if (!factorise(A))
+        return {false, Vector(b.n_elem, arma::fill::zeros)};
+    return {true, solveSubProblem(b, A, radius)};
+}
