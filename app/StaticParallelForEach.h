@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_APP_STATICPARALLELFOREACH_H
+#define SELVANE_APP_STATICPARALLELFOREACH_H
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/ParallelRunner.h"
+#include "app/ProgressBar.h"
+
+/// A loop over the tasks 0, ..., nTasks - 1 with a progress bar. Each worker has a contiguous range of
+/// ceil(nTasks / nThreads) tasks, fixed in advance; late workers may have fewer or none.
+/// T derives from StaticForEachThread.
+template <class T>
+class StaticParallelForEach : public ParallelRunner<T> {
+public:
+    /// @param taskName  what the tasks are, in the message about workers that could not be started
+    StaticParallelForEach(unsigned long nThreads, unsigned long nTasks, std::string taskName = "tasks")
+        : ParallelRunner<T>(nThreads)
+        , m_progress{static_cast<int>(nTasks), 70}
+        , m_taskName(std::move(taskName)) {
+        const double share =
+            std::ceil(static_cast<double>(nTasks) / static_cast<double>(std::max(nThreads, 1UL)));
+        const auto chunk = static_cast<unsigned long>(share);
+        unsigned long begin = 0;
+        for (const auto& thread : this->m_threads) {
+            thread->setRange(begin, std::min(begin + chunk, nTasks));
+            thread->setProgress(&m_progress, &m_counter);
+            begin += chunk;
+        }
+    }
+
+    /// Closes the bar.
+    virtual ~StaticParallelForEach() { std::cout << std::endl; }
+
+    /// As ParallelRunner::run(); names the tasks of workers that could not be started on the standard error
+    /// stream. A worker without tasks isn't missed.
+    std::vector<bool> run() {
+        const std::vector<bool> done = ParallelRunner<T>::run();
+        this->m_allDone = true;
+        for (std::size_t i = 0; i < done.size(); ++i) {
+            const T& thread = *this->m_threads[i];
+            if (done[i] || thread.getBegin() >= thread.getEnd())
+                continue;
+            this->m_allDone = false;
+            std::cerr << "selvane: worker " << i << " could not be started, " << m_taskName << " "
+                      << thread.getBegin() << " to " << thread.getEnd() - 1 << " are not done" << std::endl;
+        }
+        return done;
+    }
+
+private:
+    ProgressBar m_progress;
+    unsigned long m_counter = 0;
+    std::string m_taskName;
+};
+
+#endif
