@@ -1,0 +1,252 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/FittingWorkflow.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <initializer_list>
+#include <iterator>
+#include <limits>
+#include <system_error>
+#include <thread>
+
+#include "Math/cVector3.h"
+#include "Math/structure.h"
+
+namespace {
+
+constexpr double PI = 3.141592653589793;
+
+[[noreturn]] void reject(const TCLAP::Arg& option, const std::string& text) {
+    throw TCLAP::CmdLineParseException(text, option.toString());
+}
+
+unsigned long defaultThreads() {
+    return std::max(std::thread::hardware_concurrency(), 1U);
+}
+
+/// Number of rotations that the sampling makes for a step in degrees: the points of a spiral that each stand
+/// for step^2 square degrees, times a full turn. Not an integer type, as small steps exceed all of them.
+double countRotations(double step) {
+    return std::ceil(129600.0 / (step * step * PI)) * std::ceil(360.0 / step);
+}
+
+/// Whether two paths name one file: by device and inode if both exist, by their canonical form if not.
+bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (fs::exists(a, error) && fs::exists(b, error))
+        return fs::equivalent(a, b, error);
+    const fs::path canonicalA = fs::weakly_canonical(fs::absolute(a, error), error);
+    const fs::path canonicalB = fs::weakly_canonical(fs::absolute(b, error), error);
+    return !error && canonicalA == canonicalB;
+}
+
+} // namespace
+
+bool FittingWorkflow::risesAboveCut(double sigma) {
+    constexpr double cut = 0.0001;
+    const double peak = 1.0 / std::sqrt(8.0 * PI * PI * PI * sigma * sigma * sigma);
+    return std::isfinite(peak) && peak > cut;
+}
+
+FittingWorkflow::FittingWorkflow()
+    : TCLAP::CmdLine("No message set.", ' ', "No version set.")
+    , m_ipdb("", "ipdb", "path to the input pdb file", true, "", "string")
+    , m_iedm("", "iedm", "path to the input edm file", true, "", "string")
+    // Deliberate: the texts of nmodes, clusterThreshold and clustering differ from the defaults in force,
+    // which are 0, the radius of gyration itself, and off.
+    , m_nmodes("", "nmodes", "number of normal modes used. default value : 20", false, 0, "unsigned integer")
+    , m_nthread("", "nthread", "number of thread used. default value : the number of core of the machine",
+                false, defaultThreads(), "unsigned integer")
+    , m_cutoff("", "cutoff", "cutoff distance used by the spring model (in Angstrom). default value : 10",
+               false, 10.0, "double")
+    , m_stiffness("", "stiffness", "the spring constant of our anisotropic network model. default value : 1",
+                  false, 1.0, "double")
+    , m_maxrmsd("", "maxrmsd", "Maximum RMSD produced by the normal modes (in Angstrom). default value : 0",
+                false, 0.0, "double")
+    , m_sigma("", "sigma", "width of our guassian in Angstrom. default value : max(dh)", false, 0.0, "double")
+    , m_filtersigma(
+          "", "filtersigma",
+          "(no unit). Only the values of the map that deviate more than filtersigma*stdandard "
+          "deviation from the average value of the map will be kept. Specify -3 if you want to keep "
+          "all the data from map. Default value 0",
+          false, 0.0, "double")
+    , m_dangle(
+          "", "dangle",
+          "space between two rotation angles. default value : 360 / (4 pi max(N))^{1/3}.This sampling is "
+          "very coarse and the user may provide a better estimate ",
+          false, 400.0, "double")
+    , m_clusterThreshold("", "clusterThreshold",
+                         "the distance between two clusters (in Angstrom). default value : 0.5*radius of "
+                         "gyration",
+                         false, 0.0, "double")
+    , m_odir("", "odir", "the path to the directory in which the solutions will be put. default value : ./",
+             false, "./", "string")
+    , m_nsolutions("", "nsolutions",
+                   "number of solutions computed value : \t * 1000 if clustering is disabled.   * "
+                   "1000*nclusters if  clustering is enabled",
+                   false, 1000, "integer")
+    , m_nclusters("", "nclusters", "number of clustered solutions default value : 10", false, 10, "integer")
+    , m_clustering("", "clustering", "turn the clustering on (default)")
+    , m_nopadding("", "nopadding", "turn the padding off and the periodicity on")
+    , m_multistep("", "multistep", "use multistep algorithm to refine the top conformations")
+    , m_changelogVisitor(*this, "")
+    , m_changelog("log", "changelog", "Displays ChangeLog information and exits.", &m_changelogVisitor) {
+    addOptions();
+}
+
+void FittingWorkflow::addOptions() {
+    TCLAP::Arg* const options[] = {
+        &m_ipdb,       &m_iedm,      &m_nmodes,      &m_nthread,   &m_cutoff,           &m_stiffness,
+        &m_maxrmsd,    &m_sigma,     &m_filtersigma, &m_dangle,    &m_clusterThreshold, &m_odir,
+        &m_nsolutions, &m_nclusters, &m_clustering,  &m_nopadding, &m_multistep};
+    TCLAP::Arg* const hidden[] = {&m_nmodes, &m_cutoff, &m_stiffness, &m_maxrmsd, &m_multistep};
+
+    add(m_changelog);
+    for (TCLAP::Arg* option : options) {
+        add(option);
+        if (std::find(std::begin(hidden), std::end(hidden), option) == std::end(hidden))
+            option->addToList(m_usageArguments);
+    }
+}
+
+void FittingWorkflow::parse(int argc, const char* const* argv) {
+    parseOptions(argc, argv);
+    runCheck([this] { refuseUnavailableOptions(); });
+}
+
+void FittingWorkflow::parseOptions(int argc, const char* const* argv) {
+    TCLAP::CmdLine::parse(argc, argv);
+    runCheck([this] {
+        checkCounts();
+        checkScales();
+        checkPaths();
+    });
+}
+
+/// Runs a check and ends its exceptions as the library ends those of its own parsing.
+template <class Check>
+void FittingWorkflow::runCheck(Check check) {
+    try {
+        check();
+    } catch (TCLAP::ArgException& error) {
+        if (!getExceptionHandling())
+            throw;
+        failParsing(error);
+    }
+}
+
+void FittingWorkflow::failParsing(TCLAP::ArgException& error) {
+    int status = EXIT_FAILURE;
+    try {
+        getOutput()->failure(*this, error);
+    } catch (const TCLAP::ExitException& end) {
+        status = end.getExitStatus();
+    }
+    std::exit(status);
+}
+
+void FittingWorkflow::checkCounts() const {
+    if (m_nthread.getValue() < 1)
+        reject(m_nthread, "The number of threads has to be 1 or more");
+    if (m_nsolutions.getValue() < 1)
+        reject(m_nsolutions, "The number of solutions has to be 1 or more");
+    if (m_nclusters.getValue() < 1)
+        reject(m_nclusters, "The number of clusters has to be 1 or more");
+    const std::int64_t kept = std::int64_t{m_nsolutions.getValue()} * m_nclusters.getValue();
+    if (useClustering() && kept > std::numeric_limits<int>::max())
+        reject(m_nclusters, "nsolutions times nclusters is " + std::to_string(kept) +
+                                ", more than 2147483647: lower one of them");
+}
+
+void FittingWorkflow::checkScales() const {
+    for (const auto* option :
+         {&m_cutoff, &m_stiffness, &m_maxrmsd, &m_sigma, &m_filtersigma, &m_dangle, &m_clusterThreshold})
+        if (!std::isfinite(option->getValue()))
+            reject(*option, "The value has to be a finite number");
+    for (const auto* option : {&m_cutoff, &m_stiffness})
+        if (!(option->getValue() > 0.0))
+            reject(*option, "The value has to be above 0");
+    if (m_sigma.isSet() && !(m_sigma.getValue() > 0.0 && risesAboveCut(m_sigma.getValue())))
+        reject(m_sigma,
+               "The width has to be above 0 and below about 73.9 Angstrom, where a Gaussian is too flat "
+               "to be seen");
+    if (!m_dangle.isSet())
+        return;
+    // The identity may be added and the progress bar counts one rotation ahead, both in an int.
+    constexpr double mostRotations = 2147483645.0;
+    if (!(m_dangle.getValue() > 0.0))
+        reject(m_dangle, "The step has to be above 0 degrees");
+    if (!(countRotations(m_dangle.getValue()) <= mostRotations))
+        reject(m_dangle, "The step gives more than 2147483645 rotations: give a larger one");
+}
+
+void FittingWorkflow::checkPaths() const {
+    const std::string& directory = m_odir.getValue();
+    if (directory.empty())
+        reject(m_odir, "The output directory is empty: give a path, or leave the option out for ./");
+    const std::string outputs[] = {
+        directory + "/edm.map",      directory + "/original.pdb", directory + "/Rigid_solution.pdb",
+        directory + "/Solution.pdb", directory + "/log.txt",      "./density.map"};
+    for (const auto* input : {&m_ipdb, &m_iedm})
+        for (const std::string& output : outputs)
+            if (isSameFile(input->getValue(), output))
+                reject(*input, "The run would overwrite its input '" + input->getValue() +
+                                   "' with its output '" + output +
+                                   "': move the input, or give another odir or working directory");
+}
+
+/// Options of work that this build doesn't do yet.
+void FittingWorkflow::refuseUnavailableOptions() const {
+    for (const TCLAP::Arg* option : std::initializer_list<const TCLAP::Arg*>{
+             &m_multistep, &m_clustering, &m_clusterThreshold, &m_nclusters})
+        if (option->isSet())
+            reject(*option, "This build doesn't offer this option yet: leave it out");
+}
+
+bool FittingWorkflow::useClustering() const {
+    return m_clustering.getValue() || m_clusterThreshold.isSet() || m_nclusters.isSet();
+}
+
+int FittingWorkflow::getCapacity() const {
+    return useClustering() ? m_nsolutions.getValue() * m_nclusters.getValue() : m_nsolutions.getValue();
+}
+
+double FittingWorkflow::getSigma(const cVector3& cellDim) const {
+    return m_sigma.isSet() ? m_sigma.getValue() : std::max({cellDim.x, cellDim.y, cellDim.z});
+}
+
+double FittingWorkflow::getDangle(const unsigned int* mapSize) const {
+    if (m_dangle.isSet())
+        return m_dangle.getValue();
+    const double nMax = *std::max_element(mapSize, mapSize + 3);
+    return 360.0 / std::pow(nMax * 4.0 * PI, 0.3333333333333333);
+}
+
+double FittingWorkflow::getClusterThreshold(const std::vector<std::array<double, 3>>& positions) const {
+    return m_clusterThreshold.isSet() ? m_clusterThreshold.getValue() : getRadiusOfGyration(positions);
+}
+
+void FittingWorkflow::saveArgumentLog(const std::string& path, const cVector3& cellDim,
+                                      const unsigned int* mapSize,
+                                      const std::vector<std::array<double, 3>>& positions) const {
+    std::ofstream log(path, std::ios::out | std::ios::app);
+    const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+    log << "run of " << std::ctime(&now) << std::endl;
+    log << _progName << " --ipdb " << m_ipdb.getValue() << " --iedm " << m_iedm.getValue();
+    log << " --nthread " << m_nthread.getValue() << " --sigma " << getSigma(cellDim) << " --filtersigma "
+        << m_filtersigma.getValue() << " --dangle " << getDangle(mapSize);
+    if (useClustering())
+        log << " --clustering "
+            << " --clusterThreshold " << getClusterThreshold(positions) << " --nclusters "
+            << m_nclusters.getValue();
+    // Deliberate: the solutions kept, not the option as given.
+    log << " --nsolutions " << getCapacity();
+    log << " --odir " << m_odir.getValue() << std::endl << std::endl;
+}
