@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "lints.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace lints {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path SOURCE_ROOT = SELVANE_SOURCE_DIR;
+
+const std::string SPDX = "// SPDX-License-Identifier: GPL-3.0-or-later\n";
+
+/// Two layers, one above the other, a private one and a library that only the top may see.
+const std::string SMALL_TABLE = "# a comment\n"
+                                "Base = Base/*\n"
+                                "Log = Log/*\n"
+                                "Top = Top/*\n"
+                                "app = app/*\n"
+                                "\n"
+                                "Base -> (Log)\n"
+                                "Log ->\n"
+                                "Top -> Base\n"
+                                "app -> Top\n"
+                                "<wide*> : Top\n";
+
+std::string joined(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + "\n";
+    }
+    return text;
+}
+
+Layers projectLayers() {
+    std::ifstream in(SOURCE_ROOT / "tests" / "lints" / "layers.txt");
+    std::ostringstream table;
+    table << in.rdbuf();
+    return parseLayers(table.str());
+}
+
+TEST(Project, NoIncludeGoesAgainstTheLayers) {
+    const std::vector<std::string> faults = layerFaults(SOURCE_ROOT, projectLayers());
+    EXPECT_TRUE(faults.empty()) << joined(faults);
+}
+
+TEST(Project, EverySourceStartsWithTheLicenceLine) {
+    const std::vector<std::string> faults = licenceFaults(SOURCE_ROOT);
+    EXPECT_TRUE(faults.empty()) << joined(faults);
+}
+
+TEST(Project, EveryTestFileIsNamedAndEveryNamedOneExists) {
+    const std::vector<std::string> faults = testListFaults(SOURCE_ROOT);
+    EXPECT_TRUE(faults.empty()) << joined(faults);
+}
+
+TEST(Matches, StarStandsForAnyCharacters) {
+    EXPECT_TRUE(matches("Math/cGrid.*", "Math/cGrid.h"));
+    EXPECT_TRUE(matches("*Order*", "ThirdOrderCrossCorrelation.cpp"));
+    EXPECT_TRUE(matches("a*", "a"));
+    EXPECT_FALSE(matches("Math/cGrid.*", "Math/cGridPadding.h"));
+    EXPECT_FALSE(matches("Math", "Math/cGrid.h"));
+}
+
+TEST(ParseLayers, FirstMatchingLineGivesTheLayer) {
+    const Layers layers = projectLayers();
+    EXPECT_EQ(layers.layerOf("Math/cGrid.cpp"), "MathGrid");
+    EXPECT_EQ(layers.layerOf("Math/cVector3.h"), "MathPrimitives");
+    EXPECT_EQ(layers.layerOf("CrossCorrelation/ThirdOrderCrossCorrelation.h"),
+              "CrossCorrelation/correlations");
+    EXPECT_EQ(layers.layerOf("Unknown/x.h"), "");
+}
+
+TEST(ParseLayers, WhatIsForSourcesIsNotPassedOn) {
+    const Layers layers = projectLayers();
+    EXPECT_EQ(layers.headers.at("MathGrid").count("IO"), 0u);
+    EXPECT_EQ(layers.sources.at("MathGrid").count("IO"), 1u);
+    EXPECT_EQ(layers.sources.at("Interpolation").count("IO"), 0u);
+}
+
+TEST(ParseLayers, ProjectHasNoCycle) {
+    const Layers layers = projectLayers();
+    for (const auto& [layer, uses] : layers.headers) {
+        for (const std::string& used : uses) {
+            EXPECT_TRUE(used == layer || layers.headers.at(used).count(layer) == 0)
+                << layer << " and " << used;
+        }
+    }
+}
+
+TEST(ParseLayers, RefusesUnknownLinesAndLayersWithoutFiles) {
+    EXPECT_THROW(parseLayers("Base Base/*\n"), std::runtime_error);
+    EXPECT_THROW(parseLayers("Base = Base/*\nBase -> Missing\n"), std::runtime_error);
+}
+
+/// A source tree of a few files below a temporary folder.
+class FakeTree : public testing::Test {
+protected:
+    void SetUp() override {
+        std::string pattern = (fs::temp_directory_path() / "selvane-lints-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        m_root = pattern;
+        write("Libraries/Base/b.h", SPDX);
+        write("Libraries/Log/l.h", SPDX);
+        write("Libraries/Top/t.h", SPDX + "#include \"Base/b.h\"\n#include <vector>\n#include <wide.h>\n");
+        write("app/main.cpp", SPDX + "#include \"Top/t.h\"\n#include \"Base/b.h\"\n");
+    }
+    void TearDown() override { fs::remove_all(m_root); }
+
+    void write(const std::string& name, const std::string& text) {
+        fs::create_directories((m_root / name).parent_path());
+        std::ofstream(m_root / name) << text;
+    }
+    std::string faults() const { return joined(layerFaults(m_root, parseLayers(SMALL_TABLE))); }
+
+    fs::path m_root;
+};
+
+TEST_F(FakeTree, IsCleanAtFirst) {
+    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(joined(licenceFaults(m_root)), "");
+    EXPECT_EQ(joined(testListFaults(m_root)), "");
+}
+
+TEST_F(FakeTree, IncludeOfALayerAboveIsAFault) {
+    write("Libraries/Base/b.cpp", SPDX + "\n  #  include \"Top/t.h\" // up\n");
+    EXPECT_EQ(faults(), "Libraries/Base/b.cpp:3: Base must not include \"Top/t.h\" of Top\n");
+}
+
+TEST_F(FakeTree, PrivateLayerIsForSourcesAlone) {
+    write("Libraries/Base/b.cpp", SPDX + "#include \"Log/l.h\"\n");
+    EXPECT_EQ(faults(), "");
+    write("Libraries/Base/b.h", SPDX + "#include \"Log/l.h\"\n");
+    EXPECT_EQ(faults(), "Libraries/Base/b.h:2: Base must not include \"Log/l.h\" of Log\n");
+}
+
+TEST_F(FakeTree, NoLibraryIncludesTheProgram) {
+    write("app/run.h", SPDX);
+    write("Libraries/Top/t.cpp", SPDX + "#include \"app/run.h\"\n");
+    EXPECT_EQ(faults(), "Libraries/Top/t.cpp:2: Top must not include \"app/run.h\" of app\n");
+}
+
+TEST_F(FakeTree, OtherLibrariesHeadersStayInTheirLayer) {
+    write("app/main.cpp", SPDX + "#include <wide.h>\n#include <widest.h>\n");
+    EXPECT_EQ(faults(), "app/main.cpp:2: app must not include <wide.h>\n"
+                        "app/main.cpp:3: app must not include <widest.h>\n");
+}
+
+TEST_F(FakeTree, HeaderThatDoesNotExistIsAFault) {
+    write("app/main.cpp", SPDX + "#include \"t.h\"\n");
+    EXPECT_EQ(faults(), "app/main.cpp:2: there is no header \"t.h\"\n");
+}
+
+TEST_F(FakeTree, FileOutsideEveryLayerIsAFault) {
+    write("Libraries/Stray/s.h", SPDX);
+    EXPECT_EQ(faults(), "Libraries/Stray/s.h: no layer of the table holds this file\n");
+}
+
+TEST_F(FakeTree, TestsMayIncludeEverything) {
+    write("Libraries/Base/tests/b_test.cpp", SPDX + "#include \"Top/t.h\"\n#include <wide.h>\n");
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(FakeTree, MissingLicenceLineIsAFault) {
+    write("Libraries/Top/t.cpp", "\n" + SPDX);
+    write("examples/e.h", "");
+    EXPECT_EQ(licenceFaults(m_root).size(), 2u);
+}
+
+TEST_F(FakeTree, TestThatNobodyRunsIsAFault) {
+    write("Libraries/Base/tests/b_test.cpp", SPDX);
+    EXPECT_EQ(joined(testListFaults(m_root)),
+              "Libraries/Base/tests/b_test.cpp: no CMakeLists.txt names this test\n");
+    write("Libraries/Base/CMakeLists.txt", "# tests/b_test.cpp\n");
+    EXPECT_EQ(testListFaults(m_root).size(), 1u) << "a comment names nothing";
+    write("Libraries/Base/CMakeLists.txt", "selvane_test(b SOURCES tests/b_test.cpp)\n");
+    EXPECT_EQ(joined(testListFaults(m_root)), "");
+}
+
+TEST_F(FakeTree, NamedTestThatIsMissingIsAFault) {
+    write("app/CMakeLists.txt", "selvane_test(a SOURCES tests/a_test.cpp)\n");
+    EXPECT_EQ(joined(testListFaults(m_root)),
+              "app/tests/a_test.cpp: named in a CMakeLists.txt but missing\n");
+}
+
+} // namespace
+} // namespace lints
