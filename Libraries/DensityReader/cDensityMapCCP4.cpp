@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "DensityReader/cDensityMapCCP4.h"
+
+#include <cmath>
+
+cVector3 cDensityMapCCP4::getFrameShiftFromOriginWords() const {
+    constexpr double NEGLIGIBLE = 1e-3; // of a voxel: single-precision words can't tell less
+    const cVector3 words(m_originWords[0], m_originWords[1], m_originWords[2]);
+    if (isEmpty() || words == cVector3(0.0)) {
+        return cVector3(0.0);
+    }
+    cVector3 shift = words - m_firstVoxelByStartWords;
+    for (int axis = 0; axis < 3; ++axis) {
+        if (!std::isfinite(shift[axis])) {
+            return cVector3(0.0);
+        }
+        if (std::abs(shift[axis]) <= NEGLIGIBLE * std::abs(m_delta[axis])) {
+            shift[axis] = 0.0;
+        }
+    }
+    return shift;
+}

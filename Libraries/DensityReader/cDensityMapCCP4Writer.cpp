@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "DensityReader/cDensityMapCCP4.h"
+
+#include "DensityReader/ccp4Layout.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <vector>
+
+namespace {
+
+static_assert(std::numeric_limits<float>::is_iec559, "the format holds IEEE floats");
+
+using HeaderBytes = std::array<char, ccp4::HEADER_SIZE>;
+
+template <class Field>
+void put(HeaderBytes& header, ccp4::Offset offset, const Field& field) {
+    std::memcpy(header.data() + offset, &field, sizeof(field));
+}
+
+/// Whether a voxel array of this shape holds every voxel of a map of these sizes.
+bool covers(const std::array<std::size_t, 3>& shape, const std::array<int, 3>& sizes) {
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        if (sizes[axis] > 0 && shape[axis] < static_cast<std::size_t>(sizes[axis])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void writeVoxels(std::ostream& file, const VoxelArray<double>& voxels, const std::array<int, 3>& extent,
+                 const std::array<int, 3>& xyz2crs) {
+    const auto strides = ccp4::crsStrides(voxels.shape(), xyz2crs);
+    const auto columns = static_cast<std::size_t>(extent[0]), rows = static_cast<std::size_t>(extent[1]);
+    std::vector<float> buffer(columns);
+    for (std::size_t row = 0; row < rows * static_cast<std::size_t>(extent[2]) && file; ++row) {
+        const double* first = voxels.values().data() + row % rows * strides[1] + row / rows * strides[2];
+        for (std::size_t c = 0; c < columns; ++c) {
+            buffer[c] = static_cast<float>(first[c * strides[0]]);
+        }
+        file.write(reinterpret_cast<const char*>(buffer.data()),
+                   static_cast<std::streamsize>(columns * sizeof(float)));
+    }
+}
+
+} // namespace
+
+bool cDensityMapCCP4::save(const std::string& name) {
+    m_mode = ccp4::FLOAT_MODE;
+    const bool hasVoxels = *std::min_element(m_extent.begin(), m_extent.end()) > 0;
+    const auto xyz2crs = ccp4::invertAxisOrder(m_axisOrder);
+    if (hasVoxels && (isEmpty() || !xyz2crs || !covers(m_data->shape(), ccp4::toAxes(m_extent, *xyz2crs)))) {
+        return false;
+    }
+    HeaderBytes header{};
+    put(header, ccp4::EXTENT, m_extent);
+    put(header, ccp4::MODE, m_mode);
+    put(header, ccp4::START, m_start);
+    put(header, ccp4::SAMPLING, m_sampling);
+    put(header, ccp4::CELL_LENGTHS, m_cellLengths);
+    put(header, ccp4::CELL_ANGLES, m_cellAngles);
+    put(header, ccp4::AXIS_ORDER, m_axisOrder);
+    put(header, ccp4::MIN_DENSITY, m_minDensity);
+    put(header, ccp4::MAX_DENSITY, m_maxDensity);
+    put(header, ccp4::MEAN_DENSITY, m_meanDensity);
+    put(header, ccp4::SPACE_GROUP, int{1});
+    put(header, ccp4::MAP_WORD, std::array<char, 4>{'M', 'A', 'P', ' '});
+
+    std::ofstream file(name, std::ios::binary | std::ios::trunc);
+    file.write(header.data(), ccp4::UNWRITTEN);
+    file.seekp(ccp4::HEADER_SIZE);
+    if (hasVoxels) {
+        writeVoxels(file, *m_data, m_extent, *xyz2crs);
+    }
+    file.close();
+    return !file.fail();
+}

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Statistics over the voxels, and the operations that change voxels by a rule.
+#include "DensityReader/cDensityMapInterface.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+
+namespace {
+
+constexpr float EXTREME_START = 1e10F;
+constexpr double BINS_PER_RANGE = 0.0078125; // 1 / 128
+constexpr float LARGEST_EXPONENT = 100.0F;   // exp beyond it overflows single precision
+
+} // namespace
+
+void cDensityMapInterface::computeAvMaxMinDensity() {
+    // Deliberate: the extremes start at 0, and the sum is kept in single precision.
+    m_minDensity = m_maxDensity = m_meanDensity = 0.0F;
+    if (isEmpty()) {
+        return;
+    }
+    float sum = 0.0F;
+    for (const double density : m_data->values()) {
+        if (density < m_minDensity) {
+            m_minDensity = static_cast<float>(density);
+        }
+        if (density > m_maxDensity) {
+            m_maxDensity = static_cast<float>(density);
+        }
+        sum = static_cast<float>(sum + density);
+    }
+    m_meanDensity = sum / static_cast<float>(m_grid.getTotalSize());
+}
+
+void cDensityMapInterface::analyzeDensity() {
+    m_maxDensity = -EXTREME_START;
+    m_minDensity = EXTREME_START;
+    if (isEmpty()) {
+        return;
+    }
+    for (const double density : m_data->values()) {
+        if (density < m_minDensity) {
+            m_minDensity = static_cast<float>(density);
+        }
+        if (density > m_maxDensity) {
+            m_maxDensity = static_cast<float>(density);
+        }
+    }
+}
+
+void cDensityMapInterface::computeHistogram() {
+    m_histogram.fill(0.0F);
+    m_peakBin = 0;
+    m_histogramReady = false;
+    const float range = m_maxDensity - m_minDensity;
+    if (range == 0.0F || isEmpty()) {
+        return;
+    }
+    std::array<std::uint32_t, HISTOGRAM_BINS> counts{};
+    std::uint32_t largest = 0;
+    const auto& [nx, ny, nz] = m_data->shape();
+    // z outermost: of two voxels that bring bins to the same count, the first one visited sets the peak.
+    for (std::size_t column = 0; column < nz * ny; ++column) {
+        for (std::size_t i = 0; i < nx; ++i) {
+            const double density = (*m_data)(i, column % ny, column / ny);
+            const double bin = (density - m_minDensity) / (range * BINS_PER_RANGE);
+            // Deliberate: the first bin's width above the minimum is left out.
+            if (!(bin >= 1.0 && bin < HISTOGRAM_BINS + 1.0)) {
+                continue;
+            }
+            const auto index = static_cast<std::size_t>(bin) - 1;
+            if (++counts[index] > largest) {
+                largest = counts[index];
+                m_peakBin = static_cast<int>(index);
+                m_peakValue = static_cast<float>(density);
+            }
+        }
+    }
+    m_peakValueCopy = m_peakValue;
+    for (std::size_t bin = 0; largest > 0 && bin < counts.size(); ++bin) {
+        m_histogram[bin] = static_cast<float>(counts[bin]) / static_cast<float>(largest);
+    }
+    m_histogramReady = true;
+}
+
+void cDensityMapInterface::updateBin() {
+    const double bin = (m_peakValue - m_minDensity) / ((m_maxDensity - m_minDensity) * BINS_PER_RANGE);
+    const int whole = truncateToInt(bin);
+    m_peakBin = whole < 1 ? whole : whole - 1;
+}
+
+void cDensityMapInterface::regularizeEMDensity() {
+    if (isEmpty()) {
+        return;
+    }
+    auto& voxels = m_data->values();
+    const double mean = m_meanDensity;
+    double sum = 0.0;
+    for (const double density : voxels) {
+        sum += (density - mean) * (density - mean);
+    }
+    // Deliberate: the root before the division, so that sigma is far below a standard deviation.
+    const double sigma = std::sqrt(sum) / static_cast<double>(voxels.size());
+    const double threshold = sigma + sigma + mean;
+    std::replace_if(
+        voxels.begin(), voxels.end(), [=](double density) { return threshold > density; }, 0.0);
+}
+
+void cDensityMapInterface::requireTypedData(int type) const {
+    if (isEmpty() || !m_typedData || m_typedData->shape() != m_data->shape()) {
+        throw std::out_of_range("the density map has no typed values of the shape of its voxels");
+    }
+    if (type < 0 || static_cast<std::size_t>(type) >= m_typedData->valuesPerVoxel()) {
+        throw std::out_of_range("type " + std::to_string(type) + " asked of " +
+                                std::to_string(m_typedData->valuesPerVoxel()) + " typed values per voxel");
+    }
+}
+
+void cDensityMapInterface::chooseType(int type) {
+    requireTypedData(type);
+    auto& voxels = m_data->values();
+    const std::size_t perVoxel = m_typedData->valuesPerVoxel();
+    for (std::size_t v = 0; v < voxels.size(); ++v) {
+        voxels[v] = m_typedData->values()[v * perVoxel + static_cast<std::size_t>(type)];
+    }
+}
+
+void cDensityMapInterface::meanDensity(float temperature) {
+    requireTypedData(m_nTypes - 1);
+    auto& voxels = m_data->values();
+    const std::size_t perVoxel = m_typedData->valuesPerVoxel();
+    for (std::size_t v = 0; v < voxels.size(); ++v) {
+        double sum = 0.0;
+        for (int type = 0; type < m_nTypes; ++type) {
+            const float energy = m_typedData->values()[v * perVoxel + static_cast<std::size_t>(type)];
+            const float exponent = -energy / temperature;
+            sum += exponent < LARGEST_EXPONENT ? std::exp(exponent) : 0.0F;
+        }
+        voxels[v] = -temperature * std::log(sum);
+    }
+}
+
+void cDensityMapInterface::normalize(int total) {
+    requireTypedData(m_nTypes - 1);
+    if (!m_typeCounts || m_typeCounts->shape() != m_data->shape()) {
+        throw std::out_of_range("the density map has no type counts of the shape of its voxels");
+    }
+    const std::size_t perVoxel = m_typedData->valuesPerVoxel();
+    for (std::size_t v = 0; v < m_data->voxelCount(); ++v) {
+        const std::int64_t left = std::int64_t{total} - m_typeCounts->values()[v];
+        if (left <= 0) {
+            continue;
+        }
+        for (std::size_t type = 0; type < static_cast<std::size_t>(m_nTypes); ++type) {
+            m_typedData->values()[v * perVoxel + type] /= static_cast<float>(left);
+        }
+    }
+}
+
+cBBox cDensityMapInterface::getCropBBox(double threshold) const {
+    cBBox box;
+    bool found = false;
+    for (std::size_t v = 0; !isEmpty() && v < m_data->voxelCount(); ++v) {
+        if (!(m_data->values()[v] > threshold)) {
+            continue;
+        }
+        const std::size_t nz = m_data->shape()[2], row = v / nz, ny = m_data->shape()[1];
+        const cVector3 index(static_cast<double>(row / ny), static_cast<double>(row % ny),
+                             static_cast<double>(v % nz));
+        const cVector3 node = m_grid.m_box.m_min + index * m_grid.m_cellDim;
+        if (found) {
+            box.addVector(node);
+        } else {
+            box = cBBox(node, node);
+            found = true;
+        }
+    }
+    return box;
+}
