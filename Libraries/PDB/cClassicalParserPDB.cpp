@@ -1,0 +1,304 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The two passes over the lines of a file.
+#include "PDB/cClassicalParserPDB.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+#include <memory>
+#include <string_view>
+
+namespace {
+
+constexpr int BEFORE_FIRST_LINE = -1000;
+constexpr long FORMAT_PROBE_SIZE = 65536;      // characters looked at to tell an mmCIF file
+constexpr std::size_t READ_BLOCK_SIZE = 65536; // bytes
+
+struct CloseFile {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+
+[[noreturn]] void exitForUnreadableFile(const std::string& name, const char* reason) {
+    std::printf("Error: could not open pdb file %s", name.c_str());
+    std::fflush(stdout);
+    // The fixed text has no line end of its own, so this line begins with one.
+    std::fprintf(stderr, "\nselvane: %s: %s\n", name.c_str(), reason);
+    std::exit(1);
+}
+
+int fileTypeOf(const std::string& name) {
+    const auto dot = name.rfind('.');
+    std::string extension = dot == std::string::npos ? "" : name.substr(dot + 1);
+    for (char& c : extension) {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    if (extension == "pdb") {
+        return cClassicalParserPDB::PDB;
+    }
+    return extension == "pqr" ? cClassicalParserPDB::PQR : cClassicalParserPDB::UNKNOWN;
+}
+
+bool isAtomLine(int kind) {
+    return kind == cClassicalParserPDB::ATOM || kind == cClassicalParserPDB::HETATM;
+}
+
+bool endsModel(int kind) {
+    return kind == cClassicalParserPDB::END || kind == cClassicalParserPDB::NO_LINE ||
+           kind == cClassicalParserPDB::ENDMDL;
+}
+
+unsigned int chainKey(char chain) {
+    return static_cast<unsigned char>(chain);
+}
+
+} // namespace
+
+struct cClassicalParserPDB::SegmentState {
+    /// A line of this kind ends the open segment.
+    bool isClosedBy(int kind, int mode) const {
+        return (kind == TER && !m_isNew && mode != AT_ENDMDL) || (kind == ENDMDL && mode == AT_ENDMDL);
+    }
+    /// The next atom's chain ends the open segment.
+    bool isLeftFor(char chain, int mode) const {
+        return !m_isNew && mode == AT_CHAIN_AND_TER && chain != m_chain;
+    }
+    /// The next atom is the first of a chain.
+    bool beginsChain(char chain) const { return !m_hasChain || chain != m_chain || m_previousKind == TER; }
+
+    void noteAtom(char chain, int resSeq) {
+        m_isNew = false;
+        m_hasChain = true;
+        m_chain = chain;
+        m_resSeq = resSeq;
+    }
+
+    bool m_isNew = true; ///< the next atom begins a segment
+    bool m_hasChain = false;
+    char m_chain = '\0'; ///< chain and residue of the previous atom line, kept or not
+    int m_resSeq = 0;
+    int m_firstAtom = 0;
+    int m_firstResidue = 0;
+    int m_previousKind = BEFORE_FIRST_LINE;
+};
+
+cClassicalParserPDB::cClassicalParserPDB() {
+    cPDBAtom::initMaps();
+    cPDBAtom::initResCodes();
+}
+
+void cClassicalParserPDB::reset(const std::string& name, int segmentMode) {
+    m_nAtoms = 0;
+    m_nSegments = 0;
+    m_nWaters = 0;
+    m_hasMoreModels = false;
+    m_position = 0;
+    m_fileType = fileTypeOf(name);
+    m_inMissingResidues = 0;
+    m_segmentMode = segmentMode;
+    m_sequences.clear();
+}
+
+void cClassicalParserPDB::loadBuffer(const std::string& name) {
+    // Opening a pipe would wait for its other end, and a directory opens but can't be read.
+    std::error_code error;
+    const auto status = std::filesystem::status(name, error);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        exitForUnreadableFile(name, "not a regular file");
+    }
+    const std::unique_ptr<FILE, CloseFile> file(std::fopen(name.c_str(), "rb"));
+    if (!file) {
+        exitForUnreadableFile(name, std::strerror(errno));
+    }
+    m_buffer.clear();
+    std::size_t used = 0;
+    std::size_t got = 0;
+    do {
+        m_buffer.resize(used + READ_BLOCK_SIZE);
+        got = std::fread(m_buffer.data() + used, 1, READ_BLOCK_SIZE, file.get());
+        used += got;
+    } while (got > 0);
+    m_buffer.resize(used);
+    if (std::ferror(file.get()) != 0) {
+        exitForUnreadableFile(name, std::strerror(errno));
+    }
+}
+
+void cClassicalParserPDB::warnOfOtherFormat(const std::string& name) const {
+    const std::string_view text(m_buffer.data(),
+                                static_cast<std::size_t>(std::min(bufferSize(), FORMAT_PROBE_SIZE)));
+    if (text.substr(0, 2) == "\x1f\x8b") {
+        std::fprintf(stderr,
+                     "selvane: %s is compressed (gzip); unpack it first, with gzip -dc FILE > model.pdb\n",
+                     name.c_str());
+    } else if (text.substr(0, 5) == "data_" || text.find("\ndata_") != std::string_view::npos ||
+               text.find("\n_atom_site.") != std::string_view::npos) {
+        std::fprintf(
+            stderr,
+            "selvane: %s is an mmCIF file; convert it to the PDB format first, for example by opening it "
+            "in a molecular viewer and saving it as PDB\n",
+            name.c_str());
+    }
+}
+
+cClassicalParserPDB::Line cClassicalParserPDB::lineAt(long position) const {
+    return {m_buffer.data() + position, bufferSize() - position};
+}
+
+long cClassicalParserPDB::lineEnd(long position) const {
+    const auto end = std::find(m_buffer.begin() + position, m_buffer.end(), '\n');
+    return static_cast<long>(end - m_buffer.begin());
+}
+
+void cClassicalParserPDB::readFile(const std::string& name, int& nSegments, int& nAtoms, int segmentMode) {
+    reset(name, segmentMode);
+    loadBuffer(name);
+    warnOfOtherFormat(name);
+    nSegments = 0;
+    nAtoms = 0;
+    SegmentState state;
+    for (;;) {
+        const int kind = readPDBLine(m_buffer.data(), m_position, bufferSize());
+        if (state.m_previousKind == ATOM && kind != ATOM) {
+            endSequence(state.m_chain, state.m_resSeq);
+        }
+        if (isAtomLine(kind)) {
+            const Line line = lineAt(m_position);
+            ++nAtoms;
+            nSegments += state.isLeftFor(line.at(CHAIN_OFFSET), m_segmentMode);
+            countResidue(line.at(CHAIN_OFFSET), line.integer(RESSEQ_OFFSET, RESSEQ_WIDTH), state);
+        } else if (kind == MISSING_RESIDUE) {
+            readMissingResidue(lineAt(m_position));
+        } else if (state.isClosedBy(kind, m_segmentMode)) {
+            ++nSegments;
+            state.m_isNew = true;
+        }
+        if (endsModel(kind)) {
+            nSegments += !state.m_isNew;
+            lookForMoreModels();
+            return;
+        }
+        state.m_previousKind = kind;
+        m_position = lineEnd(m_position) + 1;
+    }
+}
+
+void cClassicalParserPDB::countResidue(char chain, int resSeq, SegmentState& state) {
+    if (state.beginsChain(chain)) {
+        if (state.m_previousKind == ATOM) {
+            endSequence(state.m_chain, state.m_resSeq);
+        }
+        startSequence(chain, resSeq);
+    }
+    state.noteAtom(chain, resSeq);
+}
+
+void cClassicalParserPDB::lookForMoreModels() {
+    for (;;) {
+        m_position = m_position < bufferSize() ? lineEnd(m_position) + 1 : m_position;
+        const int kind = readPDBLine(m_buffer.data(), m_position, bufferSize());
+        if (kind == NO_LINE) {
+            return;
+        }
+        if (isAtomLine(kind)) {
+            m_hasMoreModels = true;
+            return;
+        }
+    }
+}
+
+void cClassicalParserPDB::startSequence(char chain, int resSeq) {
+    cSequence& sequence = m_sequences[chainKey(chain)];
+    sequence.m_firstIsAtom = sequence.m_missing.empty() || resSeq < sequence.m_missing.front();
+    sequence.m_firstResidue = sequence.m_firstIsAtom ? resSeq : sequence.m_missing.front();
+    sequence.m_offset = 1 - sequence.m_firstResidue;
+}
+
+void cClassicalParserPDB::endSequence(char chain, int resSeq) {
+    cSequence& sequence = m_sequences[chainKey(chain)];
+    sequence.m_lastIsAtom = sequence.m_missing.empty() || resSeq > sequence.m_missing.back();
+    sequence.m_lastResidue = sequence.m_lastIsAtom ? resSeq : sequence.m_missing.back();
+}
+
+void cClassicalParserPDB::parseFields(cPDBSegment* segments, cPDBAtom* atoms, bool proteinOnly) {
+    m_nAtoms = 0;
+    m_nSegments = 0;
+    m_nWaters = 0;
+    m_position = 0;
+    SegmentState state;
+    for (;;) {
+        const int kind = readPDBLine(m_buffer.data(), m_position, bufferSize());
+        if (isAtomLine(kind)) {
+            addAtom(state, segments, atoms, proteinOnly);
+        } else if (state.isClosedBy(kind, m_segmentMode)) {
+            closeSegment(state, segments);
+            state.m_isNew = true;
+        }
+        if (endsModel(kind)) {
+            break;
+        }
+        state.m_previousKind = kind;
+        m_position = lineEnd(m_position) + 1;
+    }
+    if (!state.m_isNew) {
+        closeSegment(state, segments);
+    }
+}
+
+void cClassicalParserPDB::addAtom(SegmentState& state, cPDBSegment* segments, cPDBAtom* atoms,
+                                  bool proteinOnly) {
+    const Line line = lineAt(m_position);
+    const char chain = line.at(CHAIN_OFFSET);
+    const int resSeq = line.integer(RESSEQ_OFFSET, RESSEQ_WIDTH);
+    if (state.m_isNew) {
+        state.m_firstResidue = resSeq;
+    } else if (state.isLeftFor(chain, m_segmentMode)) {
+        // Deliberate: the new segment keeps the first residue of the one that the change of chain closes.
+        closeSegment(state, segments);
+    }
+    if (state.beginsChain(chain) && !m_sequences.empty()) {
+        m_sequences[chainKey(chain)];
+    }
+    cPDBAtom& atom = atoms[m_nAtoms]; // a rejected atom leaves its slot to the next
+    atom = cPDBAtom();
+    const long length = lineEnd(m_position) - m_position;
+    readFields(line, atom, static_cast<int>(std::min<long>(length, std::numeric_limits<int>::max())));
+    assignElement(atom);
+    atom.m_index = m_nAtoms;
+    atom.m_segment = m_nSegments;
+    if (isKept(atom, proteinOnly)) {
+        ++m_nAtoms;
+        segments[m_nSegments].m_residues.emplace(resSeq, atom.getResCode());
+    }
+    state.noteAtom(chain, resSeq);
+}
+
+void cClassicalParserPDB::assignElement(cPDBAtom& atom) const {
+    atom.m_resType = cPDBAtom::findResType(atom.m_resName);
+    const elementInformation* element = m_periodicTable.find(atom.m_element);
+    atom.m_radius = element != nullptr ? element->m_radius : 1.0F;
+    atom.m_mass = element != nullptr ? element->m_mass : 1.0F;
+}
+
+bool cClassicalParserPDB::isKept(const cPDBAtom& atom, bool proteinOnly) {
+    if (atom.isWater()) {
+        m_nWaters += !atom.isHydrogen();
+        return false;
+    }
+    // The first alternative stays by its letter, not by its occupancy.
+    return !atom.isHydrogen() && static_cast<signed char>(atom.m_altLoc[0]) <= 'A' &&
+           (!proteinOnly || atom.isAMINO() || atom.isNucleic());
+}
+
+void cClassicalParserPDB::closeSegment(SegmentState& state, cPDBSegment* segments) {
+    cPDBSegment& segment = segments[m_nSegments];
+    segment.m_firstAtom = state.m_firstAtom;
+    segment.m_nAtoms = m_nAtoms - state.m_firstAtom;
+    segment.m_firstResidue = state.m_firstResidue;
+    segment.m_lastResidue = state.m_resSeq;
+    ++m_nSegments;
+    state.m_firstAtom = m_nAtoms;
+}

@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Kinds of lines and the fields in them.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "PDB/cClassicalParserPDB.h"
+
+namespace {
+
+constexpr std::string_view MISSING_HEADING = "REMARK 465   M RES C SSSEQI";
+constexpr std::size_t LONGEST_LINE_READ = 78; // the element ends there
+constexpr int MAX_FIELD_WIDTH = 8;
+
+// Offsets in an atom line at which the optional fields begin.
+constexpr int OCCUPANCY_OFFSET = 54;
+constexpr int SEGMENT_OFFSET = 72;
+constexpr int ELEMENT_OFFSET = 76;
+
+bool isLetter(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+char upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool startsWith(std::string_view text, std::string_view prefix) {
+    return text.substr(0, prefix.size()) == prefix;
+}
+
+struct Trimmed {
+    int m_length;
+    int m_leadingBlanks;
+};
+
+Trimmed trim(char* field, int n) {
+    int end = n;
+    while (end > 0 && field[end - 1] == ' ') {
+        --end;
+    }
+    int begin = 0;
+    while (begin < end && field[begin] == ' ') {
+        ++begin;
+    }
+    std::copy(field + begin, field + end, field);
+    field[end - begin] = '\0';
+    return {end - begin, begin};
+}
+
+/// Sets the symbol to a letter in upper case and the character behind it, if a letter, in lower case.
+void setElement(cPDBAtom& atom, char first, char second) {
+    atom.m_element[0] = upper(first);
+    atom.m_element[1] = isLetter(second) ? lower(second) : '\0';
+    atom.m_element[2] = '\0';
+}
+
+/// Symbol from the atom name. Deliberate: without element columns the name CA reads as calcium, and CB as a
+/// symbol that the periodic table does not have.
+void setElementFromName(cPDBAtom& atom) {
+    const char* end = atom.m_name + std::strlen(atom.m_name);
+    const char* letter = std::find_if(static_cast<const char*>(atom.m_name), end, isLetter);
+    if (letter == end) {
+        atom.m_element[0] = '\0';
+        return;
+    }
+    setElement(atom, letter[0], letter[1]); // at the end of the name stands a zero
+}
+
+} // namespace
+
+void cClassicalParserPDB::Line::copy(int offset, int width, char* field) const {
+    for (int i = 0; i < width; ++i) {
+        field[i] = at(offset + i);
+    }
+    field[width] = '\0';
+}
+
+int cClassicalParserPDB::Line::integer(int offset, int width) const {
+    char field[MAX_FIELD_WIDTH + 1];
+    copy(offset, width, field);
+    return static_cast<int>(std::strtol(field, nullptr, 10)); // at most 5 characters, so it fits
+}
+
+double cClassicalParserPDB::Line::real(int offset, int width) const {
+    char field[MAX_FIELD_WIDTH + 1];
+    copy(offset, width, field);
+    return std::strtod(field, nullptr);
+}
+
+int cClassicalParserPDB::readPDBLine(const char* buffer, long position, long size) {
+    const int kind = classify(buffer, position, size);
+    if (kind == MISSING_HEADING_LINE) {
+        std::printf("Missing Residues:\n");
+        return REMARK;
+    }
+    return kind;
+}
+
+int cClassicalParserPDB::readPDBLine(const char* buffer, long position, long size, int& resSeq, char& chain,
+                                     char* resName, char* atomName) {
+    const int kind = classify(buffer, position, size);
+    if (kind == ATOM || kind == HETATM) {
+        const Line line = {buffer + position, size - position};
+        resSeq = line.integer(RESSEQ_OFFSET, RESSEQ_WIDTH);
+        chain = line.at(CHAIN_OFFSET);
+        if (kind == ATOM) {
+            line.copy(RESNAME_OFFSET, RESNAME_WIDTH, resName);
+            line.copy(NAME_OFFSET, NAME_WIDTH, atomName);
+            deleteSpacesInAString(atomName, NAME_WIDTH);
+        }
+    }
+    return kind == MISSING_HEADING_LINE ? static_cast<int>(REMARK) : kind;
+}
+
+int cClassicalParserPDB::classify(const char* buffer, long position, long size) {
+    if (position + 5 >= size) {
+        return NO_LINE;
+    }
+    const std::string_view line(buffer + position, static_cast<std::size_t>(size - position));
+    if (startsWith(line, MISSING_HEADING)) {
+        m_inMissingResidues = 1;
+        return MISSING_HEADING_LINE;
+    }
+    if (m_inMissingResidues != 0 && startsWith(line, "REMARK 465")) {
+        return MISSING_RESIDUE;
+    }
+    struct Prefix {
+        std::string_view m_text;
+        int m_kind;
+    };
+    constexpr Prefix PREFIXES[] = {{"ATOM ", ATOM}, {"HETATM", HETATM}, {"REMARK", REMARK},
+                                   {"TER", TER},    {"ENDMDL", ENDMDL}, {"END", END}};
+    for (const Prefix& prefix : PREFIXES) {
+        if (startsWith(line, prefix.m_text)) {
+            return prefix.m_kind;
+        }
+    }
+    return OTHER;
+}
+
+int cClassicalParserPDB::readPDBRecordFields(const char* line, cPDBAtom* atom, int n) const {
+    readFields({line, static_cast<long>(strnlen(line, LONGEST_LINE_READ))}, *atom, n);
+    return 1;
+}
+
+void cClassicalParserPDB::readFields(const Line& line, cPDBAtom& atom, int n) const {
+    atom.m_serial = line.integer(6, 5);
+    line.copy(NAME_OFFSET, NAME_WIDTH, atom.m_name);
+    deleteSpacesInAString(atom.m_name, NAME_WIDTH);
+    line.copy(16, 1, atom.m_altLoc);
+    line.copy(RESNAME_OFFSET, RESNAME_WIDTH, atom.m_resName);
+    line.copy(CHAIN_OFFSET, 1, atom.m_chain);
+    atom.m_resSeq = line.integer(RESSEQ_OFFSET, RESSEQ_WIDTH);
+    line.copy(26, 1, atom.m_iCode);
+    readCoords(line, atom.m_position);
+    atom.m_occupancy = atom.m_tempFactor = atom.m_charge = atom.m_pqrRadius = 0.0F;
+    if (n > OCCUPANCY_OFFSET) {
+        const auto first = static_cast<float>(line.real(OCCUPANCY_OFFSET, 6));
+        const auto second = static_cast<float>(line.real(OCCUPANCY_OFFSET + 6, 6));
+        (m_fileType == PQR ? atom.m_charge : atom.m_occupancy) = first;
+        (m_fileType == PQR ? atom.m_pqrRadius : atom.m_tempFactor) = second;
+    }
+    atom.m_segId[0] = '\0';
+    if (n > SEGMENT_OFFSET) {
+        line.copy(SEGMENT_OFFSET, 4, atom.m_segId);
+        deleteSpacesInAString(atom.m_segId, 4);
+    }
+    const char first = n > ELEMENT_OFFSET ? line.at(ELEMENT_OFFSET) : ' ';
+    const char second = n > ELEMENT_OFFSET ? line.at(ELEMENT_OFFSET + 1) : ' ';
+    if (isLetter(first)) {
+        setElement(atom, first, second);
+    } else if (isLetter(second)) {
+        setElement(atom, second, ' ');
+    } else {
+        setElementFromName(atom);
+    }
+}
+
+void cClassicalParserPDB::readCoords(const Line& line, cVector3& out) {
+    // Single precision is part of the result: every coordinate of a run is a float.
+    out = cVector3(static_cast<double>(static_cast<float>(line.real(30, 8))),
+                   static_cast<double>(static_cast<float>(line.real(38, 8))),
+                   static_cast<double>(static_cast<float>(line.real(46, 8))));
+}
+
+void cClassicalParserPDB::readPDBCoords(const char* line, cVector3& out) const {
+    readCoords({line, static_cast<long>(strnlen(line, LONGEST_LINE_READ))}, out);
+}
+
+void cClassicalParserPDB::readMissResRecordFields(const char* line) {
+    readMissingResidue({line, static_cast<long>(strnlen(line, LONGEST_LINE_READ))});
+}
+
+void cClassicalParserPDB::readMissingResidue(const Line& line) {
+    m_sequences[static_cast<unsigned char>(line.at(19))].m_missing.push_back(line.integer(21, 5));
+}
+
+int cClassicalParserPDB::deleteSpacesInAString(char* field, int n) {
+    return trim(field, n).m_length;
+}
+
+int cClassicalParserPDB::deleteSpacesInAString2(char* field, int n) {
+    return trim(field, n).m_leadingBlanks;
+}
