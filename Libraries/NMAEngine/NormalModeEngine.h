@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_NMAENGINE_NORMALMODEENGINE_H
+#define SELVANE_NMAENGINE_NORMALMODEENGINE_H
+
+#include "Math/cVector3.h"
+
+#include <armadillo>
+#include <array>
+#include <list>
+#include <memory>
+#include <set>
+#include <vector>
+
+class System;
+class cInfo;
+
+/// The lowest normal modes of an elastic network whose residues move as rigid bodies (rotation-translation
+/// blocks: F. Tama et al., 2000).
+///
+/// With P the orthonormal basis of the blocks' rigid motions, the engine solves P^T H P u = e u for the
+/// smallest eigenvalues, H being the mass-weighted network, leaves out the rigid motions of the whole, and
+/// keeps the modes as Cartesian displacements v = M^(-1/2) P u. They are orthonormal under the masses,
+/// v_m^T M v_n = delta_mn, so that amplitudes eta move the atoms by u = m_modes eta with
+/// sum_a m_a |u_a|^2 = |eta|^2. Coordinates are ordered atom by atom: index 3a + c.
+///
+/// Construction is the whole computation; the engine is read-only afterwards.
+class NormalModeEngine {
+public:
+    /// Modes of the network with the given blocks.
+    /// @param positions    N, in angstrom
+    /// @param masses       N, in dalton
+    /// @param blockIds     N, the block of each atom, 0 .. B - 1; an index that no atom has is an empty block
+    /// @param nModes       modes wanted, cut down to 3N
+    /// @param thermalScale kept, used by nothing
+    /// @param info         sink of the reports; not owned, may be null
+    /// @throws std::length_error   if the three vectors don't have one length, that of the system
+    /// @throws std::out_of_range   for a negative block index; and, with the text "Mat::operator(): index out
+    ///                             of bounds", if so many eigenvalues are near zero that too few modes remain
+    /// @throws std::logic_error, std::runtime_error  as diagonalize()
+    NormalModeEngine(std::shared_ptr<const System> network,
+                     const std::vector<std::array<double, 3>>& positions, const std::vector<double>& masses,
+                     const std::vector<int>& blockIds, unsigned int nModes, double thermalScale, cInfo* info);
+
+    /// Holds a number of modes and nothing else.
+    explicit NormalModeEngine(unsigned int nModes);
+
+    /// Modes without blocks: P is the identity.
+    NormalModeEngine(std::shared_ptr<const System> network, unsigned int nModes, double thermalScale);
+
+    /// Modes in the space of the columns of P, which are orthonormal or zero. A third of the number of zero
+    /// columns, rounded up, is added to m_nRigidModes.
+    /// @param prolongation  P, 3N rows
+    NormalModeEngine(std::shared_ptr<const System> network, unsigned int nModes,
+                     const arma::SpMat<double>& prolongation, double thermalScale);
+
+    /// Builds P of rigid blocks, 3N x 6B: for block b with mass M_b, centre c_b and L_b the inverse square
+    /// root of its inertia tensor, atom a has
+    ///   P[3a + k][6b + k]     = sqrt(m_a / M_b)
+    ///   P[3a + .][6b + 3 + i] = sqrt(m_a) (row i of L_b) x (x_a - c_b)
+    /// A block of one atom has zero rotation columns. A block on a line can't turn about that line: its L_b
+    /// is zero there.
+    void buildRTBProlongationMatrix(const std::vector<std::array<double, 3>>& positions,
+                                    const std::vector<double>& masses, const std::vector<int>& blockIds,
+                                    cInfo* info);
+
+    /// Builds P of blocks that only translate, 3N x 3B: P[3a + c][3b + c] = sqrt(m_a / M_b).
+    void buildCAProlongationMatrix(const std::vector<double>& masses, const std::vector<int>& blockIds);
+
+    /// Diagonalises, leaves out the near-zero eigenpairs, and fills modes, eigenvalues and block motions.
+    /// Of a covariance in place of a network the largest eigenvalues come first and their inverses are kept.
+    void performNMA();
+
+    /// Eigenpairs of the reduced matrix, ascending: of P^T H P the m_nModes + m_nRigidModes of smallest
+    /// magnitude, to a relative tolerance of 0.01; of P^T C P, C being a covariance, all.
+    /// Each eigenvalue is reported to m_info.
+    /// @param eigenvectors  cols() rows, a column per eigenvalue
+    /// @throws std::logic_error    without a system; "eigs_sym(): n_eigvals + 1 must be less than the number
+    /// of rows in the
+    ///                             matrix"; or if the system holds neither a network nor a covariance; or for
+    ///                             projected frames, whose covariance needs a solver that isn't there yet
+    /// @throws std::runtime_error  "eigs_sym(): failed to converge"
+    void diagonalize(arma::Col<double>& eigenvalues, arma::Mat<double>& eigenvectors) const;
+
+    /// @return 3 x m_nModes, the displacement of one atom per unit amplitude of each mode
+    /// @throws std::out_of_range  for an atom that the modes don't cover
+    arma::Mat<double> getModesMatrix(int atom) const;
+
+    /// @return m_modes * amplitudes, 3N
+    arma::Col<double> getDisplacement(const arma::Col<double>& amplitudes) const;
+
+    /// Dimension of the reduced problem, the number of columns of P.
+    arma::uword rows() const { return m_prolongation.n_cols; }
+    arma::uword cols() const { return m_prolongation.n_cols; }
+
+    /// The covariance of the projected frames applied to a vector: out = sum_k (p_k . in) p_k.
+    /// @param in, out  cols() doubles each; not owned
+    void perform_op(const double* in, double* out) const;
+
+    /// Masses of the listed atoms, in the list's order.
+    void getBlockMasses(const std::list<int>& atoms, std::vector<double>& masses) const;
+
+    /// Fills m_blockAtoms from the block of each atom; the indices of a block are ascending.
+    void loadCAlphaId2AtomId(const std::vector<int>& blockIds);
+
+    /// Makes room in m_modes for atoms that the modes were computed without: inserts three rows of zeros for
+    /// each atom, which end up at the atom's index in the full model.
+    void shiftIndices(const std::set<int>& atoms);
+
+    cInfo* m_info = nullptr; ///< not owned, may be null
+    std::shared_ptr<const System> m_system;
+    unsigned int m_nModes;           ///< modes kept
+    unsigned int m_firstMode = 0;    ///< leading eigenpairs left out
+    double m_thermalScale = 0.0;     ///< used by nothing
+    arma::Mat<double> m_modes;       ///< 3N x m_nModes, Cartesian displacements, a mode per column
+    arma::Col<double> m_eigenvalues; ///< m_nModes, of the columns of m_modes
+    int m_nRigidModes = 6;           ///< eigenpairs asked for beyond m_nModes
+
+    // The motion of block b in mode m, indexed [b][m]: an atom at x moves by t + w x (x - centre).
+    // Zero where P doesn't come from rigid blocks.
+    std::vector<std::vector<cVector3>> m_blockRotations;    ///< w
+    std::vector<std::vector<cVector3>> m_blockTranslations; ///< t
+
+    std::vector<arma::Col<double>> m_projections; ///< projected frames of a trajectory, cols() entries each
+    arma::Mat<double> m_frameAverage;             ///< their average
+    arma::SpMat<double> m_prolongation;           ///< P
+    std::vector<std::list<int>> m_blockAtoms;     ///< atoms of each block, see loadCAlphaId2AtomId
+
+    std::vector<std::array<double, 3>> m_blockCenters;    ///< centres of mass; not numbers for an empty block
+    std::vector<arma::Mat<double>> m_blockInvSqrtInertia; ///< 3 x 3, L of each block
+    std::vector<double> m_blockMasses;                    ///< total mass of each block
+
+private:
+    const System& system() const;
+    void solveNetwork(arma::Col<double>& eigenvalues, arma::Mat<double>& eigenvectors) const;
+    void solveCovariance(arma::Col<double>& eigenvalues, arma::Mat<double>& eigenvectors) const;
+    void setBlockMotions(const arma::Mat<double>& eigenvectors, const arma::uvec& columns);
+};
+
+#endif
