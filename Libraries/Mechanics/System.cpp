@@ -13,6 +13,8 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -100,19 +102,18 @@ struct Block {
 /// The blocks of one atom's columns in ascending order of the neighbour, its own among them.
 std::vector<Block> blocksOf(std::size_t atom, const Neighbours& neighbours, const RecordsByAtom& records,
                             double k) {
-    std::vector<std::size_t> numbers(records.order.begin() + static_cast<std::ptrdiff_t>(records.begin[atom]),
-                                     records.order.begin() +
-                                         static_cast<std::ptrdiff_t>(records.begin[atom + 1]));
-    std::stable_sort(numbers.begin(), numbers.end(), [&](std::size_t a, std::size_t b) {
-        return neighbours[a].m_secondIndex < neighbours[b].m_secondIndex;
-    });
+    std::vector<std::pair<int, std::size_t>> numbers;
+    numbers.reserve(records.count(atom));
+    for (std::size_t place = records.begin[atom]; place < records.begin[atom + 1]; ++place)
+        numbers.emplace_back(neighbours[records.order[place]].m_secondIndex, records.order[place]);
+    std::sort(numbers.begin(), numbers.end());
 
     std::vector<Block> blocks;
     blocks.reserve(numbers.size() + 1);
     Block diagonal{atom, {}};
-    for (const std::size_t number : numbers) {
+    for (const auto& [neighbour, number] : numbers) {
         const auto& record = neighbours[number];
-        Block block{static_cast<std::size_t>(record.m_secondIndex), {}};
+        Block block{static_cast<std::size_t>(neighbour), {}};
         const double factor = record.m_distance2 > 0.0 ? -k / record.m_distance2 : 0.0;
         for (std::size_t a = 0; a < 3; ++a)
             for (std::size_t b = 0; b < 3; ++b) {
