@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "CrossCorrelation/ElectronDensity.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <stdexcept>
+#include <string>
+
+#include "CrossCorrelation/fccf.h"
+#include "CrossCorrelation/gaussianCut.h"
+#include "Math/cGrid.h"
+#include "Math/cVector3.h"
+#include "Math/structure.h"
+#include "NMAEngine/NormalModeEngine.h"
+
+namespace {
+
+/// Truncates toward zero; far outside the range of int, and for a coordinate that isn't a number, the result
+/// is an index off every grid.
+int truncateToIndex(double value) {
+    constexpr double limit = 1.0e9;
+    if (!(std::abs(value) < limit)) {
+        return value < 0.0 ? -static_cast<int>(limit) : static_cast<int>(limit);
+    }
+    return static_cast<int>(value);
+}
+
+int floorToHalfWidth(double value) {
+    constexpr double limit = 1.0e6;
+    return value < limit ? static_cast<int>(std::floor(value)) : static_cast<int>(limit);
+}
+
+} // namespace
+
+ElectronDensity::ElectronDensity(const std::array<double, 3>* positions, double sigma, unsigned long nAtoms,
+                                 std::shared_ptr<const cGrid> grid, const NormalModeEngine& engine,
+                                 const arma::Col<double>& eta, double epsilon)
+    : m_positions(positions, positions + nAtoms)
+    , m_displacements(nAtoms, {0.0, 0.0, 0.0})
+    , m_nModes(engine.m_nModes)
+    , m_nDof(engine.m_nModes + 6)
+    , m_sigma(sigma)
+    , m_invSigma2(1.0 / (sigma * sigma))
+    , m_twoSigma2((sigma + sigma) * sigma)
+    , m_gaussianNorm(1.0 / gaussianCut::normalization(sigma))
+    , m_atomWeights(nAtoms, 0.0)
+    , m_cutoffDiameter(0.0)
+    , m_grid(std::move(grid)) {
+    const double squaredRadius = -2.0 * sigma * sigma * std::log(epsilon / m_gaussianNorm);
+    if (!(squaredRadius >= 0.0)) {
+        throw std::invalid_argument("ElectronDensity: sigma " + std::to_string(sigma) +
+                                    " leaves no density above the cut; it must be positive and below 74");
+    }
+    const double radius = std::sqrt(squaredRadius);
+    m_cutoffDiameter = radius + radius;
+
+    m_atomDofMatrix.assign(3 * m_nDof * nAtoms, 0.0);
+    for (std::size_t atom = 0; atom < nAtoms && m_nModes > 0; ++atom) {
+        const arma::Mat<double> modes = engine.getModesMatrix(static_cast<int>(atom));
+        for (std::size_t c = 0; c < 3; ++c) {
+            for (std::size_t m = 0; m < m_nModes; ++m) {
+                m_atomDofMatrix[(3 * atom + c) * m_nDof + 6 + m] = modes(c, m);
+            }
+        }
+    }
+    setRotationCenter(getCenter(positions, nAtoms));
+
+    arma::Col<double> q(eta.n_elem + 6, arma::fill::zeros);
+    if (eta.n_elem > 0) {
+        q.tail(eta.n_elem) = eta;
+    }
+    moveAtoms(q);
+    initAtomContributionMap();
+}
+
+void ElectronDensity::setRotationCenter(const std::array<double, 3>& center) {
+    const std::size_t triangle = m_nDof * (m_nDof + 1) / 2;
+    m_atomDofGram.resize(triangle * m_positions.size());
+    for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
+        double* jacobian = m_atomDofMatrix.data() + 3 * m_nDof * atom;
+        const arma::Mat<double> rigid = fccf::getRigidDofMatrix(m_positions[atom], center);
+        for (std::size_t c = 0; c < 3; ++c) {
+            for (std::size_t k = 0; k < 6; ++k) {
+                jacobian[c * m_nDof + k] = rigid(c, k);
+            }
+        }
+        double* gram = m_atomDofGram.data() + triangle * atom;
+        for (std::size_t r = 0; r < m_nDof; ++r) {
+            for (std::size_t s = r; s < m_nDof; ++s) {
+                const double product = jacobian[r] * jacobian[s] +
+                                       jacobian[m_nDof + r] * jacobian[m_nDof + s] +
+                                       jacobian[2 * m_nDof + r] * jacobian[2 * m_nDof + s];
+                *gram++ = m_invSigma2 * product;
+            }
+        }
+    }
+}
+
+void ElectronDensity::setRotationCenter(const cVector3& center) {
+    setRotationCenter(std::array<double, 3>{center.x, center.y, center.z});
+}
+
+void ElectronDensity::setTweenDof(const std::array<double, 3>& translation,
+                                  const std::array<double, 3>& rotation, const arma::Col<double>& eta) {
+    arma::Col<double> q(eta.n_elem + 6);
+    for (std::size_t c = 0; c < 3; ++c) {
+        q(c) = translation[c];
+        q(3 + c) = rotation[c];
+    }
+    for (arma::uword m = 0; m < eta.n_elem; ++m) {
+        q(6 + m) = eta(m);
+    }
+    moveAtoms(q);
+    initAtomContributionMap();
+}
+
+void ElectronDensity::moveAtoms(const arma::Col<double>& q) {
+    if (q.n_elem != m_nDof) {
+        throw std::logic_error("matrix multiplication: incompatible matrix dimensions: 3x" +
+                               std::to_string(m_nDof) + " and " + std::to_string(q.n_elem) + "x1");
+    }
+    for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
+        const double* jacobian = m_atomDofMatrix.data() + 3 * m_nDof * atom;
+        for (std::size_t c = 0; c < 3; ++c) {
+            double moved = 0.0;
+            for (std::size_t k = 0; k < m_nDof; ++k) {
+                moved += jacobian[c * m_nDof + k] * q(k);
+            }
+            m_displacements[atom][c] = moved;
+        }
+    }
+}
+
+std::array<double, 3> ElectronDensity::atomPosition(std::size_t atom) const {
+    const auto& p = m_positions[atom];
+    const auto& u = m_displacements[atom];
+    return {p[0] + u[0], p[1] + u[1], p[2] + u[2]};
+}
+
+std::array<double, 3> ElectronDensity::nodePosition(std::uint32_t flatIndex) const {
+    const auto [i, j, k] = m_grid->m_flatIndex2Index[flatIndex];
+    const cVector3& low = m_grid->m_box.m_min;
+    const cVector3& cell = m_grid->m_cellDim;
+    return {low.x + static_cast<double>(i) * cell.x, low.y + static_cast<double>(j) * cell.y,
+            low.z + static_cast<double>(k) * cell.z};
+}
+
+AtomContacts::Reach ElectronDensity::reachOf(std::size_t atom, const std::array<double, 3>& cell) const {
+    const std::array<double, 3> low{m_grid->m_box.m_min.x, m_grid->m_box.m_min.y, m_grid->m_box.m_min.z};
+    const std::array<double, 3> position = atomPosition(atom);
+    AtomContacts::Reach reach{};
+    for (std::size_t a = 0; a < 3; ++a) {
+        const int halfWidth = floorToHalfWidth(m_cutoffDiameter / (cell[a] + cell[a]));
+        // The nearest node decides by the last bit: in this order, truncated.
+        const int nearest = truncateToIndex((position[a] - low[a]) / cell[a] + 0.5);
+        reach.low[a] = std::max(0, nearest - halfWidth);
+        reach.high[a] = std::min(static_cast<int>(m_grid->m_size[a]) - 1, nearest + halfWidth);
+    }
+    return reach;
+}
+
+double ElectronDensity::sumOverReach(std::size_t atom, const AtomContacts::Reach& reach) const {
+    const cVector3& low = m_grid->m_box.m_min;
+    const cVector3& cell = m_grid->m_cellDim;
+    const std::array<double, 3> position = atomPosition(atom);
+    double sum = 0.0;
+    for (int i = reach.low[0]; i <= reach.high[0]; ++i) {
+        const double dx = low.x + i * cell.x - position[0];
+        for (int j = reach.low[1]; j <= reach.high[1]; ++j) {
+            const double dy = low.y + j * cell.y - position[1];
+            for (int k = reach.low[2]; k <= reach.high[2]; ++k) {
+                const double dz = low.z + k * cell.z - position[2];
+                sum += m_gaussianNorm * std::exp(-(dx * dx + dy * dy + dz * dz) / m_twoSigma2);
+            }
+        }
+    }
+    return sum;
+}
+
+void ElectronDensity::initAtomContributionMap() {
+    const std::array<double, 3> cell{m_grid->m_cellDim.x, m_grid->m_cellDim.y, m_grid->m_cellDim.z};
+    std::vector<AtomContacts::Reach> reaches(m_positions.size());
+    for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
+        reaches[atom] = reachOf(atom, cell);
+        // An atom that reaches no node gets an infinite weight, harmless because no node lists it.
+        m_atomWeights[atom] = 1.0 / sumOverReach(atom, reaches[atom]);
+    }
+    m_contacts = AtomContacts(reaches, *m_grid);
+}

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_CROSSCORRELATION_ELECTRONDENSITY_H
+#define SELVANE_CROSSCORRELATION_ELECTRONDENSITY_H
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include <armadillo>
+
+#include "CrossCorrelation/AtomContacts.h"
+#include "CrossCorrelation/DensityTable.h"
+#include "Math/cBBox.h"
+
+class cGrid;
+class NormalModeEngine;
+
+/// The density that an atomic model produces on a grid, with its derivatives by a small set of degrees of
+/// freedom.
+///
+/// Every atom is one isotropic Gaussian of standard deviation sigma, cut to a box of whole nodes and scaled
+/// so that its contributions on the grid add up to exactly 1:
+///   rho(x_n) = sum over atoms a that reach node n of w_a c exp(-|x_n - p_a - u_a|^2 / (2 sigma^2)).
+/// The degrees of freedom q = (t, w, eta), D = 6 + modes of them, move the atoms to first order about a
+/// centre C:
+///   u_a = J_a q = t + w x (p_a - C) + G_a eta,
+/// t in angstrom, w in radians, eta in the modes' own scale. All atoms count the same: neither mass nor
+/// element enters.
+///
+/// Arrays on the grid are flat with z fastest; derivative arrays are stored degree of freedom first, node
+/// last. Not for use by two threads at once.
+class ElectronDensity {
+public:
+    /// The density below which a Gaussian is cut, and the floor of a candidate's score.
+    static constexpr double EPSILON = 0.0001;
+
+    /// @param positions nAtoms reference positions, copied
+    /// @param sigma     standard deviation of a Gaussian, in angstrom
+    /// @param eta       the first mode amplitudes; engine.m_nModes entries
+    /// @param epsilon   the density at which a Gaussian is cut; EPSILON everywhere
+    /// @throws std::invalid_argument if sigma leaves no density above epsilon (beyond about 74 angstrom)
+    /// @throws std::logic_error of the matrix library if eta does not fit the modes
+    ElectronDensity(const std::array<double, 3>* positions, double sigma, unsigned long nAtoms,
+                    std::shared_ptr<const cGrid> grid, const NormalModeEngine& engine,
+                    const arma::Col<double>& eta, double epsilon);
+
+    /// Moves the centre that small rotations turn about. Displacements, contacts and weights follow only at
+    /// the next setTweenDof.
+    void setRotationCenter(const std::array<double, 3>& center);
+    void setRotationCenter(const cVector3& center);
+
+    /// Rebuilds contacts and weights around the present positions.
+    void initAtomContributionMap();
+
+    /// Sets q = (translation, rotation, eta) and rebuilds contacts and weights.
+    void setTweenDof(const std::array<double, 3>& translation, const std::array<double, 3>& rotation,
+                     const arma::Col<double>& eta);
+
+    /// rho at every node.
+    /// @throws std::length_error unless values has one entry per node
+    void eval(std::vector<double>& values) const;
+
+    /// rho, and gradient[k][n] = d rho(n) / d q[k], for weights and contacts held fixed.
+    /// @throws std::length_error on arrays of another size, with the expected one
+    void evalRigidFlex(std::vector<double>& values, std::vector<std::vector<double>>& gradient) const;
+
+    /// The same, and hessian[r D + s][n] = d2 rho(n) / d q[r] d q[s].
+    void evalRigidFlex(std::vector<double>& values, std::vector<std::vector<double>>& gradient,
+                       std::vector<std::vector<double>>& hessian) const;
+
+    /// y = J_a^T (x - p_a - u_a) / sigma^2 for the node at x: the gradient of the logarithm of one Gaussian.
+    arma::Col<double> evalRigidFlexGradYFunction(int atom, const std::array<double, 3>& node) const;
+
+    /// Density, gradient and Hessian at the reached nodes only; the same numbers as evalRigidFlex.
+    DensityTable tabulate() const;
+
+    std::size_t nDof() const { return m_nDof; }
+    std::size_t atomCount() const { return m_positions.size(); }
+    const AtomContacts& contacts() const { return m_contacts; }
+    double atomWeight(std::size_t atom) const { return m_atomWeights[atom]; }
+    double gaussianNorm() const { return m_gaussianNorm; }
+    double cutoffDiameter() const { return m_cutoffDiameter; }
+
+    /// Copies a field into the low corner of a larger grid and clears the rest of the target.
+    static void zeroPadd(const double* source, const cGrid& sourceGrid, const cGrid& targetGrid,
+                         double* target);
+
+    /// Copies a field into the low corner of a larger grid; entries outside the copied region keep their
+    /// values, so a fresh target is expected.
+    static void zeroPadd(const std::vector<double>& source, const cGrid& sourceGrid, const cGrid& targetGrid,
+                         std::vector<double>& target);
+
+    /// Samples the source field at its nodes rotated about the box centre, filters it, and pads it:
+    /// target node v of the source's range holds source(centre + R (x_v - centre)), R =
+    /// rotationXYZ(eulerAngles).
+    /// @param target    targetGrid.getTotalSize() doubles, overwritten
+    /// @param threshold for fccf::filterValues, in standard deviations
+    static void rotateNonZeroPadded(const std::vector<double>& source, const cGrid& sourceGrid,
+                                    const std::array<double, 3>& eulerAngles, const cGrid& targetGrid,
+                                    double* target, double threshold);
+
+    /// The box of the positions, widened by scale times the radius at which a Gaussian falls to epsilon.
+    static cBBox getBoundingBox(const std::vector<std::array<double, 3>>& positions, double sigma,
+                                double epsilon, double scale);
+
+    /// The same from one column x, y, z of atom 0, then atom 1, and so on.
+    static cBBox getBoundingBox(const arma::Col<double>& coordinates, double sigma, double epsilon,
+                                double scale);
+
+private:
+    template <class Visit>
+    void forEachNode(bool withHessian, Visit&& visit) const;
+    void accumulateContact(std::size_t atom, const std::array<double, 3>& node, bool withHessian,
+                           std::vector<double>& row, std::vector<double>& y) const;
+    std::array<double, 3> atomPosition(std::size_t atom) const;
+    std::array<double, 3> nodePosition(std::uint32_t flatIndex) const;
+    AtomContacts::Reach reachOf(std::size_t atom, const std::array<double, 3>& halfWidths) const;
+    double sumOverReach(std::size_t atom, const AtomContacts::Reach& reach) const;
+    void moveAtoms(const arma::Col<double>& q);
+    void checkValues(const std::vector<double>& values) const;
+    void checkGradient(const std::vector<std::vector<double>>& gradient) const;
+
+    std::vector<std::array<double, 3>> m_positions;
+    std::vector<double> m_atomDofMatrix; ///< J_a, 3 x D row by row, atom after atom
+    std::vector<double> m_atomDofGram;   ///< J_a^T J_a / sigma^2, upper triangle row by row, atom after atom
+    std::vector<std::array<double, 3>> m_displacements;
+    std::size_t m_nModes;
+    std::size_t m_nDof;
+    double m_sigma;
+    double m_invSigma2;
+    double m_twoSigma2;
+    double m_gaussianNorm;
+    std::vector<double> m_atomWeights;
+    double m_cutoffDiameter;
+    std::shared_ptr<const cGrid> m_grid;
+    AtomContacts m_contacts;
+};
+
+#endif
