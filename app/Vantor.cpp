@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/Vantor.h"
+
+#include <cstdlib>
+
+#include "app/shellQuote.h"
+
+Vantor::Vantor(int argc, char** argv, int width) : m_info(width) {
+    m_workflow.parse(argc, argv);
+    m_eta.zeros(m_workflow.m_nmodes.getValue());
+    // A directory that can't be made shows when the first solution file is opened.
+    const std::string command = "mkdir -p -- " + shellQuote(m_workflow.m_odir.getValue());
+    [[maybe_unused]] const int status = std::system(command.c_str());
+    m_nThread = m_workflow.m_nthread.getValue();
+}
+
+Vantor::~Vantor() {
+    const cGrid& grid = m_edm.m_grid;
+    unsigned int size[3] = {grid.m_size[0], grid.m_size[1], grid.m_size[2]};
+    m_workflow.saveArgumentLog(m_workflow.m_odir.getValue() + "/log.txt", grid.m_cellDim, size, m_positions);
+}

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_APP_VANTOR_H
+#define SELVANE_APP_VANTOR_H
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <armadillo>
+
+#include "DensityReader/cDensityMapCCP4.h"
+#include "IO/cInfo.h"
+#include "Math/cGrid.h"
+#include "Math/cMatrix33.h"
+#include "PDB/cPDBAtom.h"
+#include "app/FittingWorkflow.h"
+
+class NormalModeEngine;
+class System;
+class cSequentialTimer;
+
+/// A fit: the input, the grids, the options, the report, and the stages that don't depend on the kind of
+/// search.
+///
+/// main() calls the stages in a fixed order; each leaves its result in a member. Only what the parallel
+/// stages write is kept per worker: a rotation and a padded copy of the map. Everything else is read-only
+/// once its stage is over. A stage that finds its input unusable ends the run through fail().
+class Vantor {
+public:
+    /// Parses the command line, makes the output directory and sizes m_eta. Prints nothing.
+    /// @param width of the report's lines
+    Vantor(int argc, char** argv, int width);
+
+    /// Appends the record of the run to log.txt in the output directory.
+    virtual ~Vantor();
+    Vantor(const Vantor&) = delete;
+    Vantor& operator=(const Vantor&) = delete;
+
+    /// Sizes the per-worker members.
+    virtual void initThreaded() = 0;
+
+    /// Number of poses written to a solution file.
+    virtual unsigned long getNSolutions() = 0;
+
+    /// Number of poses refined in a clustered run.
+    virtual unsigned long getNClusteres() = 0;
+
+    /// Makes the correlations: one per worker, or the single one of the serial path.
+    virtual void initCrossCorrelation(bool perThread) = 0;
+    virtual void threadedInitCrossCorrelation(unsigned long threadId) = 0;
+
+    /// Moves pose number `solution` off the lattice by its local quadratic model.
+    virtual void refineTopConformation(unsigned long threadId, unsigned long solution) = 0;
+    virtual void clusterSolutions() = 0;
+    virtual void computeCrossCorrelation() = 0;
+    virtual void threadedComputeCrossCorrelation(unsigned long threadId) = 0;
+    virtual void threadedGetTopConformationsOpt(unsigned long threadId) = 0;
+    virtual void mergeConformationOpt() = 0;
+
+    /// Grid translation of a pose in reverse order: element 0 is along z, element 2 along x.
+    virtual std::array<double, 3> getConformationTau(unsigned long solution) const = 0;
+
+    /// Angles of a pose in reverse order: (gamma, beta, alpha).
+    virtual std::array<double, 3> getConformationAngle(unsigned long solution) const = 0;
+    virtual std::array<double, 3> getConformationDTau(unsigned long solution) const = 0;
+    virtual cMatrix33 getConformationRotation(unsigned long solution) const = 0;
+
+    /// The small rotation of a pose as a vector (dalpha, dbeta, dgamma), in radians.
+    virtual arma::Col<double> getConformationIRotation(unsigned long solution) const = 0;
+    virtual std::shared_ptr<const cGrid> getConformationGrid(unsigned long solution) const = 0;
+    virtual arma::Col<double> getConformationEta(unsigned long solution) const = 0;
+    virtual double getConformationScore(unsigned long solution) const = 0;
+    virtual double getConformationFlexScore(unsigned long solution) const = 0;
+
+    unsigned long getNThread() const { return m_nThread; }
+    cInfo& info() { return m_info; }
+    const FittingWorkflow& workflow() const { return m_workflow; }
+
+    /// Share of the refined poses whose local problem wasn't concave, in percent of `tasks`.
+    double nonConvexPercentage(unsigned long tasks) const;
+
+    /// Whether some result file could not be written completely.
+    bool hasIncompleteFiles() const { return m_incompleteFiles; }
+
+    void loadEdm();
+    void loadPdb();
+    void buildHessian();
+    void performNMA();
+    void computeStructureEdm(cSequentialTimer& timer);
+    void zeroPadd();
+    void threadedZeroPadd(unsigned long threadId);
+
+    /// The rotations of the scan, each as the three angles of cMatrix33::rotationXYZ; the identity among
+    /// them.
+    std::vector<std::array<double, 3>> getEulerAngles();
+
+    /// Rotates the map into the worker's padded buffer.
+    void threadedSetEulerAngles(const std::array<double, 3>& angles, unsigned long threadId);
+
+    /// The same for the serial path.
+    void setEulerAngles(const std::array<double, 3>& angles);
+
+    /// Sets the trust radius of the local solves from cell, rotation step and maxrmsd, and clears the count
+    /// of non-concave problems.
+    void initThreadedRefineTopConformations();
+
+    /// Writes the poses as one MODEL each to odir/name.pdb, and the input as odir/original.pdb and
+    /// odir/edm.map.
+    void saveTopSolution(std::string name);
+
+protected:
+    /// Bytes that the estimated run needs beyond what is held already; for the check before the buffers are
+    /// made.
+    virtual double estimateScanBytes() const = 0;
+    void fillPaddedMap(std::vector<double>& target) const;
+    void countNonConvex() { m_nonConvexCount.fetch_add(1, std::memory_order_relaxed); }
+    void reportIncompleteFile(const std::string& path);
+
+    double m_sigma = 0.0;
+    std::vector<double> m_edmValues;
+    std::vector<cPDBAtom> m_atoms;
+    std::vector<int> m_blockIds;
+    std::vector<double> m_masses;
+    double m_totalMass = 0.0;
+    std::vector<std::array<double, 3>> m_positions;
+    std::vector<double> m_paddedEdmValues; ///< filled by the serial path only
+    std::shared_ptr<System> m_system;      ///< null in a run without modes
+    std::shared_ptr<NormalModeEngine> m_nma;
+    cDensityMapCCP4 m_edm;
+    std::shared_ptr<cGrid> m_structureGrid;
+    std::shared_ptr<cGrid> m_paddedStructureGrid;
+    cGrid m_paddedGrid;
+    std::array<double, 3> m_eulerAngles{0.0, 0.0, 0.0};
+    arma::Col<double> m_eta;
+    std::vector<std::array<double, 3>> m_localEulerAngles;
+    std::vector<std::vector<double>> m_localEdmValues;
+    double m_trustNorm[4] = {0.0, 0.0, 0.0, 0.0}; ///< radius, and its translation, rotation and mode shares
+    std::atomic<unsigned long> m_nonConvexCount{0};
+    unsigned long m_nThread = 0;
+    FittingWorkflow m_workflow;
+    cInfo m_info;
+
+private:
+    void checkMap() const;
+    void tellFrameShift() const;
+    void checkModel() const;
+    void checkLonelyAtoms();
+    void tellCoincidentAtoms() const;
+    void checkResources() const;
+    cVector3 rotationCenterOfPoses() const;
+    bool writePose(std::FILE* file, unsigned long solution, const cVector3& center);
+    void writeInputCopies();
+
+    bool m_incompleteFiles = false;
+};
+
+#endif

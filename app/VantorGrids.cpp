@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The stages that lay the grids of map and model over each other.
+#include <cmath>
+
+#include "CrossCorrelation/ElectronDensity.h"
+#include "IO/cSequentialTimer.h"
+#include "Math/structure.h"
+#include "Sampler/cAngularSampler.h"
+#include "app/Vantor.h"
+#include "app/fail.h"
+#include "app/resources.h"
+
+namespace {
+
+constexpr double largestNodeCount = 2147483647.0;
+
+/// Moves the corners of the model's box: the low one onto a node of the map. fmod has the sign of its
+/// dividend, so below the map's corner the low corner moves inwards.
+// Deliberate: the high corner moves away by its remainder and does not land on a node; the node count comes
+// from the map.
+void alignWithMap(cBBox& box, const cGrid& map) {
+    const cVector3 origin = map.m_box.m_min;
+    const cVector3 cell = map.m_cellDim;
+    const cVector3 lowShift(std::fmod(box.m_min.x - origin.x, cell.x),
+                            std::fmod(box.m_min.y - origin.y, cell.y),
+                            std::fmod(box.m_min.z - origin.z, cell.z));
+    const cVector3 highShift(std::fmod(box.m_max.x - origin.x, cell.x),
+                             std::fmod(box.m_max.y - origin.y, cell.y),
+                             std::fmod(box.m_max.z - origin.z, cell.z));
+    box.m_min -= lowShift;
+    box.m_max += highShift;
+}
+
+double nodeCount(const cBBox& box, const cVector3& cell) {
+    const auto nodes = [](double edge, double step) { return std::ceil(edge / step) + 1.0; };
+    return nodes(box.m_max.x - box.m_min.x, cell.x) * nodes(box.m_max.y - box.m_min.y, cell.y) *
+           nodes(box.m_max.z - box.m_min.z, cell.z);
+}
+
+double paddedNodeCount(const cGrid& map, bool nopadding) {
+    double count = 1.0;
+    for (unsigned int size : map.m_size) {
+        count *= nopadding ? size : getPowerTwo(size);
+    }
+    return count;
+}
+
+} // namespace
+
+void Vantor::computeStructureEdm(cSequentialTimer& timer) {
+    m_info.printInfo(" Constructing the grid of the EDM of the structure ");
+    const cGrid& map = m_edm.m_grid;
+    cBBox box = ElectronDensity::getBoundingBox(m_positions, m_sigma, ElectronDensity::EPSILON, 1.0);
+    alignWithMap(box, map);
+    if (!(nodeCount(box, map.m_cellDim) <= largestNodeCount)) {
+        fail(m_workflow.m_ipdb.getValue() +
+             ": the model's box has more than 2^31 nodes at the map's voxel size. "
+             "Check for atoms far from the rest.");
+    }
+    unsigned int size[3] = {map.m_size[0], map.m_size[1], map.m_size[2]};
+    m_structureGrid = std::make_shared<cGrid>(box, size);
+    m_structureGrid->setCellDim(map.m_cellDim);
+    m_info.saveTimeInterval(timer.getTimeInterval());
+}
+
+void Vantor::zeroPadd() {
+    m_info.printInfo(" Zero padding the grids and densities ");
+    const bool nopadding = m_workflow.m_nopadding.getValue();
+    if (!(paddedNodeCount(m_edm.m_grid, nopadding) <= largestNodeCount)) {
+        fail(m_workflow.m_iedm.getValue() +
+             ": the padded map has more than 2^31 voxels. Use --nopadding, or a "
+             "coarser map.");
+    }
+    m_paddedStructureGrid = std::make_shared<cGrid>();
+    cGrid::paddTwoGridsToPowerTwo(m_edm.m_grid, *m_structureGrid, m_paddedGrid, *m_paddedStructureGrid,
+                                  m_info, nopadding);
+    m_paddedStructureGrid->m_center = m_structureGrid->m_center;
+    checkResources();
+}
+
+void Vantor::checkResources() const {
+    const double needed = estimateScanBytes();
+    const resources::Memory memory = resources::memory();
+    constexpr double gigabyte = 1024.0 * 1024.0 * 1024.0;
+    const auto text = [&](double bytes) { return std::to_string(bytes / gigabyte) + " GiB"; };
+    const std::string remedy = "Use fewer workers (--nthread) or no padding (--nopadding).";
+    if (needed > memory.total) {
+        fail("this run needs about " + text(needed) +
+             " of memory and this machine or its control group has " + text(memory.total) + ". " + remedy);
+    }
+    if (needed > memory.available) {
+        warn("this run needs about " + text(needed) + " of memory and only " + text(memory.available) +
+             " are free. " + remedy);
+    }
+    const double lines = 2.0 * static_cast<double>(m_atoms.size()) * m_workflow.getCapacity();
+    constexpr double bytesPerLine = 81.0;
+    const double files = bytesPerLine * lines + 4.0 * m_edm.m_grid.getTotalSize();
+    const double disk = resources::freeDisk(m_workflow.m_odir.getValue());
+    if (files > disk) {
+        warn("the solution files need up to " + text(files) + " and " + m_workflow.m_odir.getValue() +
+             " has " + text(disk) + " free. Use a smaller --nsolutions or another --odir.");
+    }
+}
+
+void Vantor::fillPaddedMap(std::vector<double>& target) const {
+    target.resize(m_paddedGrid.getTotalSize());
+    ElectronDensity::zeroPadd(m_edmValues, m_edm.m_grid, m_paddedGrid, target);
+}
+
+void Vantor::threadedZeroPadd(unsigned long threadId) {
+    fillPaddedMap(m_localEdmValues[threadId]);
+}
+
+std::vector<std::array<double, 3>> Vantor::getEulerAngles() {
+    m_info.printInfo(" Loading the rotation angles ");
+    unsigned int size[3] = {m_edm.m_grid.m_size[0], m_edm.m_grid.m_size[1], m_edm.m_grid.m_size[2]};
+    auto rotations = cAngularSampler::constructRotations(m_workflow.getDangle(size));
+    constexpr double identityTolerance = 1e-11;
+    bool hasIdentity = false;
+    for (const auto& rotation : rotations) {
+        hasIdentity = hasIdentity || norm(rotation) < identityTolerance;
+    }
+    if (!hasIdentity) {
+        rotations.push_back({0.0, 0.0, 0.0});
+    }
+    return rotations;
+}
+
+void Vantor::threadedSetEulerAngles(const std::array<double, 3>& angles, unsigned long threadId) {
+    m_localEulerAngles[threadId] = angles;
+    ElectronDensity::rotateNonZeroPadded(m_edmValues, m_edm.m_grid, angles, m_paddedGrid,
+                                         m_localEdmValues[threadId].data(),
+                                         m_workflow.m_filtersigma.getValue());
+}
+
+void Vantor::setEulerAngles(const std::array<double, 3>& angles) {
+    char title[160];
+    std::snprintf(title, sizeof title, " Scanning rotation (%f, %f, %f) ", angles[0], angles[1], angles[2]);
+    m_info.printInfo(title);
+    m_eulerAngles = angles;
+    ElectronDensity::rotateNonZeroPadded(m_edmValues, m_edm.m_grid, angles, m_paddedGrid,
+                                         m_paddedEdmValues.data(), m_workflow.m_filtersigma.getValue());
+}

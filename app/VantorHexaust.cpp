@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/VantorHexaust.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+
+#include "CrossCorrelation/CorrelationPattern.h"
+#include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
+#include "NMAEngine/NormalModeEngine.h"
+
+VantorHexaust::VantorHexaust(int argc, char** argv, int width) : Vantor(argc, argv, width) {}
+
+VantorHexaust::~VantorHexaust() = default;
+
+void VantorHexaust::initThreaded() {
+    m_localEulerAngles.resize(m_nThread);
+    m_local_ccf.resize(m_nThread);
+    m_localConformations.resize(m_nThread);
+    m_localEdmValues.resize(m_nThread);
+    const auto capacity = static_cast<std::size_t>(m_workflow.getCapacity());
+    for (unsigned long i = 0; i < m_nThread; ++i) {
+        m_localTopConformations.emplace_back(capacity);
+    }
+}
+
+std::unique_ptr<ThirdOrderCrossCorrelation> VantorHexaust::makeCorrelation(double* target) const {
+    return std::make_unique<ThirdOrderCrossCorrelation>(target, m_paddedStructureGrid, m_positions, m_sigma,
+                                                        m_nma, false);
+}
+
+void VantorHexaust::initCrossCorrelation(bool perThread) {
+    m_info.printInfo(" Initializing the Cross Correlation function ");
+    m_ccf.reset();
+    if (!perThread) {
+        fillPaddedMap(m_paddedEdmValues);
+        m_ccf = makeCorrelation(m_paddedEdmValues.data());
+        m_ccf->initPatternEdm();
+        return;
+    }
+    for (unsigned long i = 0; i < m_nThread; ++i) {
+        // Its worker may not have been started.
+        if (m_localEdmValues[i].empty()) {
+            threadedZeroPadd(i);
+        }
+        m_local_ccf[i] = makeCorrelation(m_localEdmValues[i].data());
+    }
+}
+
+/// The model stays where it is during the scan, so one pattern serves all workers: the first of them makes
+/// it.
+void VantorHexaust::threadedInitCrossCorrelation(unsigned long threadId) {
+    ThirdOrderCrossCorrelation& correlation = *m_local_ccf[threadId];
+    std::call_once(m_patternMade, [&] { evaluatePattern(correlation); });
+    correlation.adoptPattern(m_pattern);
+}
+
+void VantorHexaust::evaluatePattern(ThirdOrderCrossCorrelation& correlation) {
+    const cBBox& map = m_edm.m_grid.m_box;
+    correlation.setRotationCenter(0.5 * (map.m_min + map.m_max));
+    correlation.initPatternEdm();
+    m_pattern = correlation.getPattern();
+    dumpPattern();
+}
+
+/// Writes the simulated density to the working directory, whatever the output directory: a diagnostic.
+void VantorHexaust::dumpPattern() const {
+    cDensityMapCCP4 dump(m_edm);
+    std::vector<double> values(m_paddedStructureGrid->getTotalSize(), 0.0);
+    const DensityTable& table = m_pattern->table;
+    for (std::size_t n = 0; n < table.nodes.size(); ++n) {
+        values[table.nodes[n]] = table.row(n)[0];
+    }
+    dump.loadFromValues(values, m_paddedGrid);
+    dump.save("density.map");
+}
+
+void VantorHexaust::clusterSolutions() {
+    throw std::logic_error("clusterSolutions: this build does not cluster poses");
+}
+
+void VantorHexaust::threadedComputeCrossCorrelation(unsigned long threadId) {
+    m_local_ccf[threadId]->execute();
+}
+
+void VantorHexaust::threadedGetTopConformationsOpt(unsigned long threadId) {
+    const std::array<double, 3>& angles = m_localEulerAngles[threadId];
+    m_local_ccf[threadId]->addConformationsOfPresentTarget(m_localTopConformations[threadId], angles[0],
+                                                           angles[1], angles[2]);
+}
+
+void VantorHexaust::computeCrossCorrelation() {
+    m_ccf->execute(m_info);
+}
+
+void VantorHexaust::mergeConformationOpt() {
+    m_info.printInfo(" Releasing local ccf memory ");
+    m_localEulerAngles.clear();
+    m_ccf.reset();
+    m_local_ccf.clear();
+    m_pattern.reset();
+    m_localEdmValues.clear();
+    const std::string title =
+        " Merging " + std::to_string(m_localConformations.size()) + " local conformations";
+    m_info.printInfo(title.c_str());
+    auto& merged = m_localTopConformations.front();
+    for (std::size_t i = 1; i < m_localTopConformations.size(); ++i) {
+        for (const auto& conformation : m_localTopConformations[i]) {
+            merged.add(conformation);
+        }
+    }
+    m_topConformations = merged.toStdVector();
+    m_localTopConformations.clear();
+}
+
+void VantorHexaust::refineTopConformation(unsigned long, unsigned long solution) {
+    if (!m_topConformations[solution].solveConvexSubProblem(m_trustNorm[0])) {
+        countNonConvex();
+    }
+}
+
+unsigned long VantorHexaust::getNSolutions() {
+    return std::min<unsigned long>(m_topConformations.size(),
+                                   static_cast<unsigned long>(m_workflow.getCapacity()));
+}
+
+unsigned long VantorHexaust::getNClusteres() {
+    return std::min<unsigned long>(m_topConformations.size(),
+                                   static_cast<unsigned long>(m_workflow.m_nclusters.getValue()));
+}
+
+/// A lower bound from what is known before the pattern is evaluated; docs/cost.md derives it.
+double VantorHexaust::estimateScanBytes() const {
+    const double padded = static_cast<double>(m_paddedGrid.getTotalSize());
+    const double map = static_cast<double>(m_edm.m_grid.getTotalSize());
+    const double nDof = static_cast<double>(m_nma->m_nModes) + 6.0;
+    const double conformation = 600.0 + 8.0 * (nDof + nDof * nDof);
+    const double workers = static_cast<double>(m_nThread);
+    const double arraysPerWorker = 4.0; // target, correlation, two spectra
+    const double solutions = conformation * m_workflow.getCapacity() * (workers + 1.0);
+    return 8.0 * padded * (arraysPerWorker * workers + 2.0) + 8.0 * map * (2.0 + workers) + solutions;
+}

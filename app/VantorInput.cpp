@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The stages that read the map and the model.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "CrossCorrelation/ElectronDensity.h"
+#include "Math/structure.h"
+#include "PDB/loadFromPDB.h"
+#include "app/Vantor.h"
+#include "app/fail.h"
+
+namespace {
+
+std::string describeAtom(const cPDBAtom& atom) {
+    return "atom " + std::to_string(atom.m_serial) + " (" + atom.m_name + " of " + atom.m_resName + " " +
+           std::to_string(atom.m_resSeq) + ", chain '" + atom.m_chain + "')";
+}
+
+} // namespace
+
+void Vantor::loadEdm() {
+    m_info.printInfo(" Reading input EDM file ");
+    const std::string& path = m_workflow.m_iedm.getValue();
+    m_info.printInfo(" Input EDM file ", path, nullptr);
+    m_edm.load(path);
+    checkMap();
+    tellFrameShift();
+    m_sigma = m_workflow.getSigma(m_edm.m_grid.m_cellDim);
+    m_edmValues = m_edm.getValue();
+}
+
+void Vantor::checkMap() const {
+    const std::string path = m_workflow.m_iedm.getValue();
+    const std::string defect = m_edm.getDefect();
+    if (!defect.empty()) {
+        fail(path + ": " + defect +
+             ". It must be a CCP4 map of 32-bit floats (mode 2) with at least two voxels "
+             "an axis, a finite cell and finite voxels, whose header agrees with its length.");
+    }
+    const double sigma = m_workflow.getSigma(m_edm.m_grid.m_cellDim);
+    if (!FittingWorkflow::risesAboveCut(sigma)) {
+        fail(path + ": its voxels are so large that the default sigma of " + std::to_string(sigma) +
+             " angstrom leaves no density above the cut. Give --sigma.");
+    }
+}
+
+void Vantor::tellFrameShift() const {
+    const cVector3 skew = m_edm.m_grid.m_cellDim - m_edm.m_delta;
+    constexpr double skewTolerance = 1.0e-3;
+    if (skew.norm() > skewTolerance * m_edm.m_delta.norm()) {
+        warn(m_workflow.m_iedm.getValue() + ": its cell is not right-angled, and the map is treated as an "
+                                            "axis-parallel lattice. Resample it onto a right-angled cell.");
+    }
+    const cVector3 shift = m_edm.getFrameShiftFromOriginWords();
+    constexpr double noticeable = 1.0e-3;
+    if (!(shift.norm() > noticeable)) {
+        return;
+    }
+    char text[256];
+    std::snprintf(
+        text, sizeof text,
+        ": its ORIGIN words place the map elsewhere than its start words, which alone count here. Add "
+        "(%.3f, %.3f, %.3f) angstrom to the results (and to edm.map) to reach the frame of ORIGIN.",
+        shift.x, shift.y, shift.z);
+    warn(m_workflow.m_iedm.getValue() + text);
+}
+
+void Vantor::loadPdb() {
+    m_info.printInfo(" Reading input PDB file ");
+    const std::string& path = m_workflow.m_ipdb.getValue();
+    m_info.printInfo(" Input PDB file ", path, nullptr);
+    loadFromPDB(path.c_str(), m_atoms, m_masses, m_blockIds);
+    m_totalMass = 0.0;
+    for (const double mass : m_masses) {
+        m_totalMass += mass;
+    }
+    m_info.printInfo(" Number of atoms ", static_cast<int>(m_atoms.size()), " ");
+    m_info.printInfo(" Total mass ", m_totalMass, " ");
+    m_positions = pdbAtoms2Positions(m_atoms);
+    checkModel();
+}
+
+void Vantor::checkModel() const {
+    const std::string path = m_workflow.m_ipdb.getValue();
+    if (m_atoms.empty()) {
+        fail(path +
+             ": no atoms were kept. It must hold ATOM or HETATM records of a model; waters, hydrogens and "
+             "alternate locations above A are left out.");
+    }
+    for (const cPDBAtom& atom : m_atoms) {
+        const cVector3& p = atom.m_position;
+        if (!(std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z))) {
+            fail(path + ": " + describeAtom(atom) + " has a coordinate that is not a finite number.");
+        }
+    }
+}

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The stages of the elastic network and its modes.
+#include <algorithm>
+#include <numeric>
+
+#include "Mechanics/System.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "PDB/NeighbourList.h"
+#include "PDB/cAtomGrid.h"
+#include "app/Vantor.h"
+#include "app/fail.h"
+
+void Vantor::buildHessian() {
+    m_info.printInfo(" Constructing Hessian ");
+    checkLonelyAtoms();
+    // Nobody reads the network when no modes are asked for.
+    if (m_workflow.m_nmodes.getValue() == 0) {
+        tellCoincidentAtoms();
+        return;
+    }
+    const int count = static_cast<int>(m_atoms.size());
+    cPDBAtom::cNeighbourList pairs;
+    {
+        cAtomGrid grid;
+        grid.initPointer(m_atoms.data(), count, nullptr, m_workflow.m_cutoff.getValue());
+        grid.constructNeighbourList(m_atoms.data(), count, &pairs);
+    }
+    const NeighbourList<std::array<double, 3>> neighbours(pairs);
+    cPDBAtom::cNeighbourList().swap(pairs);
+    m_system = std::make_shared<System>(neighbours, m_masses, m_workflow.m_stiffness.getValue(), &m_info);
+}
+
+void Vantor::checkLonelyAtoms() {
+    const int count = static_cast<int>(m_atoms.size());
+    cAtomGrid grid;
+    grid.initPointer(m_atoms.data(), count, nullptr, m_workflow.m_cutoff.getValue());
+    std::vector<cPDBAtom*> lonely;
+    grid.detectDisconnectedAtoms(m_atoms.data(), count, &lonely);
+    if (lonely.empty()) {
+        return;
+    }
+    const cPDBAtom& atom = *lonely.front();
+    endWithoutNetwork(
+        m_workflow.m_ipdb.getValue() + ": atom " + std::to_string(atom.m_serial) + " (" + atom.m_name +
+        " of " + atom.m_resName + " " + std::to_string(atom.m_resSeq) + ", chain '" + atom.m_chain +
+        "') has no other atom within the cut-off of " + std::to_string(m_workflow.m_cutoff.getValue()) +
+        " angstrom; the run ends here. Remove " +
+        (lonely.size() > 1 ? "the " + std::to_string(lonely.size()) + " atoms of this kind" : "it") +
+        " or raise --cutoff.");
+}
+
+void Vantor::tellCoincidentAtoms() const {
+    std::vector<std::size_t> order(m_positions.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        return m_positions[a] != m_positions[b] ? m_positions[a] < m_positions[b] : a < b;
+    });
+    const auto pair = std::adjacent_find(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        return m_positions[a] == m_positions[b];
+    });
+    if (pair != order.end()) {
+        warn(m_workflow.m_ipdb.getValue() + ": atoms " + std::to_string(m_atoms[*pair].m_serial) + " and " +
+             std::to_string(m_atoms[*(pair + 1)].m_serial) + " stand at one position.");
+    }
+}
+
+void Vantor::performNMA() {
+    m_info.printInfo(" Computing normal modes of the structure ");
+    const auto nModes = static_cast<unsigned int>(m_workflow.m_nmodes.getValue());
+    if (nModes == 0) {
+        m_nma = std::make_shared<NormalModeEngine>(0U);
+        return;
+    }
+    constexpr double gasConstant = 0.0083144621; // kJ / (mol K)
+    m_nma = std::make_shared<NormalModeEngine>(m_system, m_positions, m_masses, m_blockIds, nModes,
+                                               1.0 / (gasConstant + gasConstant), &m_info);
+}

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The scale of the local moves, and the solution files.
+#include <cmath>
+#include <cstdio>
+
+#include "CrossCorrelation/fccf.h"
+#include "Math/structure.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "PDB/writePDB.h"
+#include "app/Vantor.h"
+#include "app/fail.h"
+
+void Vantor::initThreadedRefineTopConformations() {
+    double mass = 0.0;
+    const cMatrix33 inertia = getInertiaTensor(m_atoms, mass);
+    const double sqDx = m_edm.m_grid.m_cellDim.norm2();
+    unsigned int size[3] = {m_edm.m_grid.m_size[0], m_edm.m_grid.m_size[1], m_edm.m_grid.m_size[2]};
+    constexpr double pi = 3.141592653589793;
+    const double s = std::sin(m_workflow.getDangle(size) * pi / 180.0 * 0.5);
+    double sqDAngle = 4.0 / mass * s * s * (inertia(0, 0) + inertia(1, 1) + inertia(2, 2));
+    const double maxRmsd = m_workflow.m_maxrmsd.getValue();
+    const double sqEta = maxRmsd * maxRmsd * m_totalMass;
+    m_info.printInfo(" sqDAngleNorm Original Norm", std::sqrt(sqDAngle), nullptr);
+    if (sqDAngle > sqDx) {
+        sqDAngle = sqDx;
+    }
+    m_trustNorm[0] = std::sqrt(sqDx + sqDAngle + sqEta);
+    m_trustNorm[1] = std::sqrt(sqDx);
+    m_trustNorm[2] = std::sqrt(sqDAngle);
+    m_trustNorm[3] = std::sqrt(sqEta);
+    m_info.printInfo(" Trust Region Norm", m_trustNorm[0], nullptr);
+    m_info.printInfo(" sqDxNorm Norm", sqDx, nullptr);
+    m_info.printInfo(" sqDAngleNorm Norm", sqDAngle, nullptr);
+    m_info.printInfo(" sqEtaNorm Norm", sqEta, nullptr);
+    m_nonConvexCount = 0;
+}
+
+double Vantor::nonConvexPercentage(unsigned long tasks) const {
+    return static_cast<double>(m_nonConvexCount.load()) / static_cast<double>(tasks) * 100.0;
+}
+
+/// The centre that the written poses turn about.
+// Deliberate: the map's centre less one cell, while the derivatives turn about the centre itself. The reader
+// moves the map's origin one cell up and the grid translation is one cell short; together the three cancel.
+cVector3 Vantor::rotationCenterOfPoses() const {
+    const cGrid& map = m_edm.m_grid;
+    return 0.5 * (map.m_box.m_min + map.m_box.m_max) - map.m_cellDim;
+}
+
+void Vantor::saveTopSolution(std::string name) {
+    const std::string path = m_workflow.m_odir.getValue() + "/" + name + ".pdb";
+    std::FILE* file = std::fopen(path.c_str(), "w");
+    if (file == nullptr) {
+        m_info.printInfo("[ERROR] couldn't create the file ", path, nullptr);
+        return;
+    }
+    const cVector3 center = rotationCenterOfPoses();
+    const unsigned long count = getNSolutions();
+    bool complete = true;
+    for (unsigned long solution = 0; solution < count && complete; ++solution) {
+        complete = writePose(file, solution, center);
+    }
+    complete = std::fclose(file) == 0 && complete;
+    if (!complete) {
+        reportIncompleteFile(path);
+    }
+    writeInputCopies();
+}
+
+void Vantor::reportIncompleteFile(const std::string& path) {
+    m_incompleteFiles = true;
+    warn(path + " could not be written completely. Check the free space of its disk.");
+}
+
+void Vantor::writeInputCopies() {
+    const std::string directory = m_workflow.m_odir.getValue();
+    const std::string model = directory + "/original.pdb";
+    if (!writePDB(model.c_str(), m_atoms.data(), static_cast<int>(m_atoms.size()), nullptr)) {
+        reportIncompleteFile(model);
+    }
+    const std::string map = directory + "/edm.map";
+    if (!m_edm.save(map)) {
+        reportIncompleteFile(map);
+    }
+}
+
+bool Vantor::writePose(std::FILE* file, unsigned long solution, const cVector3& c) {
+    const std::array<double, 3> t = getConformationTau(solution);
+    const cVector3 tau =
+        cVector3(t[2], t[1], t[0]) + (m_edm.m_grid.m_box.m_min - m_structureGrid->m_box.m_min);
+    const cMatrix33 rotation = getConformationRotation(solution);
+    const std::array<double, 3> middle = getCenter(m_positions);
+    const cVector3 corrected = m_edm.m_grid.m_box.getCorrectedTau(
+        tau, rotation, *getConformationGrid(solution), cVector3(middle[0], middle[1], middle[2]));
+    const std::array<double, 3> angles = getConformationAngle(solution);
+    const std::array<double, 3> shift = getConformationDTau(solution);
+    const cVector3 dTau(shift[0], shift[1], shift[2]);
+    const arma::Col<double> dRotation = getConformationIRotation(solution);
+    const arma::Col<double> eta = getConformationEta(solution);
+    arma::Col<double> flexed(3 * m_positions.size(), arma::fill::zeros);
+    if (m_nma->m_nModes > 0) {
+        flexed = m_nma->m_modes * eta;
+    }
+
+    std::fprintf(file, "MODEL        %zu     \n", static_cast<std::size_t>(solution));
+    std::fprintf(file, "REMARK   6 CCF score      : %f\n", getConformationScore(solution));
+    std::fprintf(file, "REMARK   7 CCF tau        : %f %f %f\n", corrected.x, corrected.y, corrected.z);
+    std::fprintf(file, "REMARK   8 CCF R          : %f %f %f\n", angles[2], angles[1], angles[0]);
+    std::fprintf(file, "REMARK   9 CCF flex score : %f\n", getConformationFlexScore(solution));
+    std::fprintf(file, "REMARK  10 CCF dTau       : %f %f %f\n", dTau.x, dTau.y, dTau.z);
+    std::fprintf(file, "REMARK  11 CCF dR         : %f %f %f\n", dRotation(0), dRotation(1), dRotation(2));
+    std::fprintf(file, "REMARK  12 CCF eta        : ");
+    for (unsigned int mode = 0; mode < m_nma->m_nModes; ++mode) {
+        std::fprintf(file, "%f ", eta(mode));
+    }
+    std::fprintf(file, "\n");
+    for (std::size_t a = 0; a < m_atoms.size(); ++a) {
+        cPDBAtom atom = m_atoms[a];
+        const cVector3 p(m_positions[a][0], m_positions[a][1], m_positions[a][2]);
+        const arma::Mat<double> turn = fccf::getRotationDoffMatrix(m_positions[a], {c.x, c.y, c.z});
+        const arma::Col<double> d = turn * dRotation;
+        const cVector3 local =
+            dTau + cVector3(d(0), d(1), d(2)) + cVector3(flexed(3 * a), flexed(3 * a + 1), flexed(3 * a + 2));
+        atom.m_position = rotation * ((p - c) + corrected) + rotation * local + c;
+        writeLinePDB(file, &atom);
+    }
+    std::fprintf(file, "ENDMDL\n");
+    return std::ferror(file) == 0;
+}

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_APP_FAIL_H
+#define SELVANE_APP_FAIL_H
+
+#include <string>
+
+/// Ends the run: flushes the report, writes "selvane: message" on the standard error stream, exits with
+/// status 1.
+[[noreturn]] void fail(const std::string& message);
+
+/// Ends the run with status 0 after the message: the ending of a network with an atom that nothing holds.
+[[noreturn]] void endWithoutNetwork(const std::string& message);
+
+/// Writes "selvane: message" on the standard error stream behind what the report holds so far.
+void warn(const std::string& message);
+
+/// Makes std::terminate flush the report and name the exception that nobody caught before it aborts.
+void installTerminateHandler();
+
+#endif
