@@ -1,0 +1,305 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// How runs end that cannot go on, and how runs go on that can.
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "app/tests/RunFixture.h"
+#include "app/tests/solutionFile.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Failures : public RunFixture {
+protected:
+    /// Expects the end of a stage that finds its input unusable: status 1, one line that names file and
+    /// remedy.
+    void expectStageFailure(const RunResult& result, const std::string& file, const std::string& text) const {
+        EXPECT_EQ(result.status, 1) << result.err;
+        EXPECT_TRUE(contains(result.err, "selvane: " + file)) << result.err;
+        EXPECT_TRUE(contains(result.err, text)) << result.err;
+        EXPECT_FALSE(contains(result.out, " Timing : "));
+        EXPECT_FALSE(exists("log.txt"));
+        EXPECT_FALSE(exists("Solution.pdb"));
+    }
+};
+
+bool endsWith(const std::string& text, const std::string& end) {
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+TEST_F(Failures, MapThatCannotBeOpenedEndsByAnException) {
+    writeInputs();
+    const RunResult result = run(quick({"--ipdb", "model.pdb", "--iedm", "nowhere.ccp4"}));
+    EXPECT_EQ(result.signal, SIGABRT);
+    EXPECT_EQ(result.err, "selvane: Error: could not open CCP4 density map file nowhere.ccp4\n");
+    EXPECT_TRUE(endsWith(result.out, " : nowhere.ccp4\n")) << "the report is flushed";
+    EXPECT_FALSE(exists("log.txt"));
+}
+
+TEST_F(Failures, ExceptionOfAStageIsNamed) {
+    writeInputs();
+    // 20 residues have 120 block coordinates, too few for so many modes.
+    const RunResult result = fit(quick({"--nmodes", "200"}));
+    EXPECT_EQ(result.signal, SIGABRT);
+    EXPECT_TRUE(contains(result.err, "selvane: eigs_sym()")) << result.err;
+}
+
+TEST_F(Failures, ModelThatCannotBeOpenedEndsWithItsMessage) {
+    writeInputs();
+    const RunResult result = run(quick({"--ipdb", "nowhere.pdb", "--iedm", "map.ccp4"}));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(contains(result.out, "Error: could not open pdb file nowhere.pdb")) << result.out;
+    EXPECT_TRUE(contains(result.out, "Input PDB file "));
+    EXPECT_FALSE(exists("log.txt"));
+}
+
+TEST_F(Failures, AtomWithoutNeighboursEndsTheRunWithStatusZero) {
+    writeInputs();
+    std::vector<TestAtom> atoms = m_model;
+    atoms.push_back({"CA", 'C', "GLY", 'B', 21, {500.0, 500.0, 500.0}});
+    write("model.pdb", pdbText(atoms));
+    const RunResult result = fit(quick());
+    EXPECT_EQ(result.status, 0);
+    char mass[40];
+    std::snprintf(mass, sizeof mass, " : %g  \n", totalMass(atoms));
+    EXPECT_TRUE(endsWith(result.out, " Total mass " + std::string(68, '.') + mass)) << result.out;
+    EXPECT_TRUE(contains(result.err, "selvane: model.pdb: atom 101 (CA of GLY 21, chain 'B')")) << result.err;
+    EXPECT_TRUE(contains(result.err, "cut-off of 10")) << result.err;
+    EXPECT_EQ(entries(), (std::set<std::string>{"model.pdb", "map.ccp4"}));
+}
+
+TEST_F(Failures, CutoffBelowTheBondsLeavesEveryAtomAlone) {
+    writeInputs();
+    const RunResult result = fit(quick({"--cutoff", "0.25"}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(contains(result.err, "cut-off of 0.25")) << result.err;
+    EXPECT_TRUE(contains(result.err, "--cutoff")) << result.err;
+}
+
+TEST_F(Failures, ModelWithoutAtoms) {
+    writeInputs();
+    write("model.pdb",
+          "HETATM    1  O   HOH A   1       1.000   2.000   3.000  1.00  0.00           O\nEND\n");
+    const RunResult result = fit(quick());
+    expectStageFailure(result, "model.pdb", "atoms");
+    EXPECT_TRUE(contains(result.out, " Number of atoms " + std::string(63, '.') + " : 0  \n"));
+}
+
+TEST_F(Failures, AtomWithoutAFinitePosition) {
+    writeInputs();
+    std::string text = read("model.pdb");
+    text.replace(text.find("ATOM      3") + 30, 8, "     nan");
+    write("model.pdb", text);
+    expectStageFailure(fit(quick()), "model.pdb", "atom 3 ");
+}
+
+TEST_F(Failures, AtomsAbsurdlyFarApart) {
+    writeInputs();
+    std::string text = pdbText(m_model);
+    // A pair, so that neither atom is alone.
+    for (const char* serial : {"ATOM      1", "ATOM      2"})
+        text.replace(text.find(serial) + 30, 8, " 1.0e+08");
+    write("model.pdb", text);
+    expectStageFailure(fit(quick()), "model.pdb", "Check for atoms far from the rest.");
+}
+
+TEST_F(Failures, AtomsAtOnePlaceAreToldAndTheRunGoesOn) {
+    writeInputs();
+    std::vector<TestAtom> atoms = m_model;
+    atoms[7].position = atoms[6].position;
+    write("model.pdb", pdbText(atoms));
+    const RunResult result = fit(quick());
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(contains(result.err, "selvane: model.pdb: atoms 7 and 8")) << result.err;
+    EXPECT_EQ(linesOf(result.err).size(), 1U);
+}
+
+struct BrokenMap {
+    const char* what;
+    std::function<void(std::string&)> damage;
+    const char* message; ///< of the reader; empty where it has none
+};
+
+TEST_F(Failures, MapsWithoutUsableVoxelsEndWithStatusOne) {
+    constexpr std::size_t firstVoxel = 1024;
+    writeInputs();
+    const std::string intact = read("map.ccp4");
+    const std::vector<BrokenMap> cases = {
+        {"an empty file", [](std::string& bytes) { bytes.clear(); }, "Error: "},
+        {"mode 0", [](std::string& bytes) { setIntAt(bytes, 12, 0); },
+         "Error: Non-real (32-bit float) data types are unsupported "},
+        {"cut in the voxels", [](std::string& bytes) { bytes.resize(bytes.size() - 400); },
+         "Error: File appears truncated and doesn't match header. "},
+        {"cut in the header", [](std::string& bytes) { bytes.resize(500); }, "Error: "},
+        {"far too long", [](std::string& bytes) { bytes.append(2000000, '\0'); },
+         "Error: File is MUCH larger than expected and doesn't match header. "},
+        {"extents of which the file knows nothing",
+         [](std::string& bytes) {
+             for (const std::size_t offset : {0U, 4U, 8U})
+                 setIntAt(bytes, offset, 2000000000);
+         },
+         "Error: "},
+        {"a negative extent", [](std::string& bytes) { setIntAt(bytes, 0, -20); }, ""},
+        {"an axis order that is no permutation", [](std::string& bytes) { setIntAt(bytes, 64, 2); }, ""},
+        {"a cell that is not finite",
+         [](std::string& bytes) { setFloatAt(bytes, 40, std::numeric_limits<float>::infinity()); }, ""},
+        {"a negative cell", [](std::string& bytes) { setFloatAt(bytes, 44, -50.0F); }, ""},
+        {"a voxel that is not a number",
+         [](std::string& bytes) {
+             setFloatAt(bytes, firstVoxel + 400, std::numeric_limits<float>::quiet_NaN());
+         },
+         ""},
+        {"an infinite voxel",
+         [](std::string& bytes) { setFloatAt(bytes, firstVoxel, std::numeric_limits<float>::infinity()); },
+         ""},
+    };
+    for (const BrokenMap& broken : cases) {
+        SCOPED_TRACE(broken.what);
+        std::string bytes = intact;
+        broken.damage(bytes);
+        write("map.ccp4", bytes);
+        const RunResult result = fit(quick());
+        expectStageFailure(result, "map.ccp4", broken.message);
+        EXPECT_TRUE(endsWith(result.out, " Input EDM file " + std::string(64, '.') + " : map.ccp4\n"));
+    }
+}
+
+TEST_F(Failures, MapWithAnAxisOfOneVoxel) {
+    writeInputs();
+    TestMap flat;
+    flat.size = {20, 1, 18};
+    writeInputs(m_model, simulate(flat, m_model, 2.5));
+    expectStageFailure(fit(quick()), "map.ccp4", "one voxel");
+}
+
+TEST_F(Failures, MapWithoutItsMagicWordIsReadAllTheSame) {
+    writeInputs();
+    ASSERT_EQ(fit(quick()).status, 0);
+    const std::string expected = read("Solution.pdb");
+    std::string bytes = read("map.ccp4");
+    bytes.replace(208, 4, "XXX ");
+    write("map.ccp4", bytes);
+    const RunResult result = fit(quick());
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(contains(result.err, "Error: 'MAP' string missing, not a valid CCP4 file \n")) << result.err;
+    EXPECT_EQ(read("Solution.pdb"), expected);
+}
+
+TEST_F(Failures, CompressedInputsAreNamed) {
+    writeInputs();
+    const std::string gzip =
+        std::string("\x1f\x8b\x08\x00\x00\x00\x00\x00\x00\x03", 10) + std::string(3000, 'x');
+    write("packed.map", gzip);
+    write("packed.pdb", gzip);
+    const RunResult map = run(quick({"--ipdb", "model.pdb", "--iedm", "packed.map"}));
+    EXPECT_EQ(map.status, 1);
+    EXPECT_TRUE(contains(map.err, "packed.map")) << map.err;
+    EXPECT_TRUE(contains(map.err, "gzip")) << map.err;
+    const RunResult model = run(quick({"--ipdb", "packed.pdb", "--iedm", "map.ccp4"}));
+    EXPECT_EQ(model.status, 1);
+    EXPECT_TRUE(contains(model.err, "packed.pdb")) << model.err;
+    EXPECT_TRUE(contains(model.err, "gzip")) << model.err;
+}
+
+TEST_F(Failures, DictionaryFormatOfModelsIsNamed) {
+    writeInputs();
+    write("model.cif", "data_TEST\n#\nloop_\n_atom_site.group_PDB\n_atom_site.id\n_atom_site.Cartn_x\n"
+                       "ATOM 1 N 11.1 12.2 13.3\nATOM 2 C 12.1 13.2 14.3\n#\n");
+    const RunResult result = run(quick({"--ipdb", "model.cif", "--iedm", "map.ccp4"}));
+    EXPECT_TRUE(contains(result.err, "selvane: model.cif is an mmCIF file; convert it")) << result.err;
+}
+
+TEST_F(Failures, PlaceInTheOriginWordsIsTold) {
+    writeInputs();
+    m_map.start = {0, 0, 0};
+    m_map.originWords = {10.0F, -20.5F, 30.0F};
+    const std::vector<TestAtom> atoms = makeModel(m_map.centre());
+    writeInputs(atoms, simulate(m_map, atoms, 2.5));
+    const RunResult result = fit(quick());
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(contains(result.err, "selvane: map.ccp4: ")) << result.err;
+    EXPECT_TRUE(contains(result.err, "(10.000, -20.500, 30.000)")) << result.err;
+    EXPECT_LE(rmsd(readPoses(read("Rigid_solution.pdb")).at(0).positions, positionsOf(m_model)), 0.0011);
+}
+
+TEST_F(Failures, MapWithoutCandidatesLeavesEmptySolutions) {
+    writeInputs();
+    for (double& value : m_map.values)
+        value = -1.0 - value;
+    writeInputs(m_model, m_map);
+    const RunResult result = fit(coarse());
+    EXPECT_EQ(result.status, 0) << result.err;
+    for (const char* name : {"Rigid_solution.pdb", "Solution.pdb"}) {
+        EXPECT_TRUE(exists(name));
+        EXPECT_EQ(read(name), "");
+    }
+    EXPECT_EQ(linesOf(read("original.pdb")).size(), m_model.size());
+    EXPECT_EQ(read("edm.map").substr(1024), read("map.ccp4").substr(1024));
+    volatile double none = 0.0;
+    char share[80];
+    std::snprintf(share, sizeof share, "non-convex problem%s : %g %%\n", std::string(62, '.').c_str(),
+                  none / none * 100.0);
+    EXPECT_TRUE(contains(result.out, share)) << result.out;
+    EXPECT_TRUE(contains(result.out, " Timing : "));
+}
+
+TEST_F(Failures, OutputDirectoryThatCannotBeMade) {
+    writeInputs();
+    write("out", "a file in the way");
+    const RunResult result = fit(quick({"--odir", "out"}));
+    EXPECT_EQ(result.status, 0);
+    for (const char* path : {"out/Rigid_solution.pdb", "out/Solution.pdb"})
+        EXPECT_TRUE(contains(result.out, "[ERROR] couldn't create the file " + std::string(47, '.') + " : " +
+                                             path + "\n"))
+            << result.out;
+    EXPECT_TRUE(contains(result.out, " Timing : "));
+    EXPECT_EQ(read("out"), "a file in the way");
+}
+
+TEST_F(Failures, LogThatCannotBeWrittenStaysSilent) {
+    writeInputs();
+    fs::create_directories(m_directory / "work" / "out" / "log.txt");
+    const RunResult result = fit(quick({"--odir", "out"}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(entries("out").size(), 5U);
+}
+
+TEST_F(Failures, FullDiskSparesTheOtherFiles) {
+    writeInputs();
+    const std::vector<std::string> names = {"Rigid_solution.pdb", "Solution.pdb", "original.pdb", "edm.map"};
+    ASSERT_EQ(fit(quick({"--odir", "whole"})).status, 0);
+    for (const std::string& full : names) {
+        SCOPED_TRACE(full);
+        const fs::path directory = m_directory / "work" / ("without_" + full);
+        fs::create_directory(directory);
+        fs::create_symlink("/dev/full", directory / full);
+        const RunResult result = fit(quick({"--odir", "without_" + full}));
+        EXPECT_EQ(result.status, 1);
+        EXPECT_TRUE(contains(result.err, "selvane: without_" + full + "/" + full)) << result.err;
+        EXPECT_TRUE(contains(result.out, " Timing : "));
+        EXPECT_TRUE(exists("without_" + full + "/log.txt"));
+        for (const std::string& name : names)
+            if (name != full) {
+                EXPECT_EQ(read("without_" + full + "/" + name), read("whole/" + name)) << name;
+            }
+    }
+}
+
+TEST_F(Failures, RunBeyondTheMachinesMemoryIsRefusedBeforeItsBuffersAreMade) {
+    writeInputs();
+    const RunResult result = fit({"--dangle", "180", "--nthread", "1000000", "--nsolutions", "1000"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(contains(result.err, "selvane: ")) << result.err;
+    EXPECT_TRUE(contains(result.err, "nthread")) << result.err;
+    EXPECT_TRUE(contains(result.err, "nopadding")) << result.err;
+    EXPECT_FALSE(exists("Rigid_solution.pdb"));
+}
+
+} // namespace
