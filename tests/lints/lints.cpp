@@ -46,7 +46,7 @@ std::vector<fs::path> filesBelow(const fs::path& root, const std::vector<std::st
         }
         for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root / folder)) {
             if (entry.is_regular_file()) {
-                files.push_back(fs::relative(entry.path(), root));
+                files.push_back(entry.path().lexically_relative(root));
             }
         }
     }

@@ -1,0 +1,26 @@
+# What `cmake --install` puts in place: the program, its man page, the documents, the headers and a CMake package that
+# offers each library as Selvane::NAME. The libraries themselves are installed where they are defined.
+
+include(CMakePackageConfigHelpers)
+
+set(SELVANE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Selvane)
+
+if(TARGET selvane)
+    install(TARGETS selvane RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+install(FILES ${PROJECT_SOURCE_DIR}/docs/selvane.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/LICENSE
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} OPTIONAL)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}
+    FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg")
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/Libraries/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/selvane
+    FILES_MATCHING PATTERN "*.h" PATTERN "tests" EXCLUDE)
+
+install(EXPORT SelvaneTargets NAMESPACE Selvane:: DESTINATION ${SELVANE_PACKAGE_DIR})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/SelvaneConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/SelvaneConfig.cmake INSTALL_DESTINATION ${SELVANE_PACKAGE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/SelvaneConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/SelvaneConfig.cmake ${PROJECT_BINARY_DIR}/SelvaneConfigVersion.cmake
+    DESTINATION ${SELVANE_PACKAGE_DIR})
