@@ -239,8 +239,10 @@ TEST_F(Report, CountsRotationsOfTheStepAndAddsTheIdentityWhereItIsMissing) {
     writeInputs();
     // Points on the sphere times turns about each; a step that does not divide 180 degrees misses the
     // identity.
-    const std::vector<std::pair<const char*, int>> counts = {
-        {"90", 6 * 4}, {"45", 21 * 8}, {"50", 17 * 8 + 1}};
+    // Beyond 203 degrees one point is asked for and both poles stand.
+    const std::vector<std::pair<const char*, int>> counts = {{"90", 6 * 4},      {"45", 21 * 8},
+                                                             {"50", 17 * 8 + 1}, {"180", 2 * 2},
+                                                             {"210", 2 * 2 + 1}, {"400", 2 * 1 + 1}};
     for (const auto& [step, count] : counts) {
         const std::string out = fit({"--nthread", "1", "--nsolutions", "1", "--dangle", step}).out;
         EXPECT_TRUE(contains(out, title(" Scaning " + std::to_string(count) + " rotations "))) << step;
