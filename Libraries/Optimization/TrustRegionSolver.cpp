@@ -9,13 +9,9 @@
 #include <stdexcept>
 #include <utility>
 
-namespace {
+#include "Optimization/trustRegionRule.h"
 
-// Acceptance and update of the trust region.
-constexpr double collapsedRadius = 1e-11;
-constexpr double acceptRatio = 0.25;
-constexpr double growRatio = 0.75;
-constexpr double shrinkFactor = 0.25;
+namespace {
 
 // The iteration on the shift.
 constexpr double upper = 1.00000000001; // of the radius: lengths below count as inside
@@ -157,17 +153,17 @@ TrustRegionSolver::TrustRegionSolver(std::shared_ptr<ThirdOrderOracle> oracle, c
 void TrustRegionSolver::doStep() {
     m_value = m_oracle->getFunctionGradiantAndHessian(m_x, m_gradient, m_hessian);
     double ratio = reductionRatio();
-    while (ratio < acceptRatio && m_radius >= collapsedRadius) {
-        m_radius *= shrinkFactor;
+    while (ratio < trustRegion::acceptRatio && m_radius >= trustRegion::collapsedRadius) {
+        m_radius *= trustRegion::shrinkFactor;
         ratio = reductionRatio();
     }
     m_x += m_step;
-    if (ratio > growRatio)
+    if (ratio > trustRegion::growRatio)
         m_radius += m_radius;
 }
 
 double TrustRegionSolver::getResiduals() {
-    return m_radius < collapsedRadius ? 0.0 : arma::dot(m_gradient, m_gradient);
+    return m_radius < trustRegion::collapsedRadius ? 0.0 : arma::dot(m_gradient, m_gradient);
 }
 
 /// Solves for m_step inside the present radius and weighs its reduction against the model's.
