@@ -9,7 +9,6 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <initializer_list>
 #include <iterator>
 #include <limits>
 #include <system_error>
@@ -204,10 +203,8 @@ void FittingWorkflow::checkPaths() const {
 
 /// Options of work that this build doesn't do yet.
 void FittingWorkflow::refuseUnavailableOptions() const {
-    for (const TCLAP::Arg* option : std::initializer_list<const TCLAP::Arg*>{
-             &m_multistep, &m_clustering, &m_clusterThreshold, &m_nclusters})
-        if (option->isSet())
-            reject(*option, "This build doesn't offer this option yet: leave it out");
+    if (m_multistep.isSet())
+        reject(m_multistep, "This build doesn't offer this option yet: leave it out");
 }
 
 bool FittingWorkflow::useClustering() const {

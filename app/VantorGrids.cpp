@@ -92,7 +92,9 @@ void Vantor::checkResources() const {
         warn("this run needs about " + text(needed) + " of memory and only " + text(memory.available) +
              " are free. " + remedy);
     }
-    const double lines = 2.0 * static_cast<double>(m_atoms.size()) * m_workflow.getCapacity();
+    const int poses =
+        m_workflow.useClustering() ? m_workflow.m_nclusters.getValue() : m_workflow.getCapacity();
+    const double lines = 2.0 * static_cast<double>(m_atoms.size()) * poses;
     constexpr double bytesPerLine = 81.0;
     const double files = bytesPerLine * lines + 4.0 * m_edm.m_grid.getTotalSize();
     const double disk = resources::freeDisk(m_workflow.m_odir.getValue());

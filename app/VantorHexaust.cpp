@@ -2,7 +2,6 @@
 #include "app/VantorHexaust.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <string>
 
 #include "CrossCorrelation/CorrelationPattern.h"
@@ -73,10 +72,6 @@ void VantorHexaust::dumpPattern() const {
     }
     dump.loadFromValues(values, m_paddedGrid);
     dump.save("density.map");
-}
-
-void VantorHexaust::clusterSolutions() {
-    throw std::logic_error("clusterSolutions: this build does not cluster poses");
 }
 
 void VantorHexaust::threadedComputeCrossCorrelation(unsigned long threadId) {

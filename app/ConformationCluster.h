@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_APP_CONFORMATIONCLUSTER_H
+#define SELVANE_APP_CONFORMATIONCLUSTER_H
+
+#include <array>
+#include <functional>
+#include <iterator>
+#include <limits>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "Math/cBBox.h"
+#include "Math/cGrid.h"
+#include "Math/cMatrix33.h"
+#include "Math/cVector3.h"
+#include "Math/structure.h"
+#include "QCProt/RMSD.h"
+
+/// Representatives of a list of poses: offered best first, a pose is kept if no kept one lies nearer than a
+/// threshold. The distance of two poses is the root mean square displacement of the model's atoms between
+/// their rigid placements, from the model's moments alone.
+///
+/// A placement is the rotation R of a pose, row-major, and its translation t in the frame of the model, in
+/// angstrom. It puts the atom x at R x + p with p = R (t' - pivot) + pivot, t' being the period of t that
+/// keeps the model in the map's box: where the solution files have it, but for small rotations, modes, and
+/// increments of the translation that decide the period.
+/// @tparam T  a candidate pose, as FlexibleFitConformation, whose rigid score is a number
+template <typename T>
+class ConformationCluster : public RMSD<std::array<double, 3>> {
+public:
+    using Placement = std::pair<std::array<double, 9>, std::array<double, 3>>;
+
+    /// @param positions        of the model's atoms
+    /// @param mapGrid          unpadded
+    /// @param structureOrigin  low corner of the grid around the model
+    /// @param threshold        in angstrom
+    ConformationCluster(const std::vector<std::array<double, 3>>& positions, const cGrid& mapGrid,
+                        const cVector3& structureOrigin, double threshold);
+
+    /// Offers a pose and drops the worst ones beyond `capacity`. A kept pose nearer than the threshold
+    /// refuses it if better, and is dropped if not.
+    void insertToMap(const T& candidate, unsigned long capacity);
+
+    /// Whether two placements lie nearer than the threshold.
+    /// @param gridA, gridB  padded grids of the scans that found them
+    bool isInSameCluster(const Placement& a, const cGrid& gridA, const Placement& b,
+                         const cGrid& gridB) const;
+
+    /// Copies of the kept poses, best first.
+    std::vector<T> toStdVector() const;
+
+private:
+    using Clusters = std::multimap<T, Placement, std::greater<T>>;
+
+    Placement makePlacement(const T& candidate) const;
+    std::array<double, 3> translationInMap(const Placement& placement, const cGrid& grid) const;
+    void resolveNeighbours(typename Clusters::iterator inserted);
+
+    double m_squaredThreshold;
+    Clusters m_clusters;        ///< the kept poses, best first
+    cVector3 m_pivot;           ///< that written poses turn about: the map's centre less one cell
+    cVector3 m_structureOrigin; ///< low corner of the structure grid
+    cVector3 m_mapOrigin;       ///< low corner of the map
+    cBBox m_mapBox;
+    cVector3 m_center; ///< mean of the positions
+};
+
+template <typename T>
+ConformationCluster<T>::ConformationCluster(const std::vector<std::array<double, 3>>& positions,
+                                            const cGrid& mapGrid, const cVector3& structureOrigin,
+                                            double threshold)
+    : RMSD<std::array<double, 3>>(positions)
+    , m_squaredThreshold(threshold * threshold)
+    , m_pivot(0.5 * (mapGrid.m_box.m_min + mapGrid.m_box.m_max) - mapGrid.m_cellDim)
+    , m_structureOrigin(structureOrigin)
+    , m_mapOrigin(mapGrid.m_box.m_min)
+    , m_mapBox(mapGrid.m_box) {
+    const std::array<double, 3> center = getCenter(positions);
+    m_center = cVector3(center[0], center[1], center[2]);
+}
+
+template <typename T>
+void ConformationCluster<T>::insertToMap(const T& candidate, unsigned long capacity) {
+    // Deliberate: a full map turns away only scores at or below this, the least positive number times the
+    // count; a pose that is worse than all kept ones goes through the walk and falls off the end.
+    const double least = static_cast<double>(m_clusters.size()) * std::numeric_limits<double>::denorm_min();
+    if (m_clusters.size() < capacity || candidate.m_rigidScore > least) {
+        resolveNeighbours(m_clusters.emplace(candidate, makePlacement(candidate)));
+    }
+    while (m_clusters.size() > capacity) {
+        m_clusters.erase(std::prev(m_clusters.end()));
+    }
+}
+
+/// Of each kept pose and the new one, if near each other, drops the worse; of equal ones the kept one.
+template <typename T>
+void ConformationCluster<T>::resolveNeighbours(typename Clusters::iterator inserted) {
+    for (auto kept = m_clusters.begin(); kept != m_clusters.end(); ++kept) {
+        if (kept == inserted ||
+            !isInSameCluster(kept->second, *kept->first.m_grid, inserted->second, *inserted->first.m_grid)) {
+            continue;
+        }
+        if (inserted->first < kept->first) {
+            m_clusters.erase(inserted);
+            return;
+        }
+        m_clusters.erase(kept);
+        // Deliberate: the walk goes on behind the first element, so that what has become the first one is not
+        // tested (again).
+        kept = m_clusters.begin();
+    }
+}
+
+template <typename T>
+typename ConformationCluster<T>::Placement ConformationCluster<T>::makePlacement(const T& candidate) const {
+    const std::array<double, 3> t = candidate.getTau(); // z, y, x
+    const cVector3 tau = cVector3(t[2], t[1], t[0]) + (m_mapOrigin - m_structureOrigin) +
+                         cVector3(candidate.m_ddx, candidate.m_ddy, candidate.m_ddz);
+    Placement placement;
+    cMatrix33::rotationXYZ(candidate.m_alpha, candidate.m_beta, candidate.m_gamma)
+        .toArray(placement.first.data());
+    placement.second = {tau.x, tau.y, tau.z};
+    return placement;
+}
+
+template <typename T>
+bool ConformationCluster<T>::isInSameCluster(const Placement& a, const cGrid& gridA, const Placement& b,
+                                             const cGrid& gridB) const {
+    const std::array<double, 3> pa = translationInMap(a, gridA);
+    const std::array<double, 3> pb = translationInMap(b, gridB);
+    return this->getMSDTwoTransforms(a.first.data(), b.first.data(), pa.data(), pb.data()) <
+           m_squaredThreshold;
+}
+
+template <typename T>
+std::array<double, 3> ConformationCluster<T>::translationInMap(const Placement& placement,
+                                                               const cGrid& grid) const {
+    cMatrix33 rotation;
+    rotation.fromArray(placement.first.data());
+    const auto& t = placement.second;
+    const cVector3 corrected = m_mapBox.getCorrectedTau(cVector3(t[0], t[1], t[2]), rotation, grid, m_center);
+    const cVector3 p = rotation * (corrected - m_pivot) + m_pivot;
+    return {p.x, p.y, p.z};
+}
+
+template <typename T>
+std::vector<T> ConformationCluster<T>::toStdVector() const {
+    std::vector<T> poses;
+    poses.reserve(m_clusters.size());
+    for (const auto& [pose, placement] : m_clusters) {
+        poses.push_back(pose);
+    }
+    return poses;
+}
+
+#endif
