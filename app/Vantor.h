@@ -110,6 +110,23 @@ public:
     /// odir/edm.map.
     void saveTopSolution(std::string name);
 
+    /// Refines the input model as it stands in the map, in all degrees of freedom and without any scan, and
+    /// writes it to odir/Refined-<name of the input>. A library operation: no stage of a run calls it.
+    ///
+    /// It follows loadEdm(), loadPdb(), buildHessian(), performNMA() and, for the radius,
+    /// initThreadedRefineTopConformations(). It filters m_edmValues in place and replaces m_structureGrid.
+    ///
+    /// The mean product of map and simulated density is raised by BfgsTrustRegionSolver, until the squared
+    /// gradient has come down to 1e-11 of itself. Three limits to know:
+    /// - Node (0, 0, 0) of the map is taken to stand at m_cellDim, which is true with start words (1, 1, 1).
+    ///   In any other map the result lies off by (1 - start) cells along each axis, if model and map overlap
+    ///   at all.
+    /// - A mean over voxels depends on the map's scale and size. Where the squared gradient is 1e-11 or less
+    ///   to start with, the solver stops after one step: minus the gradient, so too short to matter.
+    /// - A product grows as atoms crowd into dense places, so that modes tend to contract a model. The radius
+    ///   bounds single steps and not their sum.
+    void refineInputPDB(cSequentialTimer& timer);
+
 protected:
     /// Bytes that the estimated run needs beyond what is held already; for the check before the buffers are
     /// made.
@@ -152,6 +169,7 @@ private:
     cVector3 rotationCenterOfPoses() const;
     bool writePose(std::FILE* file, unsigned long solution, const cVector3& center);
     void writeInputCopies();
+    void writeRefinedInput(const arma::Col<double>& x, const cVector3& center);
 
     bool m_incompleteFiles = false;
 };
