@@ -77,14 +77,13 @@ void ElectronDensity::rotateNonZeroPadded(const std::vector<double>& source, con
     const cMatrix33 rotation = cMatrix33::rotationXYZ(eulerAngles[0], eulerAngles[1], eulerAngles[2]);
     const cVector3 center = 0.5 * (sourceGrid.m_box.m_min + sourceGrid.m_box.m_max);
     const RotatedLattice lattice(sourceGrid, rotation, center);
-    const lerp::TrilinearSampler sample(sourceGrid, source);
+    const lerp::TrilinearSampler sampler(sourceGrid, source);
     std::vector<double> values(sourceGrid.getTotalSize());
     double* value = values.data();
     for (unsigned int i = 0; i < sourceGrid.m_size[0]; ++i) {
         for (unsigned int j = 0; j < sourceGrid.m_size[1]; ++j) {
-            for (unsigned int k = 0; k < sourceGrid.m_size[2]; ++k) {
-                *value++ = sample(lattice(i, j, k));
-            }
+            sampler.sampleRow(lattice.rowStart(i, j), lattice.rowStep(), sourceGrid.m_size[2], value);
+            value += sourceGrid.m_size[2];
         }
     }
     fccf::filterValues(values, threshold);

@@ -62,7 +62,17 @@ public:
                row11[z.lower] * (weight11 * below) + row11[z.upper] * (weight11 * above);
     }
 
+    /// The field at the n points start + k step, k = 0 .. n - 1, each bit for bit what operator() gives: the
+    /// form for a row of a rotated lattice, which uses wide instructions and skips what lies outside the box.
+    void sampleRow(const cVector3& start, const cVector3& step, unsigned int n, double* out) const;
+
 private:
+    /// The range of k outside which no point of a row can lie inside the box, widened by one on either side.
+    struct Range {
+        unsigned int begin, end;
+    };
+    Range insideRange(const cVector3& start, const cVector3& step, unsigned int n) const;
+
     /// The two nodes around a coordinate in units of the cell.
     struct Neighbours {
         int lower, upper;

@@ -24,6 +24,12 @@ public:
         return m_origin + m_stepX * i + m_stepY * j + m_stepZ * k;
     }
 
+    /// Node (i, j, 0); with k steps added it is node (i, j, k), in the order of operator().
+    cVector3 rowStart(unsigned int i, unsigned int j) const { return m_origin + m_stepX * i + m_stepY * j; }
+
+    /// From one node of a row to the next.
+    const cVector3& rowStep() const { return m_stepZ; }
+
 private:
     static cVector3 step(const cMatrix33& rotation, const cGrid& grid, int axis) {
         const double cell = grid.m_cellDim[axis];
