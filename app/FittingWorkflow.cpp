@@ -29,12 +29,6 @@ unsigned long defaultThreads() {
     return std::max(std::thread::hardware_concurrency(), 1U);
 }
 
-/// Number of rotations that the sampling makes for a step in degrees: the points of a spiral that each stand
-/// for step^2 square degrees, times a full turn. Not an integer type, as small steps exceed all of them.
-double countRotations(double step) {
-    return std::ceil(129600.0 / (step * step * PI)) * std::ceil(360.0 / step);
-}
-
 /// Whether two paths name one file: by device and inode if both exist, by their canonical form if not.
 bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
     namespace fs = std::filesystem;
@@ -47,6 +41,10 @@ bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b) 
 }
 
 } // namespace
+
+double FittingWorkflow::countRotations(double step) {
+    return std::ceil(129600.0 / (step * step * PI)) * std::ceil(360.0 / step);
+}
 
 bool FittingWorkflow::risesAboveCut(double sigma) {
     constexpr double cut = 0.0001;

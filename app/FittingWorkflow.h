@@ -42,6 +42,11 @@ public:
     /// Width of a Gaussian in angstrom: the option, or the largest edge of the map's cell.
     double getSigma(const cVector3& cellDim) const;
 
+    /// Number of rotations that the sampling makes for a step in degrees: the points of a spiral that each
+    /// stand for step^2 square degrees, times a full turn. Not an integer type, as small steps exceed all of
+    /// them.
+    static double countRotations(double step);
+
     /// Whether a Gaussian of this width, in angstrom, rises above the density at which it is cut.
     static bool risesAboveCut(double sigma);
 

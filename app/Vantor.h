@@ -131,6 +131,8 @@ protected:
     /// Bytes that the estimated run needs beyond what is held already; for the check before the buffers are
     /// made.
     virtual double estimateScanBytes() const = 0;
+    /// Number of rotations of the sampling, before the identity is added.
+    double rotationCount() const;
     void fillPaddedMap(std::vector<double>& target) const;
     void countNonConvex() { m_nonConvexCount.fetch_add(1, std::memory_order_relaxed); }
     void reportIncompleteFile(const std::string& path);
@@ -166,6 +168,7 @@ private:
     void checkLonelyAtoms();
     void tellCoincidentAtoms() const;
     void checkResources() const;
+    void tellCutModel() const;
     cVector3 rotationCenterOfPoses() const;
     bool writePose(std::FILE* file, unsigned long solution, const cVector3& center);
     void writeInputCopies();

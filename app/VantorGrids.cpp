@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The stages that lay the grids of map and model over each other.
+#include <algorithm>
 #include <cmath>
 
 #include "CrossCorrelation/ElectronDensity.h"
@@ -75,7 +76,26 @@ void Vantor::zeroPadd() {
     cGrid::paddTwoGridsToPowerTwo(m_edm.m_grid, *m_structureGrid, m_paddedGrid, *m_paddedStructureGrid,
                                   m_info, nopadding);
     m_paddedStructureGrid->m_center = m_structureGrid->m_center;
+    tellCutModel();
     checkResources();
+}
+
+/// The common size of the grids follows the map alone.
+void Vantor::tellCutModel() const {
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        if (m_structureGrid->m_size[axis] > m_paddedGrid.m_size[axis]) {
+            warn(m_workflow.m_ipdb.getValue() +
+                 ": the model with its margin is larger than the map's grid, and what "
+                 "reaches beyond is cut off. Pad the map with zeros, or orient the "
+                 "model along it.");
+            return;
+        }
+    }
+}
+
+double Vantor::rotationCount() const {
+    const unsigned int size[3] = {m_edm.m_grid.m_size[0], m_edm.m_grid.m_size[1], m_edm.m_grid.m_size[2]};
+    return FittingWorkflow::countRotations(m_workflow.getDangle(size));
 }
 
 void Vantor::checkResources() const {
@@ -83,7 +103,8 @@ void Vantor::checkResources() const {
     const resources::Memory memory = resources::memory();
     constexpr double gigabyte = 1024.0 * 1024.0 * 1024.0;
     const auto text = [&](double bytes) { return std::to_string(bytes / gigabyte) + " GiB"; };
-    const std::string remedy = "Use fewer workers (--nthread) or no padding (--nopadding).";
+    const std::string remedy =
+        "Use fewer workers (--nthread), no padding (--nopadding) or fewer poses (--nsolutions).";
     if (needed > memory.total) {
         fail("this run needs about " + text(needed) +
              " of memory and this machine or its control group has " + text(memory.total) + ". " + remedy);
@@ -94,7 +115,8 @@ void Vantor::checkResources() const {
     }
     const int poses =
         m_workflow.useClustering() ? m_workflow.m_nclusters.getValue() : m_workflow.getCapacity();
-    const double lines = 2.0 * static_cast<double>(m_atoms.size()) * poses;
+    const double found = (rotationCount() + 1.0) * m_paddedGrid.getTotalSize();
+    const double lines = 2.0 * static_cast<double>(m_atoms.size()) * std::min<double>(poses, found);
     constexpr double bytesPerLine = 81.0;
     const double files = bytesPerLine * lines + 4.0 * m_edm.m_grid.getTotalSize();
     const double disk = resources::freeDisk(m_workflow.m_odir.getValue());

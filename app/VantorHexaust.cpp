@@ -132,6 +132,10 @@ double VantorHexaust::estimateScanBytes() const {
     const double conformation = 600.0 + 8.0 * (nDof + nDof * nDof);
     const double workers = static_cast<double>(m_nThread);
     const double arraysPerWorker = 4.0; // target, correlation, two spectra
-    const double solutions = conformation * m_workflow.getCapacity() * (workers + 1.0);
-    return 8.0 * padded * (arraysPerWorker * workers + 2.0) + 8.0 * map * (2.0 + workers) + solutions;
+    // The pattern's spectrum, its field while it is transformed, and the diagnostic copy of that field.
+    const double sharedArrays = 3.0;
+    const double kept = std::min<double>(m_workflow.getCapacity(), (rotationCount() + 1.0) * padded);
+    const double solutions = conformation * kept * (workers + 1.0);
+    return 8.0 * padded * (arraysPerWorker * workers + sharedArrays) + 8.0 * map * (2.0 + workers) +
+           solutions;
 }
