@@ -11,14 +11,21 @@
 ///
 /// One row per node, ascending in the flat grid index. With D degrees of freedom a row holds
 ///   rho, g[0] .. g[D-1], H[0][0], H[0][1] .. H[0][D-1], H[1][1] .. H[D-1][D-1]:
-/// second derivatives are symmetric, so the upper triangle, row by row, is all.
+/// second derivatives are symmetric, so the upper triangle, row by row, is all. A table without second
+/// derivatives ends with the gradient.
 struct DensityTable {
     std::size_t nDof = 0;
+    bool hasHessian = true;
     std::vector<std::uint32_t> nodes; ///< flat grid indices, ascending
     std::vector<double> rows;         ///< nodes.size() * columns(), row after row
 
-    /// Numbers in a row: 1 + D + D (D + 1) / 2.
-    std::size_t columns() const { return 1 + nDof + nDof * (nDof + 1) / 2; }
+    /// Numbers in a row: 1 + D + D (D + 1) / 2, or 1 + D without second derivatives.
+    std::size_t columns() const { return 1 + derivativeColumns(nDof, hasHessian); }
+
+    /// Numbers in a row without the density.
+    static std::size_t derivativeColumns(std::size_t nDof, bool withHessian) {
+        return nDof + (withHessian ? nDof * (nDof + 1) / 2 : 0);
+    }
 
     /// Column of the first derivative by degree of freedom i.
     static std::size_t gradientColumn(std::size_t i) { return 1 + i; }

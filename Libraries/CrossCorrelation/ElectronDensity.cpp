@@ -2,7 +2,6 @@
 #include "CrossCorrelation/ElectronDensity.h"
 
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <stdexcept>
 #include <string>
@@ -55,15 +54,16 @@ ElectronDensity::ElectronDensity(const std::array<double, 3>* positions, double 
     const double radius = std::sqrt(squaredRadius);
     m_cutoffDiameter = radius + radius;
 
-    m_atomDofMatrix.assign(3 * m_nDof * nAtoms, 0.0);
+    auto jacobians = std::make_shared<std::vector<double>>(3 * m_nDof * nAtoms, 0.0);
     for (std::size_t atom = 0; atom < nAtoms && m_nModes > 0; ++atom) {
         const arma::Mat<double> modes = engine.getModesMatrix(static_cast<int>(atom));
         for (std::size_t c = 0; c < 3; ++c) {
             for (std::size_t m = 0; m < m_nModes; ++m) {
-                m_atomDofMatrix[(3 * atom + c) * m_nDof + 6 + m] = modes(c, m);
+                (*jacobians)[(3 * atom + c) * m_nDof + 6 + m] = modes(c, m);
             }
         }
     }
+    m_atomDofMatrix = std::move(jacobians);
     setRotationCenter(getCenter(positions, nAtoms));
 
     arma::Col<double> q(eta.n_elem + 6, arma::fill::zeros);
@@ -75,26 +75,17 @@ ElectronDensity::ElectronDensity(const std::array<double, 3>* positions, double 
 }
 
 void ElectronDensity::setRotationCenter(const std::array<double, 3>& center) {
-    const std::size_t triangle = m_nDof * (m_nDof + 1) / 2;
-    m_atomDofGram.resize(triangle * m_positions.size());
+    auto jacobians = std::make_shared<std::vector<double>>(*m_atomDofMatrix);
     for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
-        double* jacobian = m_atomDofMatrix.data() + 3 * m_nDof * atom;
+        double* jacobian = jacobians->data() + 3 * m_nDof * atom;
         const arma::Mat<double> rigid = fccf::getRigidDofMatrix(m_positions[atom], center);
         for (std::size_t c = 0; c < 3; ++c) {
             for (std::size_t k = 0; k < 6; ++k) {
                 jacobian[c * m_nDof + k] = rigid(c, k);
             }
         }
-        double* gram = m_atomDofGram.data() + triangle * atom;
-        for (std::size_t r = 0; r < m_nDof; ++r) {
-            for (std::size_t s = r; s < m_nDof; ++s) {
-                const double product = jacobian[r] * jacobian[s] +
-                                       jacobian[m_nDof + r] * jacobian[m_nDof + s] +
-                                       jacobian[2 * m_nDof + r] * jacobian[2 * m_nDof + s];
-                *gram++ = m_invSigma2 * product;
-            }
-        }
     }
+    m_atomDofMatrix = std::move(jacobians);
 }
 
 void ElectronDensity::setRotationCenter(const cVector3& center) {
@@ -121,7 +112,7 @@ void ElectronDensity::moveAtoms(const arma::Col<double>& q) {
                                std::to_string(m_nDof) + " and " + std::to_string(q.n_elem) + "x1");
     }
     for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
-        const double* jacobian = m_atomDofMatrix.data() + 3 * m_nDof * atom;
+        const double* jacobian = m_atomDofMatrix->data() + 3 * m_nDof * atom;
         for (std::size_t c = 0; c < 3; ++c) {
             double moved = 0.0;
             for (std::size_t k = 0; k < m_nDof; ++k) {
@@ -138,18 +129,11 @@ std::array<double, 3> ElectronDensity::atomPosition(std::size_t atom) const {
     return {p[0] + u[0], p[1] + u[1], p[2] + u[2]};
 }
 
-std::array<double, 3> ElectronDensity::nodePosition(std::uint32_t flatIndex) const {
-    const auto [i, j, k] = m_grid->m_flatIndex2Index[flatIndex];
-    const cVector3& low = m_grid->m_box.m_min;
-    const cVector3& cell = m_grid->m_cellDim;
-    return {low.x + static_cast<double>(i) * cell.x, low.y + static_cast<double>(j) * cell.y,
-            low.z + static_cast<double>(k) * cell.z};
-}
-
-AtomContacts::Reach ElectronDensity::reachOf(std::size_t atom, const std::array<double, 3>& cell) const {
+NodeBox ElectronDensity::reachOf(std::size_t atom) const {
     const std::array<double, 3> low{m_grid->m_box.m_min.x, m_grid->m_box.m_min.y, m_grid->m_box.m_min.z};
+    const std::array<double, 3> cell{m_grid->m_cellDim.x, m_grid->m_cellDim.y, m_grid->m_cellDim.z};
     const std::array<double, 3> position = atomPosition(atom);
-    AtomContacts::Reach reach{};
+    NodeBox reach;
     for (std::size_t a = 0; a < 3; ++a) {
         const int halfWidth = floorToHalfWidth(m_cutoffDiameter / (cell[a] + cell[a]));
         // The nearest node decides by the last bit: in this order, truncated.
@@ -160,31 +144,18 @@ AtomContacts::Reach ElectronDensity::reachOf(std::size_t atom, const std::array<
     return reach;
 }
 
-double ElectronDensity::sumOverReach(std::size_t atom, const AtomContacts::Reach& reach) const {
-    const cVector3& low = m_grid->m_box.m_min;
-    const cVector3& cell = m_grid->m_cellDim;
-    const std::array<double, 3> position = atomPosition(atom);
-    double sum = 0.0;
-    for (int i = reach.low[0]; i <= reach.high[0]; ++i) {
-        const double dx = low.x + i * cell.x - position[0];
-        for (int j = reach.low[1]; j <= reach.high[1]; ++j) {
-            const double dy = low.y + j * cell.y - position[1];
-            for (int k = reach.low[2]; k <= reach.high[2]; ++k) {
-                const double dz = low.z + k * cell.z - position[2];
-                sum += m_gaussianNorm * std::exp(-(dx * dx + dy * dy + dz * dz) / m_twoSigma2);
-            }
+NodeBox ElectronDensity::reachedBox() const {
+    NodeBox box;
+    for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
+        const NodeBox reach = reachOf(atom);
+        if (reach.isEmpty()) {
+            continue;
+        }
+        const bool first = box.isEmpty();
+        for (std::size_t a = 0; a < 3; ++a) {
+            box.low[a] = first ? reach.low[a] : std::min(box.low[a], reach.low[a]);
+            box.high[a] = first ? reach.high[a] : std::max(box.high[a], reach.high[a]);
         }
     }
-    return sum;
-}
-
-void ElectronDensity::initAtomContributionMap() {
-    const std::array<double, 3> cell{m_grid->m_cellDim.x, m_grid->m_cellDim.y, m_grid->m_cellDim.z};
-    std::vector<AtomContacts::Reach> reaches(m_positions.size());
-    for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
-        reaches[atom] = reachOf(atom, cell);
-        // An atom that reaches no node gets an infinite weight, harmless because no node lists it.
-        m_atomWeights[atom] = 1.0 / sumOverReach(atom, reaches[atom]);
-    }
-    m_contacts = AtomContacts(reaches, *m_grid);
+    return box;
 }

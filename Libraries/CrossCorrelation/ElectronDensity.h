@@ -9,12 +9,14 @@
 
 #include <armadillo>
 
-#include "CrossCorrelation/AtomContacts.h"
 #include "CrossCorrelation/DensityTable.h"
+#include "CrossCorrelation/NodeBox.h"
 #include "Math/cBBox.h"
 
-class cGrid;
 class NormalModeEngine;
+class cGrid;
+struct AtomGaussian;
+enum class DensityOrder;
 
 /// The density that an atomic model produces on a grid, with its derivatives by a small set of degrees of
 /// freedom.
@@ -28,8 +30,12 @@ class NormalModeEngine;
 /// t in angstrom, w in radians, eta in the modes' own scale. All atoms count the same: neither mass nor
 /// element enters.
 ///
+/// An exponential factorises over the axes, so an atom costs a few exponentials per axis and a contact with a
+/// node a few products. Every sum over atoms runs in ascending order of the atoms.
+///
 /// Arrays on the grid are flat with z fastest; derivative arrays are stored degree of freedom first, node
-/// last. Not for use by two threads at once.
+/// last. A copy is cheap (56 bytes an atom): the Jacobians are shared until one of the two moves its rotation
+/// centre. Evaluations may run on several threads at once, but not beside a change.
 class ElectronDensity {
 public:
     /// The density below which a Gaussian is cut, and the floor of a candidate's score.
@@ -50,7 +56,7 @@ public:
     void setRotationCenter(const std::array<double, 3>& center);
     void setRotationCenter(const cVector3& center);
 
-    /// Rebuilds contacts and weights around the present positions.
+    /// Rebuilds the weights around the present positions; the contacts follow from the positions alone.
     void initAtomContributionMap();
 
     /// Sets q = (translation, rotation, eta) and rebuilds contacts and weights.
@@ -73,11 +79,28 @@ public:
     arma::Col<double> evalRigidFlexGradYFunction(int atom, const std::array<double, 3>& node) const;
 
     /// Density, gradient and Hessian at the reached nodes only; the same numbers as evalRigidFlex.
-    DensityTable tabulate() const;
+    DensityTable tabulate(bool withHessian = true) const;
+
+    /// Adds rho to a field of the whole grid, touching reachedBox() alone.
+    void addDensity(double* field) const;
+
+    /// The D gradient fields, one after another, on reachedBox().
+    std::vector<double> gradientOnBox() const;
+
+    /// For a field f on reachedBox(), the sums over its nodes n
+    ///   sum f(n) d rho(n) / dq_i, then sum f(n) d2 rho(n) / dq_i dq_j in the order of DensityTable.
+    /// They come from moments of f under each atom's Gaussian, at the cost of a few values of rho whatever
+    /// the number of degrees of freedom.
+    std::vector<double> weighDerivatives(const std::vector<double>& field, bool withHessian) const;
+
+    /// The nodes that an atom reaches: a box of whole nodes around its nearest node, cut at the grid's faces.
+    NodeBox reachOf(std::size_t atom) const;
+
+    /// The smallest box of nodes that holds all that some atom reaches.
+    NodeBox reachedBox() const;
 
     std::size_t nDof() const { return m_nDof; }
     std::size_t atomCount() const { return m_positions.size(); }
-    const AtomContacts& contacts() const { return m_contacts; }
     double atomWeight(std::size_t atom) const { return m_atomWeights[atom]; }
     double gaussianNorm() const { return m_gaussianNorm; }
     double cutoffDiameter() const { return m_cutoffDiameter; }
@@ -109,21 +132,18 @@ public:
                                 double scale);
 
 private:
+    void place(std::size_t atom, AtomGaussian& gaussian) const;
     template <class Visit>
-    void forEachNode(bool withHessian, Visit&& visit) const;
-    void accumulateContact(std::size_t atom, const std::array<double, 3>& node, bool withHessian,
-                           std::vector<double>& row, std::vector<double>& y) const;
+    void forEachRow(DensityOrder order, Visit&& visit) const;
+    void evalColumns(std::vector<double>& values, std::vector<std::vector<double>>& gradient,
+                     std::vector<std::vector<double>>* hessian) const;
     std::array<double, 3> atomPosition(std::size_t atom) const;
-    std::array<double, 3> nodePosition(std::uint32_t flatIndex) const;
-    AtomContacts::Reach reachOf(std::size_t atom, const std::array<double, 3>& halfWidths) const;
-    double sumOverReach(std::size_t atom, const AtomContacts::Reach& reach) const;
     void moveAtoms(const arma::Col<double>& q);
     void checkValues(const std::vector<double>& values) const;
     void checkGradient(const std::vector<std::vector<double>>& gradient) const;
 
     std::vector<std::array<double, 3>> m_positions;
-    std::vector<double> m_atomDofMatrix; ///< J_a, 3 x D row by row, atom after atom
-    std::vector<double> m_atomDofGram;   ///< J_a^T J_a / sigma^2, upper triangle row by row, atom after atom
+    std::shared_ptr<const std::vector<double>> m_atomDofMatrix; ///< J_a, 3 x D row by row, atom after atom
     std::vector<std::array<double, 3>> m_displacements;
     std::size_t m_nModes;
     std::size_t m_nDof;
@@ -134,7 +154,6 @@ private:
     std::vector<double> m_atomWeights;
     double m_cutoffDiameter;
     std::shared_ptr<const cGrid> m_grid;
-    AtomContacts m_contacts;
 };
 
 #endif

@@ -4,48 +4,51 @@
 #include <stdexcept>
 #include <string>
 
+#include "CrossCorrelation/AtomGaussian.h"
 #include "CrossCorrelation/ElectronDensity.h"
 #include "Math/cGrid.h"
 
-/// Calls visit(flat index, row) for every reached node, with the row laid out as in DensityTable; its Hessian
-/// part stays zero unless asked for.
-template <class Visit>
-void ElectronDensity::forEachNode(bool withHessian, Visit&& visit) const {
-    std::vector<double> row(1 + m_nDof + m_nDof * (m_nDof + 1) / 2);
-    std::vector<double> y(m_nDof);
-    for (std::size_t n = 0; n < m_contacts.nodeCount(); ++n) {
-        const std::array<double, 3> position = nodePosition(m_contacts.node(n));
-        std::fill(row.begin(), row.end(), 0.0);
-        for (const auto* atom = m_contacts.atomsBegin(n); atom != m_contacts.atomsEnd(n); ++atom) {
-            accumulateContact(*atom, position, withHessian, row, y);
+namespace {
+
+double sumOf(const std::vector<double>& values) {
+    double sum = 0.0;
+    for (const double value : values) {
+        sum += value;
+    }
+    return sum;
+}
+
+} // namespace
+
+/// Places the Gaussian of an atom at its present position.
+void ElectronDensity::place(std::size_t atom, AtomGaussian& gaussian) const {
+    const std::array<double, 3> low{m_grid->m_box.m_min.x, m_grid->m_box.m_min.y, m_grid->m_box.m_min.z};
+    const std::array<double, 3> cell{m_grid->m_cellDim.x, m_grid->m_cellDim.y, m_grid->m_cellDim.z};
+    const std::array<double, 3> position = atomPosition(atom);
+    gaussian.reach = reachOf(atom);
+    for (std::size_t a = 0; a < 3; ++a) {
+        const std::size_t n = gaussian.reach.extent(a);
+        gaussian.distances[a].resize(n);
+        gaussian.factors[a].resize(n);
+        for (std::size_t k = 0; k < n; ++k) {
+            const double node = low[a] + (gaussian.reach.low[a] + static_cast<int>(k)) * cell[a];
+            const double d = node - position[a];
+            gaussian.distances[a][k] = d;
+            gaussian.factors[a][k] = std::exp(-(d * d) / m_twoSigma2);
         }
-        visit(m_contacts.node(n), row);
     }
 }
 
-void ElectronDensity::accumulateContact(std::size_t atom, const std::array<double, 3>& node, bool withHessian,
-                                        std::vector<double>& row, std::vector<double>& y) const {
-    const std::array<double, 3> position = atomPosition(atom);
-    const std::array<double, 3> d{node[0] - position[0], node[1] - position[1], node[2] - position[2]};
-    const double f = std::exp(-(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]) / m_twoSigma2) * m_gaussianNorm *
-                     m_atomWeights[atom];
-    const double* jacobian = m_atomDofMatrix.data() + 3 * m_nDof * atom;
-    row[0] += f;
-    double* gradient = row.data() + 1;
-    for (std::size_t k = 0; k < m_nDof; ++k) {
-        y[k] = (jacobian[k] * d[0] + jacobian[m_nDof + k] * d[1] + jacobian[2 * m_nDof + k] * d[2]) *
-               m_invSigma2;
-        gradient[k] += f * y[k];
-    }
-    if (!withHessian) {
-        return;
-    }
-    double* hessian = gradient + m_nDof;
-    const double* gram = m_atomDofGram.data() + m_nDof * (m_nDof + 1) / 2 * atom;
-    for (std::size_t r = 0; r < m_nDof; ++r) {
-        for (std::size_t s = r; s < m_nDof; ++s) {
-            *hessian++ += f * (y[r] * y[s] - *gram++);
+void ElectronDensity::initAtomContributionMap() {
+    AtomGaussian gaussian;
+    for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
+        place(atom, gaussian);
+        double sum = m_gaussianNorm;
+        for (const auto& factors : gaussian.factors) {
+            sum *= sumOf(factors);
         }
+        // An atom that reaches no node gets an infinite weight, harmless because no node lists it.
+        m_atomWeights[atom] = 1.0 / sum;
     }
 }
 
@@ -53,7 +56,7 @@ arma::Col<double> ElectronDensity::evalRigidFlexGradYFunction(int atom,
                                                               const std::array<double, 3>& node) const {
     const auto a = static_cast<std::size_t>(atom);
     const std::array<double, 3> position = atomPosition(a);
-    const double* jacobian = m_atomDofMatrix.data() + 3 * m_nDof * a;
+    const double* jacobian = m_atomDofMatrix->data() + 3 * m_nDof * a;
     arma::Col<double> y(m_nDof);
     for (std::size_t k = 0; k < m_nDof; ++k) {
         double sum = 0.0;
@@ -96,29 +99,36 @@ void checkHessianRow(const std::vector<std::vector<double>>& hessian, std::size_
     }
 }
 
-void clear(std::vector<std::vector<double>>& fields) {
-    for (auto& field : fields) {
-        std::fill(field.begin(), field.end(), 0.0);
+} // namespace
+
+void ElectronDensity::addDensity(double* field) const {
+    AtomGaussian gaussian;
+    for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
+        place(atom, gaussian);
+        if (gaussian.reach.isEmpty()) {
+            continue;
+        }
+        const double height = m_gaussianNorm * m_atomWeights[atom];
+        const std::vector<double>& factors = gaussian.factors[2];
+        const NodeBox& reach = gaussian.reach;
+        for (int i = reach.low[0]; i <= reach.high[0]; ++i) {
+            for (int j = reach.low[1]; j <= reach.high[1]; ++j) {
+                const double rowHeight = gaussian.factors[0][static_cast<std::size_t>(i - reach.low[0])] *
+                                         gaussian.factors[1][static_cast<std::size_t>(j - reach.low[1])] *
+                                         height;
+                double* row = field + m_grid->indexToFlatIndex(i, j, reach.low[2]);
+                for (std::size_t k = 0; k < factors.size(); ++k) {
+                    row[k] += rowHeight * factors[k];
+                }
+            }
+        }
     }
 }
-
-} // namespace
 
 void ElectronDensity::eval(std::vector<double>& values) const {
     checkValues(values);
     std::fill(values.begin(), values.end(), 0.0);
-    for (std::size_t n = 0; n < m_contacts.nodeCount(); ++n) {
-        const std::array<double, 3> node = nodePosition(m_contacts.node(n));
-        double rho = 0.0;
-        for (const auto* atom = m_contacts.atomsBegin(n); atom != m_contacts.atomsEnd(n); ++atom) {
-            const std::array<double, 3> position = atomPosition(*atom);
-            const std::array<double, 3> d{node[0] - position[0], node[1] - position[1],
-                                          node[2] - position[2]};
-            rho += std::exp(-(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]) / m_twoSigma2) * m_gaussianNorm *
-                   m_atomWeights[*atom];
-        }
-        values[m_contacts.node(n)] = rho;
-    }
+    addDensity(values.data());
 }
 
 void ElectronDensity::evalRigidFlex(std::vector<double>& values,
@@ -128,14 +138,7 @@ void ElectronDensity::evalRigidFlex(std::vector<double>& values,
     for (std::size_t k = 0; k < m_nDof; ++k) {
         checkGradientRow(gradient, k, values.size());
     }
-    std::fill(values.begin(), values.end(), 0.0);
-    clear(gradient);
-    forEachNode(false, [&](std::uint32_t node, const std::vector<double>& row) {
-        values[node] = row[0];
-        for (std::size_t k = 0; k < m_nDof; ++k) {
-            gradient[k][node] = row[1 + k];
-        }
-    });
+    evalColumns(values, gradient, nullptr);
 }
 
 void ElectronDensity::evalRigidFlex(std::vector<double>& values, std::vector<std::vector<double>>& gradient,
@@ -149,30 +152,5 @@ void ElectronDensity::evalRigidFlex(std::vector<double>& values, std::vector<std
         checkGradientRow(gradient, r, values.size());
         checkHessianRow(hessian, r, m_nDof, values.size());
     }
-    std::fill(values.begin(), values.end(), 0.0);
-    clear(gradient);
-    clear(hessian);
-    forEachNode(true, [&](std::uint32_t node, const std::vector<double>& row) {
-        values[node] = row[0];
-        const double* second = row.data() + 1 + m_nDof;
-        for (std::size_t r = 0; r < m_nDof; ++r) {
-            gradient[r][node] = row[1 + r];
-            for (std::size_t s = r; s < m_nDof; ++s) {
-                hessian[r * m_nDof + s][node] = *second;
-                hessian[s * m_nDof + r][node] = *second++;
-            }
-        }
-    });
-}
-
-DensityTable ElectronDensity::tabulate() const {
-    DensityTable table;
-    table.nDof = m_nDof;
-    table.nodes.reserve(m_contacts.nodeCount());
-    table.rows.reserve(m_contacts.nodeCount() * table.columns());
-    forEachNode(true, [&](std::uint32_t node, const std::vector<double>& row) {
-        table.nodes.push_back(node);
-        table.rows.insert(table.rows.end(), row.begin(), row.end());
-    });
-    return table;
+    evalColumns(values, gradient, &hessian);
 }

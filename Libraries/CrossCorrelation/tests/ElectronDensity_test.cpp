@@ -52,16 +52,45 @@ cVector3 displacement(const TestModel& model, std::size_t atom, const cVector3& 
     return moved;
 }
 
+bool reaches(const TestModel& model, const ElectronDensity& density, std::size_t atom, std::size_t node) {
+    const auto [i, j, k] = model.grid->m_flatIndex2Index[node];
+    const std::array<std::size_t, 3> index{i, j, k};
+    const NodeBox reach = density.reachOf(atom);
+    for (std::size_t a = 0; a < 3; ++a) {
+        if (static_cast<int>(index[a]) < reach.low[a] || static_cast<int>(index[a]) > reach.high[a]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// The nodes that some atom reaches, ascending.
+std::vector<std::size_t> reachedNodes(const TestModel& model, const ElectronDensity& density) {
+    std::vector<std::size_t> nodes;
+    for (std::size_t node = 0; node < model.grid->getTotalSize(); ++node) {
+        bool reached = false;
+        for (std::size_t atom = 0; atom < density.atomCount(); ++atom) {
+            reached = reached || reaches(model, density, atom, node);
+        }
+        if (reached) {
+            nodes.push_back(node);
+        }
+    }
+    return nodes;
+}
+
 /// The density at a node for the contacts and weights that the density holds, atoms displaced by q.
-double frozenDensity(const TestModel& model, const ElectronDensity& density, std::size_t contact,
+double frozenDensity(const TestModel& model, const ElectronDensity& density, std::size_t node,
                      const cVector3& center, const arma::Col<double>& q) {
     double rho = 0.0;
-    const cVector3 x = model.node(density.contacts().node(contact));
-    for (const auto* a = density.contacts().atomsBegin(contact); a != density.contacts().atomsEnd(contact);
-         ++a) {
-        const auto& p = model.positions[*a];
-        const cVector3 d = x - cVector3(p[0], p[1], p[2]) - displacement(model, *a, center, q);
-        rho += density.atomWeight(*a) * density.gaussianNorm() *
+    const cVector3 x = model.node(node);
+    for (std::size_t a = 0; a < model.positions.size(); ++a) {
+        if (!reaches(model, density, a, node)) {
+            continue;
+        }
+        const auto& p = model.positions[a];
+        const cVector3 d = x - cVector3(p[0], p[1], p[2]) - displacement(model, a, center, q);
+        rho += density.atomWeight(a) * density.gaussianNorm() *
                std::exp(-d.norm2() / (2.0 * model.sigma * model.sigma));
     }
     return rho;
@@ -131,7 +160,7 @@ TEST(ElectronDensity, AnAtomWhoseNearestNodeIsOffTheGridStillAddsUpToOne) {
     TestModel model;
     model.positions = {{model.grid->m_box.m_min.x - 2.0, 10.0, 6.0}};
     const ElectronDensity density = model.density();
-    EXPECT_GT(density.contacts().nodeCount(), 0U);
+    EXPECT_FALSE(reachedNodes(model, density).empty());
     EXPECT_NEAR(total(evaluate(density, model.grid->getTotalSize())), 1.0, rounding);
 }
 
@@ -148,15 +177,19 @@ TEST(ElectronDensity, TotalIsTheNumberOfAtomsThatTouchTheGrid) {
     EXPECT_NEAR(total(evaluate(model.density(), model.grid->getTotalSize())), 6.0, 6.0 * rounding);
 }
 
-TEST(ElectronDensity, ListsTheAtomsOfANodeInAscendingOrder) {
+TEST(ElectronDensity, AddsTheAtomsOfANodeUpInAscendingOrder) {
     const TestModel model;
-    const ElectronDensity density = model.density();
-    const AtomContacts& contacts = density.contacts();
-    for (std::size_t n = 0; n < contacts.nodeCount(); ++n) {
-        EXPECT_LT(contacts.atomsBegin(n), contacts.atomsEnd(n));
-        EXPECT_TRUE(std::is_sorted(contacts.atomsBegin(n), contacts.atomsEnd(n)));
-        EXPECT_TRUE(n == 0 || contacts.node(n - 1) < contacts.node(n));
+    const std::size_t size = model.grid->getTotalSize();
+    std::vector<double> sum(size, 0.0);
+    for (const auto& position : model.positions) {
+        TestModel one = model;
+        one.positions = {position};
+        const std::vector<double> values = evaluate(one.density(), size);
+        for (std::size_t n = 0; n < size; ++n) {
+            sum[n] += values[n];
+        }
     }
+    EXPECT_EQ(evaluate(model.density(), size), sum);
 }
 
 TEST(ElectronDensity, ZeroDegreesOfFreedomGiveBackTheDensityOfTheConstructor) {
@@ -242,16 +275,17 @@ TEST_P(DensityDerivatives, EqualDifferenceQuotients) {
         moved(s) += ds;
         return frozenDensity(model, density, n, center, moved);
     };
-    for (std::size_t n = 0; n < density.contacts().nodeCount(); n += 7) {
-        const std::size_t node = density.contacts().node(n);
-        EXPECT_NEAR(values[node], rho(n, 0, 0.0, 0, 0.0), rounding);
+    const std::vector<std::size_t> nodes = reachedNodes(model, density);
+    for (std::size_t p = 0; p < nodes.size(); p += 7) {
+        const std::size_t node = nodes[p];
+        EXPECT_NEAR(values[node], rho(node, 0, 0.0, 0, 0.0), rounding);
         for (std::size_t r = 0; r < dof; ++r) {
-            const double slope = (rho(n, r, h, r, 0.0) - rho(n, r, -h, r, 0.0)) / (2.0 * h);
+            const double slope = (rho(node, r, h, r, 0.0) - rho(node, r, -h, r, 0.0)) / (2.0 * h);
             EXPECT_NEAR(gradient[r][node], slope, firstTolerance);
             for (std::size_t s = 0; s < dof; ++s) {
-                const double curvature =
-                    (rho(n, r, h, s, h) - rho(n, r, h, s, -h) - rho(n, r, -h, s, h) + rho(n, r, -h, s, -h)) /
-                    (4.0 * h * h);
+                const double curvature = (rho(node, r, h, s, h) - rho(node, r, h, s, -h) -
+                                          rho(node, r, -h, s, h) + rho(node, r, -h, s, -h)) /
+                                         (4.0 * h * h);
                 EXPECT_NEAR(hessian[r * dof + s][node], curvature, secondTolerance) << r << ", " << s;
                 EXPECT_EQ(hessian[r * dof + s][node], hessian[s * dof + r][node]);
             }
@@ -270,7 +304,7 @@ TEST(ElectronDensity, NodesOutOfReachHaveZeroDensityAndDerivatives) {
     std::vector<std::vector<double>> hessian(36, values);
     density.evalRigidFlex(values, gradient, hessian);
     const std::size_t corner = 0;
-    ASSERT_NE(density.contacts().node(0), corner);
+    ASSERT_NE(reachedNodes(model, density).front(), corner);
     EXPECT_EQ(values[corner], 0.0);
     for (const auto& field : gradient) {
         EXPECT_EQ(field[corner], 0.0);
@@ -288,8 +322,7 @@ TEST(ElectronDensity, TranslationGradientPointsFromTheAtomToTheNode) {
     std::vector<double> values(size);
     std::vector<std::vector<double>> gradient(6, values);
     density.evalRigidFlex(values, gradient);
-    for (std::size_t n = 0; n < density.contacts().nodeCount(); ++n) {
-        const std::size_t node = density.contacts().node(n);
+    for (const std::size_t node : reachedNodes(model, density)) {
         const cVector3 d = model.node(node) - cVector3(6.2, 9.9, 6.1);
         const double scale = values[node] / (model.sigma * model.sigma);
         EXPECT_NEAR(gradient[0][node], scale * d.x, rounding);
@@ -315,7 +348,8 @@ TEST(ElectronDensity, AllEvaluationsGiveTheSameNumbers) {
     EXPECT_EQ(values, evaluate(density, size));
 
     const DensityTable table = density.tabulate();
-    ASSERT_EQ(table.nodes.size(), density.contacts().nodeCount());
+    const std::vector<std::size_t> nodes = reachedNodes(model, density);
+    ASSERT_TRUE(std::equal(table.nodes.begin(), table.nodes.end(), nodes.begin(), nodes.end()));
     for (std::size_t n = 0; n < table.nodes.size(); ++n) {
         const std::size_t node = table.nodes[n];
         EXPECT_EQ(table.row(n)[0], values[node]);
@@ -328,6 +362,92 @@ TEST(ElectronDensity, AllEvaluationsGiveTheSameNumbers) {
     }
 }
 
+TEST(ElectronDensity, ATableWithoutSecondDerivativesHoldsTheRest) {
+    const TestModel model(2);
+    const ElectronDensity density = model.density();
+    const DensityTable full = density.tabulate();
+    const DensityTable table = density.tabulate(false);
+    EXPECT_EQ(table.columns(), 9U);
+    EXPECT_EQ(full.columns(), 9U + 36U);
+    ASSERT_EQ(table.nodes, full.nodes);
+    for (std::size_t n = 0; n < table.nodes.size(); ++n) {
+        EXPECT_TRUE(std::equal(table.row(n), table.row(n) + 9, full.row(n)));
+    }
+}
+
+TEST(ElectronDensity, GradientOnTheReachedBoxIsThatOfTheGrid) {
+    const TestModel model(1);
+    const ElectronDensity density = model.density();
+    const NodeBox box = density.reachedBox();
+    const std::vector<double> gradient = density.gradientOnBox();
+    ASSERT_EQ(gradient.size(), 7 * box.size());
+    std::vector<double> values(model.grid->getTotalSize());
+    std::vector<std::vector<double>> expected(7, values);
+    density.evalRigidFlex(values, expected);
+    for (std::size_t r = 0; r < 7; ++r) {
+        double outside = total(expected[r]);
+        for (int i = box.low[0]; i <= box.high[0]; ++i) {
+            for (int j = box.low[1]; j <= box.high[1]; ++j) {
+                for (int k = box.low[2]; k <= box.high[2]; ++k) {
+                    const double value = expected[r][model.grid->indexToFlatIndex(i, j, k)];
+                    EXPECT_EQ(gradient[r * box.size() + box.index(i, j, k)], value);
+                    outside -= value;
+                }
+            }
+        }
+        EXPECT_NEAR(outside, 0.0, rounding);
+    }
+}
+
+TEST(ElectronDensity, WeighedDerivativesAreSumsOverTheTable) {
+    const TestModel model(2);
+    ElectronDensity density = model.density();
+    density.setTweenDof({0.3, -0.2, 0.1}, {0.02, 0.0, 0.05}, {0.3, -0.1});
+    const DensityTable table = density.tabulate();
+    const NodeBox box = density.reachedBox();
+    const std::vector<double> field = noise(box.size(), 8);
+    std::vector<double> expected(table.columns() - 1, 0.0);
+    for (std::size_t n = 0; n < table.nodes.size(); ++n) {
+        const auto [i, j, k] = model.grid->m_flatIndex2Index[table.nodes[n]];
+        const double weight = field[box.index(static_cast<int>(i), static_cast<int>(j), static_cast<int>(k))];
+        for (std::size_t q = 0; q < expected.size(); ++q) {
+            expected[q] += weight * table.row(n)[1 + q];
+        }
+    }
+    const std::vector<double> sums = density.weighDerivatives(field, true);
+    ASSERT_EQ(sums.size(), expected.size());
+    for (std::size_t q = 0; q < sums.size(); ++q) {
+        EXPECT_NEAR(sums[q], expected[q], 1e-12) << "column " << q;
+    }
+    const std::vector<double> gradient = density.weighDerivatives(field, false);
+    EXPECT_EQ(gradient, std::vector<double>(sums.begin(), sums.begin() + 8));
+    EXPECT_THROW(density.weighDerivatives(std::vector<double>(3), true), std::length_error);
+}
+
+TEST(ElectronDensity, ACopyIsIndependent) {
+    const TestModel model(1);
+    const ElectronDensity density = model.density();
+    const std::size_t size = model.grid->getTotalSize();
+    const auto before = evaluate(density, size);
+    const std::vector<double> gradient = density.gradientOnBox();
+    ElectronDensity copy = density;
+    copy.setRotationCenter(cVector3(1.0, 1.0, 1.0));
+    copy.setTweenDof({0.5, 0.0, 0.0}, {0.0, 0.3, 0.0}, {0.4});
+    EXPECT_NE(evaluate(copy, size), before);
+    EXPECT_EQ(evaluate(density, size), before);
+    EXPECT_EQ(density.gradientOnBox(), gradient);
+}
+
+TEST(ElectronDensity, AModelThatReachesNoNodeHasEmptyTables) {
+    TestModel model;
+    model.positions = {{1.0e6, 0.0, 0.0}};
+    const ElectronDensity density = model.density();
+    EXPECT_TRUE(density.reachedBox().isEmpty());
+    EXPECT_TRUE(density.tabulate().nodes.empty());
+    EXPECT_TRUE(density.gradientOnBox().empty());
+    EXPECT_EQ(density.weighDerivatives({}, true), std::vector<double>(27, 0.0));
+}
+
 TEST(ElectronDensity, GradYFunctionIsTheGradientOfTheLogarithmOfOneGaussian) {
     TestModel model(2);
     model.positions = {{6.2, 9.9, 6.1}};
@@ -336,7 +456,8 @@ TEST(ElectronDensity, GradYFunctionIsTheGradientOfTheLogarithmOfOneGaussian) {
     std::vector<double> values(model.grid->getTotalSize());
     std::vector<std::vector<double>> gradient(8, values);
     density.evalRigidFlex(values, gradient);
-    const std::size_t node = density.contacts().node(density.contacts().nodeCount() / 2);
+    const DensityTable table = density.tabulate();
+    const std::size_t node = table.nodes[table.nodes.size() / 2];
     const cVector3 x = shape.node(node);
     const arma::Col<double> y = density.evalRigidFlexGradYFunction(0, {x.x, x.y, x.z});
     ASSERT_EQ(y.n_elem, 8U);
