@@ -2,16 +2,21 @@
 #ifndef SELVANE_CROSSCORRELATION_CORRELATIONPATTERN_H
 #define SELVANE_CROSSCORRELATION_CORRELATIONPATTERN_H
 
+#include <memory>
+
 #include "CrossCorrelation/DensityTable.h"
+#include "CrossCorrelation/ElectronDensity.h"
 #include "FFTWrapper/ComplexArray.h"
 
-/// The simulated density of one state of the model, ready to be correlated with any target on the same grid.
+/// The simulated density of one state of the model, to be correlated with any target on the same grid.
 ///
 /// Immutable once made and shared read-only: a scan that leaves the model alone needs one for all its
-/// workers.
+/// workers. The pattern of a model that moves on at once holds the density alone; table and spectrum are then
+/// made from it by who needs them.
 struct CorrelationPattern {
-    DensityTable table;         ///< density and derivatives at the nodes that the model reaches
-    dft::ComplexArray spectrum; ///< unnormalised forward transform of the density on the whole grid
+    std::shared_ptr<const ElectronDensity> density;
+    DensityTable table;         ///< density and derivatives at the nodes that the model reaches, or empty
+    dft::ComplexArray spectrum; ///< unnormalised forward transform of the density on the whole grid, or empty
 };
 
 #endif

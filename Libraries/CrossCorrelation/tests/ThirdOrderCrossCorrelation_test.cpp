@@ -295,9 +295,50 @@ TEST_P(SoftMaximumDerivatives, EqualTheLoopWithTheRunningGradient) {
             EXPECT_NEAR(hessian(i, j), h[i * n + j], tolerance * magnitude(h));
         }
     }
+    arma::Col<double> presentGradient;
+    arma::Mat<double> presentHessian;
+    scene.correlation.getSoftMaximumGradientAndHessianOfPresentTarget(presentGradient, presentHessian, beta);
+    EXPECT_TRUE(arma::approx_equal(presentGradient, gradient, "absdiff", tolerance * magnitude(g)));
+    EXPECT_TRUE(arma::approx_equal(presentHessian, hessian, "absdiff", tolerance * magnitude(h)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Beta, SoftMaximumDerivatives, testing::Values(0.5, 20.0, 10000.0));
+
+TEST(ThirdOrderCrossCorrelation, SoftMaximumBeforeAnyExecutionIsFlat) {
+    Scene scene;
+    arma::Col<double> gradient;
+    arma::Mat<double> hessian;
+    const double beta = 2.0;
+    EXPECT_NEAR(scene.correlation.getSoftMaximumGradientAndHessian(gradient, hessian, beta),
+                std::log(static_cast<double>(scene.target.size())) / beta, 1e-14);
+    EXPECT_EQ(arma::abs(gradient).max(), 0.0);
+    EXPECT_EQ(arma::abs(hessian).max(), 0.0);
+}
+
+TEST(ThirdOrderCrossCorrelation, ASecondExecutionDoesNotTakeThePatternAgain) {
+    Scene scene;
+    EXPECT_TRUE(scene.correlation.isPatternChanged());
+    scene.correlation.execute();
+    EXPECT_FALSE(scene.correlation.isPatternChanged());
+    scene.correlation.setRotationCenter(scene.center);
+    EXPECT_TRUE(scene.correlation.isPatternChanged());
+}
+
+TEST(ThirdOrderCrossCorrelation, APatternOfAMovedModelIsAdoptedInItsState) {
+    Scene scene;
+    std::vector<double> target = scene.target;
+    ThirdOrderCrossCorrelation other(target.data(), scene.model.grid, scene.model.positions,
+                                     scene.model.sigma, scene.model.engine, false);
+    scene.correlation.setTweenDof({1.0, 0.0, 0.0}, {0.0, 0.2, 0.0}, {});
+    other.adoptPattern(scene.correlation.getPattern());
+    other.execute();
+    scene.correlation.execute();
+    EXPECT_EQ(other.getCorrelation(), scene.correlation.getCorrelation());
+    const auto [gradient, hessian] = other.getGradAndHessian(50);
+    const auto [expectedGradient, expectedHessian] = scene.correlation.getGradAndHessian(50);
+    EXPECT_TRUE(arma::approx_equal(gradient, expectedGradient, "absdiff", 0.0));
+    EXPECT_TRUE(arma::approx_equal(hessian, expectedHessian, "absdiff", 0.0));
+}
 
 TEST(ThirdOrderCrossCorrelation, SoftMaximumOfALonePeakIsThePeakWithItsGradient) {
     Scene scene;

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "CrossCorrelation/AnyOrderCrossCorrelation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+#include "CrossCorrelation/DerivativeReader.h"
+#include "FFTWrapper/RealToComplexPlan.h"
+#include "IO/cInfo.h"
+#include "Math/cVector3.h"
+#include "NMAEngine/NormalModeEngine.h"
+
+namespace {
+
+/// Exponents below vanish: with weights that add up to 1, even 1e9 voxels of weight exp(-80) add less than
+/// 1e-25 of their derivatives.
+constexpr double negligibleExponent = -80.0;
+
+int axisLength(unsigned int n) {
+    return static_cast<int>(n);
+}
+
+} // namespace
+
+/// Transforms a density that stands, for the moment, in the array of the correlation.
+struct AnyOrderCrossCorrelation::PatternTransform {
+    PatternTransform(const cGrid& grid, double* field)
+        : spectrum(std::size_t{grid.m_size[0]} * grid.m_size[1] * (grid.m_size[2] / 2 + 1))
+        , plan(axisLength(grid.m_size[0]), axisLength(grid.m_size[1]), axisLength(grid.m_size[2]), field,
+               spectrum.data()) {}
+
+    dft::ComplexArray spectrum;
+    dft::RealToComplexPlan plan;
+};
+
+AnyOrderCrossCorrelation::AnyOrderCrossCorrelation(double* targetEdm, std::shared_ptr<const cGrid> grid,
+                                                   const std::vector<std::array<double, 3>>& atoms,
+                                                   double sigma, std::shared_ptr<const NormalModeEngine> nma,
+                                                   Derivatives derivatives)
+    : m_targetEdm(targetEdm)
+    , m_ccf(grid->getTotalSize(), 0.0)
+    , m_grid(std::move(grid))
+    , m_atoms(atoms)
+    , m_sigma(sigma)
+    , m_nma(std::move(nma))
+    , m_derivatives(derivatives)
+    , m_correlator(*m_grid, m_targetEdm, m_ccf.data())
+    , m_eta(m_nma->m_nModes, arma::fill::zeros) {}
+
+AnyOrderCrossCorrelation::~AnyOrderCrossCorrelation() = default;
+
+/// The density at x = 0 is made on first need: a pattern may come from elsewhere.
+const ElectronDensity& AnyOrderCrossCorrelation::density() {
+    if (!m_density) {
+        const arma::Col<double> eta(m_nma->m_nModes, arma::fill::zeros);
+        m_density = std::make_shared<ElectronDensity>(m_atoms.data(), m_sigma, m_atoms.size(), m_grid, *m_nma,
+                                                      eta, ElectronDensity::EPSILON);
+    }
+    return *m_density;
+}
+
+std::size_t AnyOrderCrossCorrelation::nDof() const {
+    return m_nma->m_nModes + 6;
+}
+
+std::size_t AnyOrderCrossCorrelation::columns() const {
+    return m_derivatives == Derivatives::None
+               ? 0
+               : DensityTable::derivativeColumns(nDof(), m_derivatives == Derivatives::Second);
+}
+
+void AnyOrderCrossCorrelation::moveRotationCenter(const cVector3& center) {
+    auto moved = std::make_shared<ElectronDensity>(density());
+    moved->setRotationCenter(center);
+    m_density = std::move(moved);
+}
+
+void AnyOrderCrossCorrelation::usePattern(std::shared_ptr<const CorrelationPattern> pattern) {
+    m_pattern = std::move(pattern);
+    m_patternChanged = true;
+}
+
+/// A model that is not moved stays for many targets: table and spectrum are made at once.
+void AnyOrderCrossCorrelation::initPatternEdm() {
+    auto pattern = std::make_shared<CorrelationPattern>();
+    std::vector<double> field(m_grid->getTotalSize(), 0.0);
+    density().addDensity(field.data());
+    pattern->density = m_density;
+    pattern->spectrum = m_correlator.spectrumOf(field.data());
+    if (m_derivatives != Derivatives::None) {
+        pattern->table = m_density->tabulate(m_derivatives == Derivatives::Second);
+    }
+    usePattern(std::move(pattern));
+}
+
+void AnyOrderCrossCorrelation::setTweenDof(const std::array<double, 3>& tau,
+                                           const std::array<double, 3>& theta, const arma::Col<double>& eta) {
+    m_tau = tau;
+    m_theta = theta;
+    m_eta = eta;
+    auto moved = std::make_shared<ElectronDensity>(density());
+    moved->setTweenDof(m_tau, m_theta, m_eta);
+    m_density = std::move(moved);
+    auto pattern = std::make_shared<CorrelationPattern>();
+    pattern->density = m_density;
+    usePattern(std::move(pattern));
+}
+
+/// The correlation's array serves for the density, since the next correlation overwrites it anyway.
+void AnyOrderCrossCorrelation::transformPattern() {
+    if (!m_patternTransform) {
+        m_patternTransform = std::make_unique<PatternTransform>(*m_grid, m_ccf.data());
+    }
+    std::fill(m_ccf.begin(), m_ccf.end(), 0.0);
+    m_pattern->density->addDensity(m_ccf.data());
+    m_patternTransform->plan.execute();
+}
+
+const dft::ComplexArray& AnyOrderCrossCorrelation::executedSpectrum() const {
+    return m_executedPattern->spectrum.size() > 0 ? m_executedPattern->spectrum
+                                                  : m_patternTransform->spectrum;
+}
+
+void AnyOrderCrossCorrelation::execute() {
+    if (!m_pattern) {
+        throw std::logic_error("initPatternEdm() must come before execute()");
+    }
+    m_reader.reset();
+    m_correlator.transformTarget();
+    if (m_patternChanged) {
+        if (m_pattern->spectrum.size() == 0) {
+            transformPattern();
+        }
+        m_executedPattern = m_pattern;
+        m_patternChanged = false;
+    }
+    m_correlator.correlate(executedSpectrum());
+}
+
+void AnyOrderCrossCorrelation::announce(cInfo& info) {
+    info.printInfo(" Computing the Cross Correlation via FFT ");
+}
+
+void AnyOrderCrossCorrelation::executeWithOldPattern() {
+    if (!m_executedPattern) {
+        std::fill(m_ccf.begin(), m_ccf.end(), 0.0);
+        return;
+    }
+    if (m_derivatives != Derivatives::None) {
+        targetAsExecuted(); // kept by the reader, since its spectrum goes
+    }
+    m_correlator.transformTarget();
+    m_correlator.correlate(executedSpectrum());
+}
+
+double AnyOrderCrossCorrelation::getMaximum() const {
+    return *std::max_element(m_ccf.begin(), m_ccf.end());
+}
+
+double AnyOrderCrossCorrelation::getSoftMaximum(double beta) const {
+    const double maximum = getMaximum();
+    double sum = 0.0;
+    for (const double c : m_ccf) {
+        const double exponent = beta * (c - maximum);
+        if (!(exponent < negligibleExponent)) {
+            sum += std::exp(exponent);
+        }
+    }
+    return maximum + std::log(sum) / beta;
+}
+
+std::vector<AnyOrderCrossCorrelation::WeightedVoxel>
+AnyOrderCrossCorrelation::weightedVoxels(double softMaximum, double beta) const {
+    std::vector<WeightedVoxel> voxels;
+    for (std::size_t s = 0; s < m_ccf.size(); ++s) {
+        const double exponent = -beta * (softMaximum - m_ccf[s]);
+        if (!(exponent < negligibleExponent)) {
+            voxels.push_back({s, std::exp(exponent)});
+        }
+    }
+    return voxels;
+}

@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_CROSSCORRELATION_ANYORDERCROSSCORRELATION_H
+#define SELVANE_CROSSCORRELATION_ANYORDERCROSSCORRELATION_H
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include <armadillo>
+
+#include "CrossCorrelation/CorrelationPattern.h"
+#include "CrossCorrelation/ElectronDensity.h"
+#include "CrossCorrelation/LimitedSizeSet.h"
+#include "FFTWrapper/SpectralCorrelator.h"
+#include "Math/cGrid.h"
+
+class NormalModeEngine;
+class cInfo;
+class cVector3;
+struct DerivativeReader;
+
+/// What the correlations of first, second and third order share: the correlation of a target map with the
+/// simulated density of a model at every translation of the grid, and the reading of its derivatives by the
+/// degrees of freedom x (translation, small rotation, mode amplitudes).
+///
+/// For a shift s, with T the target and P(x) the density, indices wrapped around the grid of N voxels:
+///   c[s](x) = (2 pi)^-3 * sum over v of T(v) P(x)(v + s).
+/// Nothing is subtracted and no norm is divided out. The derivatives of c[s] are the same sums with the
+/// derivative maps of P.
+///
+/// An object behaves as if execute() had filled one grid per derivative. It keeps the correlation grid, the
+/// spectrum of T and a pointer to the immutable pattern of that moment, and makes derivatives from these when
+/// they are read: by direct sums over the pattern's nodes for a few voxels, by transforms for many. So a
+/// reading is right even if T or the pattern has changed since.
+///
+/// Used by one thread at a time; the grid, the modes and patterns are shared read-only. Neither copied nor
+/// moved.
+class AnyOrderCrossCorrelation {
+public:
+    AnyOrderCrossCorrelation(const AnyOrderCrossCorrelation&) = delete;
+    AnyOrderCrossCorrelation& operator=(const AnyOrderCrossCorrelation&) = delete;
+
+    /// Evaluates the pattern at the density's present state.
+    void initPatternEdm();
+
+    /// Moves the model to x = (tau, theta, eta) and evaluates the pattern there.
+    void setTweenDof(const std::array<double, 3>& tau, const std::array<double, 3>& theta,
+                     const arma::Col<double>& eta);
+
+    /// The present pattern, null before the first evaluation.
+    std::shared_ptr<const CorrelationPattern> getPattern() const { return m_pattern; }
+
+    /// Whether the next execute() takes over the present pattern rather than staying with that of the last.
+    bool isPatternChanged() const { return m_patternChanged; }
+
+    /// Correlates the target, as it stands now, with the present pattern.
+    /// @throws std::logic_error if no pattern was evaluated before
+    void execute();
+
+    /// c[s] for every voxel in flat order; zeros before the first execute().
+    const std::vector<double>& getCorrelation() const { return m_ccf; }
+
+    /// Largest element of the correlation grid.
+    double getMaximum() const;
+
+    /// S = M + (1/beta) log(sum over s of exp(beta (c[s] - M))), M the maximum.
+    double getSoftMaximum(double beta) const;
+
+protected:
+    enum class Derivatives { None, First, Second };
+
+    /// A voxel with its weight exp(-beta (S - c[s])) in the derivatives of the soft maximum.
+    struct WeightedVoxel {
+        std::size_t shift;
+        double weight;
+    };
+
+    /// @param targetEdm   T, grid->getTotalSize() values, owned and rewritten by the caller; must not move
+    /// @param derivatives those that will be read
+    AnyOrderCrossCorrelation(double* targetEdm, std::shared_ptr<const cGrid> grid,
+                             const std::vector<std::array<double, 3>>& atoms, double sigma,
+                             std::shared_ptr<const NormalModeEngine> nma, Derivatives derivatives);
+    ~AnyOrderCrossCorrelation();
+
+    void moveRotationCenter(const cVector3& center);
+    void usePattern(std::shared_ptr<const CorrelationPattern> pattern);
+    static void announce(cInfo& info);
+
+    /// Correlates the target, as it stands now, with the pattern of the last execute(), or with zeros if
+    /// there was none; what derivatives are read from stays as it was.
+    void executeWithOldPattern();
+
+    std::size_t nDof() const;
+    bool hasExecuted() const { return m_executedPattern != nullptr; }
+
+    /// Derivatives of c[s] in a row: gradient, then the upper triangle of the Hessian row by row.
+    std::size_t columns() const;
+
+    /// One row per shift, from the target and the pattern of the last execute(); zeros before it.
+    std::vector<double> derivativesAt(const std::vector<std::size_t>& shifts) const;
+
+    /// The same by direct sums with a target that the caller knows to be that of the last execute().
+    std::vector<double> derivativesAt(const std::vector<std::size_t>& shifts, const double* target) const;
+
+    /// The target as it stood at the last execute().
+    const double* targetAsExecuted() const;
+
+    /// The voxels, in flat order, whose weight is large enough to be seen in a sum of doubles.
+    std::vector<WeightedVoxel> weightedVoxels(double softMaximum, double beta) const;
+
+    /// The row of sums over the voxels of weight times derivative.
+    std::vector<double> weightedDerivatives(const std::vector<WeightedVoxel>& voxels,
+                                            const double* target) const;
+
+    /// The gradient of c[s] at every voxel, n numbers each.
+    std::vector<double> gradientsAt(const std::vector<WeightedVoxel>& voxels, const double* target) const;
+
+    /// The candidate of a voxel without its derivatives.
+    template <class Conformation>
+    Conformation conformationAt(std::size_t s, double alpha, double beta, double gamma) const {
+        const auto [i, j, k] = m_grid->m_flatIndex2Index[s];
+        Conformation conformation(m_ccf[s], static_cast<int>(i), static_cast<int>(j), static_cast<int>(k),
+                                  m_eta, m_grid, alpha, beta, gamma);
+        conformation.setTweenDof(m_tau, m_theta, m_eta);
+        return conformation;
+    }
+
+    /// Offers every voxel above ElectronDensity::EPSILON to the set. Candidates enter without derivatives,
+    /// which take no part in its order; most of them are pushed out again by later voxels.
+    template <class Conformation>
+    void offerVoxels(LimitedSizeSet<Conformation>& set, bool skipBelowWorst, double alpha, double beta,
+                     double gamma) const {
+        for (std::size_t s = 0; s < m_ccf.size(); ++s) {
+            if (!(m_ccf[s] > ElectronDensity::EPSILON)) {
+                continue;
+            }
+            if (skipBelowWorst && set.isFull() && !(m_ccf[s] > set.last().m_rigidScore)) {
+                continue;
+            }
+            set.add(conformationAt<Conformation>(s, alpha, beta, gamma));
+        }
+    }
+
+    /// Calls fill(row, element) for the elements that have no gradient: those of this rotation that stayed.
+    /// @param rowsAt gives the derivatives at a list of shifts
+    template <class Conformation, class RowsAt, class Fill>
+    void completeConformations(LimitedSizeSet<Conformation>& set, RowsAt&& rowsAt, Fill&& fill) const {
+        std::vector<std::size_t> shifts;
+        std::vector<Conformation*> incomplete;
+        set.forEach([&](Conformation& conformation) {
+            if (conformation.m_gradient.is_empty()) {
+                shifts.push_back(
+                    m_grid->indexToFlatIndex(conformation.m_i, conformation.m_j, conformation.m_k));
+                incomplete.push_back(&conformation);
+            }
+        });
+        if (shifts.empty()) {
+            return;
+        }
+        const std::vector<double> rows = rowsAt(shifts);
+        for (std::size_t p = 0; p < shifts.size(); ++p) {
+            fill(rows.data() + p * columns(), *incomplete[p]);
+        }
+    }
+
+    /// One candidate per voxel in flat order, angles zero, completed by fill(row, element).
+    template <class Conformation, class Fill>
+    std::vector<Conformation> allConformations(Fill&& fill) const {
+        std::vector<std::size_t> shifts(m_ccf.size());
+        for (std::size_t s = 0; s < shifts.size(); ++s) {
+            shifts[s] = s;
+        }
+        const std::vector<double> rows = derivativesAt(shifts);
+        std::vector<Conformation> conformations(m_ccf.size());
+        for (std::size_t s = 0; s < shifts.size(); ++s) {
+            conformations[s] = conformationAt<Conformation>(s, 0.0, 0.0, 0.0);
+            fill(rows.data() + s * columns(), conformations[s]);
+        }
+        return conformations;
+    }
+
+    double* m_targetEdm;
+    std::vector<double> m_ccf;
+
+private:
+    struct PatternTransform;
+
+    const ElectronDensity& density();
+    void transformPattern();
+    const dft::ComplexArray& executedSpectrum() const;
+    const DensityTable& tableAsExecuted() const;
+    bool prefersDirectSums(std::size_t shifts, std::size_t nodes) const;
+    DerivativeReader& readerOfWholeGrids() const;
+    std::vector<double> derivativesByTransforms(const std::vector<std::size_t>& shifts) const;
+    std::vector<double> blendTarget(const NodeBox& box, const std::vector<WeightedVoxel>& voxels,
+                                    const double* target) const;
+    std::vector<double> blendTargetByTransforms(const NodeBox& box,
+                                                const std::vector<WeightedVoxel>& voxels) const;
+
+    std::shared_ptr<const cGrid> m_grid;
+    std::vector<std::array<double, 3>> m_atoms;
+    double m_sigma;
+    std::shared_ptr<const NormalModeEngine> m_nma;
+    Derivatives m_derivatives;
+    std::shared_ptr<const ElectronDensity> m_density; ///< replaced, never changed: patterns share it
+    std::shared_ptr<const CorrelationPattern> m_pattern;
+    std::shared_ptr<const CorrelationPattern> m_executedPattern; ///< the pattern of the last execute()
+    bool m_patternChanged = false;
+    dft::SpectralCorrelator m_correlator;
+    std::unique_ptr<PatternTransform> m_patternTransform; ///< for patterns that come without a spectrum
+    std::array<double, 3> m_tau{0.0, 0.0, 0.0};
+    std::array<double, 3> m_theta{0.0, 0.0, 0.0};
+    arma::Col<double> m_eta;
+    mutable std::unique_ptr<DerivativeReader> m_reader; ///< of the last execute(), made by the first reading
+};
+
+#endif
