@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <fstream>
 #include <limits>
+#include <sstream>
 
 #include <sys/statvfs.h>
 
@@ -11,40 +12,88 @@ namespace {
 
 constexpr double unknown = std::numeric_limits<double>::infinity();
 
+/// The files of a control group that tell its memory, in the two versions of the interface.
+struct GroupFiles {
+    const char* limit;
+    const char* used;
+    const char* droppable; ///< key in memory.stat
+};
+
+constexpr GroupFiles unifiedFiles{"/memory.max", "/memory.current", "inactive_file"};
+constexpr GroupFiles legacyFiles{"/memory.limit_in_bytes", "/memory.usage_in_bytes", "total_inactive_file"};
+
 /// The number at the start of a file; infinite if there is none, as in "max".
-double numberIn(const char* path) {
+double numberIn(const std::string& path) {
     std::ifstream file(path);
     double value = 0.0;
     return file >> value ? value : unknown;
 }
 
-double memInfo(const std::string& key) {
-    std::ifstream file("/proc/meminfo");
+/// The number behind a key at the start of a line; `fallback` if there is none.
+double numberBehind(const std::string& key, const std::string& path, double fallback) {
+    std::ifstream file(path);
     std::string name;
-    double kilobytes = 0.0;
-    std::string unit;
-    while (file >> name >> kilobytes && std::getline(file, unit)) {
-        if (name == key + ":") {
-            return kilobytes * 1024.0;
+    double value = 0.0;
+    std::string rest;
+    while (file >> name >> value && std::getline(file, rest)) {
+        if (name == key) {
+            return value;
         }
     }
-    return unknown;
+    return fallback;
+}
+
+/// Lowers `memory` to what one control group leaves.
+void applyGroup(const std::string& directory, const GroupFiles& files, resources::Memory& memory) {
+    const double limit = numberIn(directory + files.limit);
+    const double used = numberIn(directory + files.used);
+    memory.total = std::min(memory.total, limit);
+    if (limit < unknown && used < unknown) {
+        const double droppable = numberBehind(files.droppable, directory + "/memory.stat", 0.0);
+        const double free = std::clamp(limit - used + droppable, 0.0, limit);
+        memory.available = std::min(memory.available, free);
+    }
+}
+
+/// Applies the group at `path` below `mount` and all groups above it. In a container the path may be that of
+/// the host, which isn't there; the mount itself is the group then.
+void applyGroupAndParents(const std::string& mount, std::string path, const GroupFiles& files,
+                          resources::Memory& memory) {
+    while (!path.empty() && path != "/") {
+        applyGroup(mount + path, files, memory);
+        path.erase(path.find_last_of('/'));
+    }
+    applyGroup(mount, files, memory);
 }
 
 } // namespace
 
 namespace resources {
 
-Memory memory() {
-    Memory memory{memInfo("MemTotal"), memInfo("MemAvailable")};
-    const double limit = std::min(numberIn("/sys/fs/cgroup/memory.max"),
-                                  numberIn("/sys/fs/cgroup/memory/memory.limit_in_bytes"));
-    const double used = std::min(numberIn("/sys/fs/cgroup/memory.current"),
-                                 numberIn("/sys/fs/cgroup/memory/memory.usage_in_bytes"));
-    memory.total = std::min(memory.total, limit);
-    if (limit < unknown && used < unknown) {
-        memory.available = std::min(memory.available, std::max(0.0, limit - used));
+Memory memory(const std::string& root) {
+    const auto kilobytes = [&](const char* key) {
+        return 1024.0 * numberBehind(key, root + "/proc/meminfo", unknown);
+    };
+    Memory memory{kilobytes("MemTotal:"), kilobytes("MemAvailable:")};
+    // A line for each hierarchy: number, controllers, path; no controllers in the unified one.
+    std::ifstream groups(root + "/proc/self/cgroup");
+    std::string line;
+    while (std::getline(groups, line)) {
+        std::istringstream fields(line);
+        std::string number;
+        std::string controllers;
+        std::string path;
+        std::getline(std::getline(std::getline(fields, number, ':'), controllers, ':'), path);
+        if (path.empty() || path.front() != '/') {
+            continue;
+        }
+        if (controllers.empty()) {
+            applyGroupAndParents(root + "/sys/fs/cgroup", path, unifiedFiles, memory);
+        } else if (("," + controllers + ",").find(",memory,") != std::string::npos) {
+            applyGroupAndParents(root + "/sys/fs/cgroup/memory", path, legacyFiles, memory);
+        }
     }
+    memory.available = std::min(memory.available, memory.total);
     return memory;
 }
 

@@ -12,8 +12,10 @@ struct Memory {
     double available; ///< bytes that are free now
 };
 
-/// From /proc/meminfo and the control group's limit; infinite where neither can be read.
-Memory memory();
+/// From /proc/meminfo and the limits of the process's control group and of all groups above it; infinite
+/// where none can be read. Pages of files that the system can drop count as free.
+/// @param root directory in which /proc and /sys are looked for
+Memory memory(const std::string& root = "");
 
 /// Bytes free for an unprivileged user in the file system of a directory; infinite where that is unknown.
 double freeDisk(const std::string& directory);
