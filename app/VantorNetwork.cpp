@@ -2,6 +2,7 @@
 // The stages of the elastic network and its modes.
 #include <algorithm>
 #include <numeric>
+#include <stdexcept>
 
 #include "Mechanics/System.h"
 #include "NMAEngine/NormalModeEngine.h"
@@ -33,7 +34,12 @@ void Vantor::buildHessian() {
 void Vantor::checkLonelyAtoms() {
     const int count = static_cast<int>(m_atoms.size());
     cAtomGrid grid;
-    grid.initPointer(m_atoms.data(), count, nullptr, m_workflow.m_cutoff.getValue());
+    try {
+        grid.initPointer(m_atoms.data(), count, nullptr, m_workflow.m_cutoff.getValue());
+    } catch (const std::length_error& error) {
+        fail(m_workflow.m_ipdb.getValue() + ": " + error.what() +
+             ". Check for atoms far from the rest, or raise --cutoff.");
+    }
     std::vector<cPDBAtom*> lonely;
     grid.detectDisconnectedAtoms(m_atoms.data(), count, &lonely);
     if (lonely.empty()) {

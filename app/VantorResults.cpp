@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/fccf.h"
 #include "Math/structure.h"
 #include "NMAEngine/NormalModeEngine.h"
@@ -10,7 +11,21 @@
 #include "app/Vantor.h"
 #include "app/fail.h"
 
+namespace {
+
+/// Nothing else tells empty solution files from a run that went wrong.
+void warnOfNoPoses(const std::string& map) {
+    warn(map + ": no voxel of any rotation scored above " + std::to_string(ElectronDensity::EPSILON) +
+         ", so the solution files are empty. Check that the map holds density above the cut of --filtersigma "
+         "and that its voxel size is right.");
+}
+
+} // namespace
+
 void Vantor::initThreadedRefineTopConformations() {
+    if (getNSolutions() == 0) {
+        warnOfNoPoses(m_workflow.m_iedm.getValue());
+    }
     double mass = 0.0;
     const cMatrix33 inertia = getInertiaTensor(m_atoms, mass);
     const double sqDx = m_edm.m_grid.m_cellDim.norm2();

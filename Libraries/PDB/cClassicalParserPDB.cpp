@@ -139,7 +139,8 @@ void cClassicalParserPDB::warnOfOtherFormat(const std::string& name) const {
         std::fprintf(
             stderr,
             "selvane: %s is an mmCIF file; convert it to the PDB format first, for example by opening it "
-            "in a molecular viewer and saving it as PDB\n",
+            "in a molecular viewer and saving it as PDB. Read as PDB lines, as they are here, "
+            "its atoms stand at meaningless places\n",
             name.c_str());
     }
 }

@@ -82,6 +82,11 @@ TEST_F(Failures, CutoffBelowTheBondsLeavesEveryAtomAlone) {
     EXPECT_TRUE(contains(result.err, "--cutoff")) << result.err;
 }
 
+TEST_F(Failures, CutoffWhoseCellsCannotBeCountedEndsWithStatusOne) {
+    writeInputs();
+    expectStageFailure(fit(quick({"--cutoff", "1e-9"})), "model.pdb", "raise --cutoff");
+}
+
 TEST_F(Failures, ModelWithoutAtoms) {
     writeInputs();
     write("model.pdb",
@@ -213,6 +218,7 @@ TEST_F(Failures, DictionaryFormatOfModelsIsNamed) {
                        "ATOM 1 N 11.1 12.2 13.3\nATOM 2 C 12.1 13.2 14.3\n#\n");
     const RunResult result = run(quick({"--ipdb", "model.cif", "--iedm", "map.ccp4"}));
     EXPECT_TRUE(contains(result.err, "selvane: model.cif is an mmCIF file; convert it")) << result.err;
+    EXPECT_TRUE(contains(result.err, "meaningless places")) << result.err;
 }
 
 TEST_F(Failures, PlaceInTheOriginWordsIsTold) {
@@ -235,6 +241,9 @@ TEST_F(Failures, MapWithoutCandidatesLeavesEmptySolutions) {
     writeInputs(m_model, m_map);
     const RunResult result = fit(coarse());
     EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_TRUE(contains(result.err, "selvane: map.ccp4: no voxel of any rotation scored above 0.0001"))
+        << result.err;
+    EXPECT_EQ(linesOf(result.err).size(), 1U);
     for (const char* name : {"Rigid_solution.pdb", "Solution.pdb"}) {
         EXPECT_TRUE(exists(name));
         EXPECT_EQ(read(name), "");
