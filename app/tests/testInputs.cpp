@@ -42,6 +42,14 @@ std::array<Vec, 5> residuePlaces(double residue) {
             helixPoint(residue + 0.45, 2.9), helixPoint(residue - 0.1, 3.4)};
 }
 
+std::vector<TestAtom> centred(const std::vector<TestAtom>& atoms, const Vec& middle) {
+    Vec mean{};
+    for (const TestAtom& atom : atoms)
+        for (std::size_t a = 0; a < 3; ++a)
+            mean[a] += atom.position[a] / static_cast<double>(atoms.size());
+    return moved(atoms, rotationXYZ(0, 0, 0), {0, 0, 0}, middle - mean);
+}
+
 void append(std::string& bytes, const void* word, bool reversed) {
     char raw[4];
     std::memcpy(raw, word, sizeof raw);
@@ -146,11 +154,28 @@ std::vector<TestAtom> makeModel(const Vec& middle) {
             p = Vec{p[1] + 4.0, p[2] + 7.5, p[0] + 3.0};
         appendResidue(atoms, 'B', residue + 13, places);
     }
-    Vec mean{};
-    for (const TestAtom& atom : atoms)
-        for (std::size_t a = 0; a < 3; ++a)
-            mean[a] += atom.position[a] / static_cast<double>(atoms.size());
-    return moved(atoms, rotationXYZ(0, 0, 0), {0, 0, 0}, middle - mean);
+    return centred(atoms, middle);
+}
+
+std::vector<TestAtom> makeBentChain(const Vec& middle) {
+    constexpr int residuesPerHelix = 14;
+    constexpr double length = 1.5 * residuesPerHelix;
+    std::vector<TestAtom> atoms;
+    for (int residue = 0; residue < residuesPerHelix; ++residue)
+        appendResidue(atoms, 'A', residue + 1, residuePlaces(residue));
+    for (int residue = 0; residue < residuesPerHelix; ++residue) {
+        std::array<Vec, 5> places = residuePlaces(residue);
+        for (Vec& p : places)
+            p = Vec{length - p[1], p[0] + 2.0, p[2]};
+        appendResidue(atoms, 'A', residue + residuesPerHelix + 1, places);
+    }
+    for (int residue = 0; residue < residuesPerHelix; ++residue) {
+        std::array<Vec, 5> places = residuePlaces(residue);
+        for (Vec& p : places)
+            p = Vec{length - p[2], length + 2.0 + p[1], p[0] + 2.0};
+        appendResidue(atoms, 'A', residue + 2 * residuesPerHelix + 1, places);
+    }
+    return centred(atoms, middle);
 }
 
 std::vector<TestAtom> moved(std::vector<TestAtom> atoms, const Mat& rotation, const Vec& centre,

@@ -37,6 +37,10 @@ struct TestAtom {
 /// symmetry.
 std::vector<TestAtom> makeModel(const Vec& middle);
 
+/// A chain of three helices of 14 residues along x, y and z, one behind the other: 210 atoms around `middle`,
+/// which bend easily where two helices meet.
+std::vector<TestAtom> makeBentChain(const Vec& middle);
+
 /// The model turned by `rotation` about `centre` and then shifted; positions with three decimals.
 std::vector<TestAtom> moved(std::vector<TestAtom> atoms, const Mat& rotation, const Vec& centre,
                             const Vec& shift);
