@@ -11,6 +11,7 @@
 
 #include "CrossCorrelation/CorrelationPattern.h"
 #include "CrossCorrelation/ElectronDensity.h"
+#include "CrossCorrelation/HexaustFlexibleFitConformation.h"
 #include "CrossCorrelation/LimitedSizeSet.h"
 #include "FFTWrapper/SpectralCorrelator.h"
 #include "Math/cGrid.h"
@@ -116,6 +117,16 @@ protected:
     /// The gradient of c[s] at every voxel, n numbers each.
     std::vector<double> gradientsAt(const std::vector<WeightedVoxel>& voxels, const double* target) const;
 
+    /// A candidate that waits for its derivatives has a Hessian of no rows and one column, which no other
+    /// has: elements that were in the set before, with or without derivatives, stay as they are.
+    static void markIncomplete(HexaustFlexibleFitConformation& conformation) {
+        conformation.m_hessian.set_size(0, 1);
+    }
+    static void markIncomplete(FlexibleFitConformation&) {}
+    static bool isIncomplete(const HexaustFlexibleFitConformation& conformation) {
+        return conformation.m_hessian.n_rows == 0 && conformation.m_hessian.n_cols == 1;
+    }
+
     /// The candidate of a voxel without its derivatives.
     template <class Conformation>
     Conformation conformationAt(std::size_t s, double alpha, double beta, double gamma) const {
@@ -138,18 +149,20 @@ protected:
             if (skipBelowWorst && set.isFull() && !(m_ccf[s] > set.last().m_rigidScore)) {
                 continue;
             }
-            set.add(conformationAt<Conformation>(s, alpha, beta, gamma));
+            auto conformation = conformationAt<Conformation>(s, alpha, beta, gamma);
+            markIncomplete(conformation);
+            set.add(conformation);
         }
     }
 
-    /// Calls fill(row, element) for the elements that have no gradient: those of this rotation that stayed.
+    /// Calls fill(row, element) for the marked elements: those of this rotation that stayed.
     /// @param rowsAt gives the derivatives at a list of shifts
     template <class Conformation, class RowsAt, class Fill>
     void completeConformations(LimitedSizeSet<Conformation>& set, RowsAt&& rowsAt, Fill&& fill) const {
         std::vector<std::size_t> shifts;
         std::vector<Conformation*> incomplete;
         set.forEach([&](Conformation& conformation) {
-            if (conformation.m_gradient.is_empty()) {
+            if (isIncomplete(conformation)) {
                 shifts.push_back(
                     m_grid->indexToFlatIndex(conformation.m_i, conformation.m_j, conformation.m_k));
                 incomplete.push_back(&conformation);
@@ -160,6 +173,7 @@ protected:
         }
         const std::vector<double> rows = rowsAt(shifts);
         for (std::size_t p = 0; p < shifts.size(); ++p) {
+            incomplete[p]->m_hessian.reset();
             fill(rows.data() + p * columns(), *incomplete[p]);
         }
     }

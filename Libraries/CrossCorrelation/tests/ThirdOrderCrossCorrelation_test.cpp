@@ -422,6 +422,22 @@ TEST(ThirdOrderCrossCorrelation, KeepsTheDerivativesOfEarlierRotations) {
     }
 }
 
+TEST(ThirdOrderCrossCorrelation, ElementsOfOtherOriginStayWithoutDerivatives) {
+    Scene scene;
+    scene.correlation.execute();
+    LimitedSizeSet<HexaustFlexibleFitConformation> set(3);
+    // Off the grid, so that its derivatives could not even be asked for.
+    set.add(HexaustFlexibleFitConformation(1e6, 1000, 2000, 3000, {}, scene.model.grid));
+    scene.correlation.addConformations(set, 0.1, 0.2, 0.3);
+    const auto kept = set.toStdVector();
+    ASSERT_EQ(kept.size(), 3U);
+    EXPECT_EQ(kept[0].m_i, 1000);
+    EXPECT_TRUE(kept[0].m_gradient.is_empty());
+    EXPECT_TRUE(kept[0].m_hessian.is_empty());
+    EXPECT_EQ(kept[1].m_gradient.n_elem, 6U);
+    EXPECT_EQ(kept[1].m_hessian.n_rows, 6U);
+}
+
 TEST(ThirdOrderCrossCorrelation, AllNegativeCorrelationsLeaveASetUnchanged) {
     Scene scene;
     for (double& value : scene.target) {
