@@ -152,6 +152,8 @@ void FittingWorkflow::failParsing(TCLAP::ArgException& error) {
 void FittingWorkflow::checkCounts() const {
     if (m_nthread.getValue() < 1)
         reject(m_nthread, "The number of threads has to be 1 or more");
+    if (m_nmodes.getValue() > static_cast<unsigned long>(std::numeric_limits<int>::max()))
+        reject(m_nmodes, "No model has more than 2147483647 modes");
     if (m_nsolutions.getValue() < 1)
         reject(m_nsolutions, "The number of solutions has to be 1 or more");
     if (m_nclusters.getValue() < 1)

@@ -104,7 +104,8 @@ void Vantor::checkResources() const {
     constexpr double gigabyte = 1024.0 * 1024.0 * 1024.0;
     const auto text = [&](double bytes) { return std::to_string(bytes / gigabyte) + " GiB"; };
     const std::string remedy =
-        "Use fewer workers (--nthread), no padding (--nopadding) or fewer poses (--nsolutions).";
+        "Use fewer workers (--nthread), no padding (--nopadding), fewer poses (--nsolutions) or "
+        "a larger step (--dangle).";
     if (needed > memory.total) {
         fail("this run needs about " + text(needed) +
              " of memory and this machine or its control group has " + text(memory.total) + ". " + remedy);
@@ -162,6 +163,7 @@ void Vantor::setEulerAngles(const std::array<double, 3>& angles) {
     std::snprintf(title, sizeof title, " Scanning rotation (%f, %f, %f) ", angles[0], angles[1], angles[2]);
     m_info.printInfo(title);
     m_eulerAngles = angles;
+    m_paddedEdmValues.resize(m_paddedGrid.getTotalSize());
     ElectronDensity::rotateNonZeroPadded(m_edmValues, m_edm.m_grid, angles, m_paddedGrid,
                                          m_paddedEdmValues.data(), m_workflow.m_filtersigma.getValue());
 }

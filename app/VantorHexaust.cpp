@@ -7,12 +7,27 @@
 #include "CrossCorrelation/CorrelationPattern.h"
 #include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
 #include "NMAEngine/NormalModeEngine.h"
+#include "app/fail.h"
+#include "app/resources.h"
 
 VantorHexaust::VantorHexaust(int argc, char** argv, int width) : Vantor(argc, argv, width) {}
 
 VantorHexaust::~VantorHexaust() = default;
 
+/// Ends the run if not even the empty per-worker members fit; what they hold later is checked with the grids.
+void VantorHexaust::checkWorkerCount() const {
+    constexpr std::size_t bytesPerWorker =
+        sizeof(decltype(m_localEulerAngles)::value_type) + sizeof(decltype(m_local_ccf)::value_type) +
+        sizeof(decltype(m_localConformations)::value_type) + sizeof(decltype(m_localEdmValues)::value_type) +
+        sizeof(decltype(m_localTopConformations)::value_type);
+    if (static_cast<double>(m_nThread) * static_cast<double>(bytesPerWorker) > resources::memory().total) {
+        fail(std::to_string(m_nThread) + " workers do not fit into the memory of this machine or its control "
+                                         "group. Use fewer (--nthread).");
+    }
+}
+
 void VantorHexaust::initThreaded() {
+    checkWorkerCount();
     m_localEulerAngles.resize(m_nThread);
     m_local_ccf.resize(m_nThread);
     m_localConformations.resize(m_nThread);
@@ -32,7 +47,9 @@ void VantorHexaust::initCrossCorrelation(bool perThread) {
     m_info.printInfo(" Initializing the Cross Correlation function ");
     m_ccf.reset();
     if (!perThread) {
-        fillPaddedMap(m_paddedEdmValues);
+        if (m_paddedEdmValues.empty()) {
+            fillPaddedMap(m_paddedEdmValues);
+        }
         m_ccf = makeCorrelation(m_paddedEdmValues.data());
         m_ccf->initPatternEdm();
         return;
@@ -134,8 +151,11 @@ double VantorHexaust::estimateScanBytes() const {
     const double arraysPerWorker = 4.0; // target, correlation, two spectra
     // The pattern's spectrum, its field while it is transformed, and the diagnostic copy of that field.
     const double sharedArrays = 3.0;
-    const double kept = std::min<double>(m_workflow.getCapacity(), (rotationCount() + 1.0) * padded);
+    const double rotations = rotationCount() + 1.0;
+    // Two lists of triples while the sampling converts its angles.
+    const double angles = 2.0 * 24.0 * rotations;
+    const double kept = std::min<double>(m_workflow.getCapacity(), rotations * padded);
     const double solutions = conformation * kept * (workers + 1.0);
-    return 8.0 * padded * (arraysPerWorker * workers + sharedArrays) + 8.0 * map * (2.0 + workers) +
+    return 8.0 * padded * (arraysPerWorker * workers + sharedArrays) + 8.0 * map * (2.0 + workers) + angles +
            solutions;
 }

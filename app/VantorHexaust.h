@@ -47,6 +47,7 @@ protected:
     double estimateScanBytes() const override;
 
 private:
+    void checkWorkerCount() const;
     std::unique_ptr<ThirdOrderCrossCorrelation> makeCorrelation(double* target) const;
     void evaluatePattern(ThirdOrderCrossCorrelation& correlation);
     void dumpPattern() const;

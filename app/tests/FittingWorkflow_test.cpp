@@ -240,6 +240,11 @@ TEST(FittingWorkflow, DoublesThatAreNoFiniteNumbersAreRefused) {
             EXPECT_TRUE(contains(errorOf({option, value}), "(" + option + ")")) << option << " " << value;
 }
 
+TEST(FittingWorkflow, NumberOfModesIsNotCutToFewerBits) {
+    EXPECT_EQ(errorOf({"--nmodes", "2147483647"}), "");
+    EXPECT_TRUE(contains(errorOf({"--nmodes", "4294967296"}), "Argument: (--nmodes): "));
+}
+
 TEST(FittingWorkflow, ProductOfSolutionsAndClustersStaysAnInt) {
     EXPECT_EQ(errorOf({"--nsolutions", "2147483647", "--nclusters", "1"}), "");
     EXPECT_TRUE(contains(errorOf({"--nsolutions", "1073741824", "--nclusters", "2"}), "2147483648"));

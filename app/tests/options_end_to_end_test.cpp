@@ -65,6 +65,14 @@ TEST_F(Options, MoreWorkersThanRotationsAreIdle) {
     EXPECT_EQ(solutionsOf(six, read("Rigid_solution.pdb"), read("Solution.pdb")), expected);
 }
 
+TEST_F(Options, WorkersBeyondAnyMemoryAreRefused) {
+    writeInputs();
+    const RunResult result = fit({"--nthread", "99999999999999"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(contains(result.err, "selvane: 99999999999999 workers")) << result.err;
+    EXPECT_TRUE(contains(result.err, "--nthread")) << result.err;
+}
+
 TEST_F(Options, NSolutionsIsTheNumberOfPoses) {
     writeInputs();
     ASSERT_EQ(fit({"--nthread", "1", "--dangle", "180", "--nsolutions", "7"}).status, 0);
