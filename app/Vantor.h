@@ -114,7 +114,8 @@ public:
     /// writes it to odir/Refined-<name of the input>. A library operation: no stage of a run calls it.
     ///
     /// It follows loadEdm(), loadPdb(), buildHessian(), performNMA() and, for the radius,
-    /// initThreadedRefineTopConformations(). It filters m_edmValues in place and replaces m_structureGrid.
+    /// initThreadedRefineTopConformations(), without which the model stays where it is. It filters
+    /// m_edmValues in place and replaces m_structureGrid.
     ///
     /// The mean product of map and simulated density is raised by BfgsTrustRegionSolver, until the squared
     /// gradient has come down to 1e-11 of itself. Three limits to know:

@@ -69,7 +69,7 @@ protected:
     }
 
     /// Reads the input, sets the radius and refines; the report goes to m_report.
-    void refine(const std::vector<std::string>& options = {}) {
+    void refine(const std::vector<std::string>& options = {}, bool withRadius = true) {
         std::vector<std::string> words = {"selvane",        "--ipdb", path("model.pdb"), "--iedm",
                                           path("map.ccp4"), "--odir", path("out")};
         words.insert(words.end(), options.begin(), options.end());
@@ -83,7 +83,8 @@ protected:
         m_fit->loadPdb();
         m_fit->buildHessian();
         m_fit->performNMA();
-        m_fit->initThreadedRefineTopConformations();
+        if (withRadius)
+            m_fit->initThreadedRefineTopConformations();
         m_fit->refineInputPDB(timer);
         m_report = testing::internal::GetCapturedStdout();
     }
@@ -244,6 +245,13 @@ TEST_F(RefineInputPDB, MapOfSmallNumbersEndsTheSolveAfterOneShortStep) {
     startFrom(displaced({0.6, -0.5, 0.7}));
     refine();
     EXPECT_LT(rmsd(refined(), positionsOf(m_start)), 0.002);
+}
+
+TEST_F(RefineInputPDB, WithoutARadiusTheModelStays) {
+    makeMap(ONE_CELL_UP);
+    startFrom(displaced({0.6, -0.5, 0.7}));
+    refine({}, false);
+    EXPECT_EQ(refined(), positionsOf(m_start));
 }
 
 TEST_F(RefineInputPDB, FileIsNamedAfterTheLastPartOfThePathAndHoldsAtomLinesAlone) {
