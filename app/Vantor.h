@@ -168,6 +168,7 @@ private:
     void checkModel() const;
     void checkLonelyAtoms();
     void tellCoincidentAtoms() const;
+    void tellTooManyModes() const;
     void checkResources() const;
     void tellCutModel() const;
     cVector3 rotationCenterOfPoses() const;

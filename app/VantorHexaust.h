@@ -46,14 +46,15 @@ public:
 protected:
     double estimateScanBytes() const override;
 
+    std::unique_ptr<ThirdOrderCrossCorrelation> m_ccf; ///< of the serial path; null in every run
+    std::vector<HexaustFlexibleFitConformation> m_topConformations;
+
 private:
     void checkWorkerCount() const;
     std::unique_ptr<ThirdOrderCrossCorrelation> makeCorrelation(double* target) const;
     void evaluatePattern(ThirdOrderCrossCorrelation& correlation);
     void dumpPattern() const;
 
-    std::unique_ptr<ThirdOrderCrossCorrelation> m_ccf; ///< of the serial path; null in every run
-    std::vector<HexaustFlexibleFitConformation> m_topConformations;
     std::vector<std::unique_ptr<ThirdOrderCrossCorrelation>> m_local_ccf;
     std::vector<std::vector<HexaustFlexibleFitConformation>>
         m_localConformations; ///< only its length is read

@@ -70,6 +70,17 @@ void Vantor::tellCoincidentAtoms() const {
     }
 }
 
+/// The solver wants fewer pairs than the blocks have degrees of freedom, and six of them are rigid motions.
+void Vantor::tellTooManyModes() const {
+    const long blocks = *std::max_element(m_blockIds.begin(), m_blockIds.end()) + 1L;
+    const long most = 6 * blocks - 8;
+    if (static_cast<double>(m_workflow.m_nmodes.getValue()) > static_cast<double>(most)) {
+        warn(m_workflow.m_ipdb.getValue() + ": --nmodes asks for more modes than its " +
+             std::to_string(blocks) + " blocks have; use at most " + std::to_string(std::max(most, 0L)) +
+             ".");
+    }
+}
+
 void Vantor::performNMA() {
     m_info.printInfo(" Computing normal modes of the structure ");
     const auto nModes = static_cast<unsigned int>(m_workflow.m_nmodes.getValue());
@@ -77,6 +88,7 @@ void Vantor::performNMA() {
         m_nma = std::make_shared<NormalModeEngine>(0U);
         return;
     }
+    tellTooManyModes();
     constexpr double gasConstant = 0.0083144621; // kJ / (mol K)
     m_nma = std::make_shared<NormalModeEngine>(m_system, m_positions, m_masses, m_blockIds, nModes,
                                                1.0 / (gasConstant + gasConstant), &m_info);

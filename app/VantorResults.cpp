@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include <unistd.h>
+
 #include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/fccf.h"
 #include "Math/structure.h"
@@ -87,14 +89,25 @@ void Vantor::reportIncompleteFile(const std::string& path) {
     warn(path + " could not be written completely. Check the free space of its disk.");
 }
 
+namespace {
+
+/// Whether a file that could not be written could at least be opened; one that could not fails without a
+/// word.
+bool wasOpened(const std::string& path) {
+    return access(path.c_str(), W_OK) == 0;
+}
+
+} // namespace
+
 void Vantor::writeInputCopies() {
     const std::string directory = m_workflow.m_odir.getValue();
     const std::string model = directory + "/original.pdb";
-    if (!writePDB(model.c_str(), m_atoms.data(), static_cast<int>(m_atoms.size()), nullptr)) {
+    if (!writePDB(model.c_str(), m_atoms.data(), static_cast<int>(m_atoms.size()), nullptr) &&
+        wasOpened(model)) {
         reportIncompleteFile(model);
     }
     const std::string map = directory + "/edm.map";
-    if (!m_edm.save(map)) {
+    if (!m_edm.save(map) && wasOpened(map)) {
         reportIncompleteFile(map);
     }
 }

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The scan of a run against the serial path with derivatives of whole grids, down to the numbers written.
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "CrossCorrelation/ElectronDensity.h"
+#include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
+#include "IO/cSequentialTimer.h"
+#include "app/VantorHexaust.h"
+#include "app/tests/testInputs.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class OpenFit : public VantorHexaust {
+public:
+    using VantorHexaust::VantorHexaust;
+
+    using Vantor::m_edm;
+    using Vantor::m_eulerAngles;
+    using VantorHexaust::m_ccf;
+    using VantorHexaust::m_topConformations;
+};
+
+/// A small map and model in a directory of their own, which is the working directory while a test runs.
+class Scan : public testing::Test {
+protected:
+    Scan() : m_before(fs::current_path()) {
+        std::string name = (fs::temp_directory_path() / "selvane_scan_XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) {
+            throw std::runtime_error("no temporary directory");
+        }
+        m_directory = name;
+        fs::current_path(m_directory);
+        TestMap map;
+        map.size = {14, 12, 10};
+        map.voxel = {4.0, 4.0, 4.0};
+        const auto model = makeModel(map.centre());
+        map = simulate(map, model, 4.0);
+        std::ofstream("map.ccp4", std::ios::binary) << ccp4Bytes(map);
+        std::ofstream("model.pdb") << pdbText(model);
+    }
+    ~Scan() override {
+        fs::current_path(m_before);
+        std::error_code ignored;
+        fs::remove_all(m_directory, ignored);
+    }
+
+    /// A fit with its grids laid.
+    std::unique_ptr<OpenFit> prepared(const std::string& odir) const {
+        std::vector<std::string> words = {"selvane", "--ipdb",    "model.pdb", "--iedm", "map.ccp4",
+                                          "--odir",  odir,        "--dangle",  "72",     "--nsolutions",
+                                          "40",      "--nthread", "2"};
+        std::vector<char*> pointers;
+        for (std::string& word : words) {
+            pointers.push_back(word.data());
+        }
+        auto fit = std::make_unique<OpenFit>(static_cast<int>(words.size()), pointers.data(), 80);
+        cSequentialTimer timer;
+        fit->initThreaded();
+        fit->loadEdm();
+        fit->loadPdb();
+        fit->buildHessian();
+        fit->performNMA();
+        fit->computeStructureEdm(timer);
+        fit->zeroPadd();
+        return fit;
+    }
+
+    static void finish(OpenFit& fit) {
+        fit.saveTopSolution("Rigid_solution");
+        fit.initThreadedRefineTopConformations();
+        for (unsigned long pose = 0; pose < fit.getNSolutions(); ++pose) {
+            fit.refineTopConformation(0, pose);
+        }
+        fit.saveTopSolution("Solution");
+    }
+
+    /// The way of a run, on two workers.
+    static void scanInParallel(OpenFit& fit) {
+        const auto angles = fit.getEulerAngles();
+        for (unsigned long worker : {0UL, 1UL}) {
+            fit.threadedZeroPadd(worker);
+        }
+        fit.initCrossCorrelation(true);
+        for (unsigned long worker : {0UL, 1UL}) {
+            fit.threadedInitCrossCorrelation(worker);
+            const std::size_t half = (angles.size() + 1) / 2;
+            for (std::size_t k = worker * half; k < std::min(angles.size(), (worker + 1) * half); ++k) {
+                fit.threadedSetEulerAngles(angles[k], worker);
+                fit.threadedComputeCrossCorrelation(worker);
+                fit.threadedGetTopConformationsOpt(worker);
+            }
+        }
+        fit.mergeConformationOpt();
+    }
+
+    /// The serial path: every voxel of every rotation as a conformation with derivatives from whole grids,
+    /// offered by the literal rules to one set per half of the rotations.
+    static void scanSerially(OpenFit& fit) {
+        const auto angles = fit.getEulerAngles();
+        fit.initCrossCorrelation(false);
+        const cBBox& box = fit.m_edm.m_grid.m_box;
+        fit.m_ccf->setRotationCenter(0.5 * (box.m_min + box.m_max));
+        fit.m_ccf->initPatternEdm();
+        std::vector<LimitedSizeSet<HexaustFlexibleFitConformation>> sets(
+            2, LimitedSizeSet<HexaustFlexibleFitConformation>(40));
+        for (std::size_t k = 0; k < angles.size(); ++k) {
+            fit.setEulerAngles(angles[k]);
+            EXPECT_EQ(fit.m_eulerAngles, angles[k]);
+            fit.computeCrossCorrelation();
+            auto& set = sets[k / ((angles.size() + 1) / 2)];
+            for (auto& conformation : fit.m_ccf->getAllConformations()) {
+                if (conformation.m_rigidScore > ElectronDensity::EPSILON) {
+                    conformation.setRotation(angles[k][0], angles[k][1], angles[k][2]);
+                    set.add(conformation);
+                }
+            }
+        }
+        for (const auto& conformation : sets[1]) {
+            sets[0].add(conformation);
+        }
+        fit.m_topConformations = sets[0].toStdVector();
+    }
+
+    fs::path m_before;
+    fs::path m_directory;
+};
+
+std::vector<std::string> tokens(const std::string& path) {
+    std::ifstream file(path);
+    std::vector<std::string> words;
+    for (std::string word; file >> word;) {
+        words.push_back(word);
+    }
+    return words;
+}
+
+TEST_F(Scan, OfARunWritesTheNumbersOfTheSerialPathWithWholeGrids) {
+    testing::internal::CaptureStdout();
+    {
+        const auto parallel = prepared("parallel");
+        scanInParallel(*parallel);
+        finish(*parallel);
+        const auto serial = prepared("serial");
+        scanSerially(*serial);
+        finish(*serial);
+        ASSERT_EQ(parallel->m_topConformations.size(), 40U);
+        ASSERT_EQ(serial->m_topConformations.size(), 40U);
+        for (std::size_t pose = 0; pose < 40; ++pose) {
+            const auto& a = parallel->m_topConformations[pose];
+            const auto& b = serial->m_topConformations[pose];
+            EXPECT_EQ(a.m_rigidScore, b.m_rigidScore);
+            EXPECT_TRUE(arma::approx_equal(a.m_gradient, b.m_gradient, "absdiff",
+                                           1e-10 * arma::abs(b.m_gradient).max()));
+            EXPECT_TRUE(arma::approx_equal(a.m_hessian, b.m_hessian, "absdiff",
+                                           1e-10 * arma::abs(b.m_hessian).max()));
+        }
+    }
+    const std::string report = testing::internal::GetCapturedStdout();
+    EXPECT_NE(report.find(" Scanning rotation (0.000000, 0.000000, 0.000000) "), std::string::npos);
+    constexpr double lastDigit = 0.00101;
+    for (const char* name : {"/Rigid_solution.pdb", "/Solution.pdb"}) {
+        const auto a = tokens(std::string("parallel") + name);
+        const auto b = tokens(std::string("serial") + name);
+        ASSERT_EQ(a.size(), b.size());
+        for (std::size_t n = 0; n < a.size(); ++n) {
+            if (a[n] != b[n]) {
+                EXPECT_NEAR(std::stod(a[n]), std::stod(b[n]), lastDigit) << name << ", word " << n;
+            }
+        }
+    }
+}
+
+TEST_F(Scan, PosesAreReadInTheOrderThatTheOutputExpects) {
+    testing::internal::CaptureStdout();
+    {
+        const auto fit = prepared("parallel");
+        scanInParallel(*fit);
+        const auto& pose = fit->m_topConformations[3];
+        EXPECT_EQ(fit->getConformationTau(3), pose.getTau());
+        EXPECT_EQ(fit->getConformationAngle(3),
+                  (std::array<double, 3>{pose.m_gamma, pose.m_beta, pose.m_alpha}));
+        EXPECT_EQ(fit->getConformationScore(3), pose.m_rigidScore);
+        EXPECT_EQ(fit->getConformationGrid(3), pose.m_grid);
+        EXPECT_EQ(fit->getConformationEta(3).n_elem, 0U);
+        EXPECT_EQ(fit->getNSolutions(), 40U);
+        EXPECT_EQ(fit->getNClusteres(), 10U);
+    }
+    testing::internal::GetCapturedStdout();
+}
+
+} // namespace
