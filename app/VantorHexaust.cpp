@@ -5,6 +5,7 @@
 #include <string>
 
 #include "CrossCorrelation/CorrelationPattern.h"
+#include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "app/fail.h"
@@ -123,6 +124,17 @@ void VantorHexaust::mergeConformationOpt() {
     }
     m_topConformations = merged.toStdVector();
     m_localTopConformations.clear();
+    tellNoPoses();
+}
+
+/// Nothing else tells empty solution files from a run that went wrong.
+void VantorHexaust::tellNoPoses() const {
+    if (m_topConformations.empty()) {
+        warn(m_workflow.m_iedm.getValue() + ": no voxel of any rotation scored above " +
+             std::to_string(ElectronDensity::EPSILON) +
+             ", so the solution files are empty. Check that the map holds density above the cut of "
+             "--filtersigma and that its voxel size is right.");
+    }
 }
 
 void VantorHexaust::refineTopConformation(unsigned long, unsigned long solution) {

@@ -54,6 +54,7 @@ private:
     std::unique_ptr<ThirdOrderCrossCorrelation> makeCorrelation(double* target) const;
     void evaluatePattern(ThirdOrderCrossCorrelation& correlation);
     void dumpPattern() const;
+    void tellNoPoses() const;
 
     std::vector<std::unique_ptr<ThirdOrderCrossCorrelation>> m_local_ccf;
     std::vector<std::vector<HexaustFlexibleFitConformation>>

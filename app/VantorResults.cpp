@@ -5,29 +5,13 @@
 
 #include <unistd.h>
 
-#include "CrossCorrelation/ElectronDensity.h"
-#include "CrossCorrelation/fccf.h"
 #include "Math/structure.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "PDB/writePDB.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
 
-namespace {
-
-/// Nothing else tells empty solution files from a run that went wrong.
-void warnOfNoPoses(const std::string& map) {
-    warn(map + ": no voxel of any rotation scored above " + std::to_string(ElectronDensity::EPSILON) +
-         ", so the solution files are empty. Check that the map holds density above the cut of --filtersigma "
-         "and that its voxel size is right.");
-}
-
-} // namespace
-
 void Vantor::initThreadedRefineTopConformations() {
-    if (getNSolutions() == 0) {
-        warnOfNoPoses(m_workflow.m_iedm.getValue());
-    }
     double mass = 0.0;
     const cMatrix33 inertia = getInertiaTensor(m_atoms, mass);
     const double sqDx = m_edm.m_grid.m_cellDim.norm2();
@@ -123,7 +107,8 @@ bool Vantor::writePose(std::FILE* file, unsigned long solution, const cVector3& 
     const std::array<double, 3> angles = getConformationAngle(solution);
     const std::array<double, 3> shift = getConformationDTau(solution);
     const cVector3 dTau(shift[0], shift[1], shift[2]);
-    const arma::Col<double> dRotation = getConformationIRotation(solution);
+    const arma::Col<double> turn = getConformationIRotation(solution);
+    const cVector3 dRotation(turn(0), turn(1), turn(2));
     const arma::Col<double> eta = getConformationEta(solution);
     arma::Col<double> flexed(3 * m_positions.size(), arma::fill::zeros);
     if (m_nma->m_nModes > 0) {
@@ -136,7 +121,7 @@ bool Vantor::writePose(std::FILE* file, unsigned long solution, const cVector3& 
     std::fprintf(file, "REMARK   8 CCF R          : %f %f %f\n", angles[2], angles[1], angles[0]);
     std::fprintf(file, "REMARK   9 CCF flex score : %f\n", getConformationFlexScore(solution));
     std::fprintf(file, "REMARK  10 CCF dTau       : %f %f %f\n", dTau.x, dTau.y, dTau.z);
-    std::fprintf(file, "REMARK  11 CCF dR         : %f %f %f\n", dRotation(0), dRotation(1), dRotation(2));
+    std::fprintf(file, "REMARK  11 CCF dR         : %f %f %f\n", dRotation.x, dRotation.y, dRotation.z);
     std::fprintf(file, "REMARK  12 CCF eta        : ");
     for (unsigned int mode = 0; mode < m_nma->m_nModes; ++mode) {
         std::fprintf(file, "%f ", eta(mode));
@@ -145,10 +130,8 @@ bool Vantor::writePose(std::FILE* file, unsigned long solution, const cVector3& 
     for (std::size_t a = 0; a < m_atoms.size(); ++a) {
         cPDBAtom atom = m_atoms[a];
         const cVector3 p(m_positions[a][0], m_positions[a][1], m_positions[a][2]);
-        const arma::Mat<double> turn = fccf::getRotationDoffMatrix(m_positions[a], {c.x, c.y, c.z});
-        const arma::Col<double> d = turn * dRotation;
-        const cVector3 local =
-            dTau + cVector3(d(0), d(1), d(2)) + cVector3(flexed(3 * a), flexed(3 * a + 1), flexed(3 * a + 2));
+        const cVector3 flex(flexed(3 * a), flexed(3 * a + 1), flexed(3 * a + 2));
+        const cVector3 local = dTau + (dRotation ^ (p - c)) + flex;
         atom.m_position = rotation * ((p - c) + corrected) + rotation * local + c;
         writeLinePDB(file, &atom);
     }
