@@ -8,14 +8,17 @@
 #include "CrossCorrelation/DerivativeReader.h"
 #include "FFTWrapper/RealToComplexPlan.h"
 #include "IO/cInfo.h"
-#include "Math/cVector3.h"
 #include "NMAEngine/NormalModeEngine.h"
 
 namespace {
 
-/// Exponents below vanish: with weights that add up to 1, even 1e9 voxels of weight exp(-80) add less than
-/// 1e-25 of their derivatives.
-constexpr double negligibleExponent = -80.0;
+/// Exponents below vanish: with weights that add up to 1, even 1e9 voxels of weight exp(-60) add less than
+/// 1e-16 of their derivatives.
+constexpr double negligibleExponent = -60.0;
+
+bool haveSameCenter(const std::optional<cVector3>& a, const std::optional<cVector3>& b) {
+    return a.has_value() == b.has_value() && (!a || (a->x == b->x && a->y == b->y && a->z == b->z));
+}
 
 int axisLength(unsigned int n) {
     return static_cast<int>(n);
@@ -71,12 +74,15 @@ std::size_t AnyOrderCrossCorrelation::columns() const {
 }
 
 void AnyOrderCrossCorrelation::moveRotationCenter(const cVector3& center) {
+    ++m_revision;
+    m_rotationCenter = center;
     auto moved = std::make_shared<ElectronDensity>(density());
     moved->setRotationCenter(center);
     m_density = std::move(moved);
 }
 
 void AnyOrderCrossCorrelation::usePattern(std::shared_ptr<const CorrelationPattern> pattern) {
+    ++m_revision;
     m_pattern = std::move(pattern);
     m_patternChanged = true;
 }
@@ -126,8 +132,20 @@ void AnyOrderCrossCorrelation::execute() {
     if (!m_pattern) {
         throw std::logic_error("initPatternEdm() must come before execute()");
     }
-    m_reader.reset();
     m_correlator.transformTarget();
+    correlateWithPattern();
+}
+
+void AnyOrderCrossCorrelation::executeOnSameTarget() {
+    if (!m_executedPattern) {
+        throw std::logic_error("execute() must come before executeOnSameTarget()");
+    }
+    correlateWithPattern();
+}
+
+void AnyOrderCrossCorrelation::correlateWithPattern() {
+    ++m_revision;
+    m_reader.reset();
     if (m_patternChanged) {
         if (m_pattern->spectrum.size() == 0) {
             transformPattern();
@@ -138,11 +156,35 @@ void AnyOrderCrossCorrelation::execute() {
     m_correlator.correlate(executedSpectrum());
 }
 
+bool AnyOrderCrossCorrelation::adoptExecution(const AnyOrderCrossCorrelation& other) {
+    if (!m_executedPattern || !other.m_executedPattern) {
+        throw std::logic_error("execute() must come before adoptExecution()");
+    }
+    if (&other == this) {
+        return true;
+    }
+    if (!haveSameCenter(m_rotationCenter, other.m_rotationCenter)) {
+        return false;
+    }
+    ++m_revision;
+    m_reader.reset();
+    m_density = other.m_density;
+    m_tau = other.m_tau;
+    m_theta = other.m_theta;
+    m_eta = other.m_eta;
+    m_executedPattern = other.m_executedPattern;
+    m_pattern = other.m_pattern;
+    m_patternChanged = true; // its spectrum is not here
+    std::copy(other.m_ccf.begin(), other.m_ccf.end(), m_ccf.begin());
+    return true;
+}
+
 void AnyOrderCrossCorrelation::announce(cInfo& info) {
     info.printInfo(" Computing the Cross Correlation via FFT ");
 }
 
 void AnyOrderCrossCorrelation::executeWithOldPattern() {
+    ++m_revision;
     if (!m_executedPattern) {
         std::fill(m_ccf.begin(), m_ccf.end(), 0.0);
         return;

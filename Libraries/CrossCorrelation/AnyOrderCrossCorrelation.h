@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include <armadillo>
@@ -15,10 +16,10 @@
 #include "CrossCorrelation/LimitedSizeSet.h"
 #include "FFTWrapper/SpectralCorrelator.h"
 #include "Math/cGrid.h"
+#include "Math/cVector3.h"
 
 class NormalModeEngine;
 class cInfo;
-class cVector3;
 struct DerivativeReader;
 
 /// What the correlations of first, second and third order share: the correlation of a target map with the
@@ -58,6 +59,17 @@ public:
     /// Correlates the target, as it stands now, with the present pattern.
     /// @throws std::logic_error if no pattern was evaluated before
     void execute();
+
+    /// As execute(), for a target that has not been rewritten since this object's last execution.
+    void executeOnSameTarget();
+
+    /// Takes over state, pattern and correlation of an object that differs in its order alone, in place of
+    /// moving there and executing. The target must not have been rewritten since either's last execution.
+    /// @return false, and nothing done, if the two turn about different centres
+    bool adoptExecution(const AnyOrderCrossCorrelation& other);
+
+    /// Counts the calls that changed this object.
+    unsigned long getRevision() const { return m_revision; }
 
     /// c[s] for every voxel in flat order; zeros before the first execute().
     const std::vector<double>& getCorrelation() const { return m_ccf; }
@@ -201,6 +213,7 @@ private:
     struct PatternTransform;
 
     const ElectronDensity& density();
+    void correlateWithPattern();
     void transformPattern();
     const dft::ComplexArray& executedSpectrum() const;
     const DensityTable& tableAsExecuted() const;
@@ -218,9 +231,11 @@ private:
     std::shared_ptr<const NormalModeEngine> m_nma;
     Derivatives m_derivatives;
     std::shared_ptr<const ElectronDensity> m_density; ///< replaced, never changed: patterns share it
+    std::optional<cVector3> m_rotationCenter;         ///< none: the model's own
     std::shared_ptr<const CorrelationPattern> m_pattern;
     std::shared_ptr<const CorrelationPattern> m_executedPattern; ///< the pattern of the last execute()
     bool m_patternChanged = false;
+    unsigned long m_revision = 0;
     dft::SpectralCorrelator m_correlator;
     std::unique_ptr<PatternTransform> m_patternTransform; ///< for patterns that come without a spectrum
     std::array<double, 3> m_tau{0.0, 0.0, 0.0};

@@ -13,6 +13,11 @@ namespace {
 constexpr double pi = 3.141592653589793;
 constexpr double correlationScale = 1.0 / (8.0 * pi * pi * pi); // (2 pi)^-3
 
+/// Up to here the weighted sums for each voxel are cheaper than gradient maps of n degrees of freedom.
+std::size_t mostVoxelsWithoutMaps(std::size_t n) {
+    return 4 + n;
+}
+
 /// Flat index of the node at -s, wrapped per axis.
 std::size_t mirrored(const cGrid& grid, std::size_t s) {
     const auto [i, j, k] = grid.m_flatIndex2Index[s];
@@ -141,7 +146,7 @@ AnyOrderCrossCorrelation::blendTargetByTransforms(const NodeBox& box,
 std::vector<double> AnyOrderCrossCorrelation::weightedDerivatives(const std::vector<WeightedVoxel>& voxels,
                                                                   const double* target) const {
     const ElectronDensity& density = *m_executedPattern->density;
-    return density.weighDerivatives(blendTarget(density.reachedBox(), voxels, target),
+    return density.weighDerivatives({blendTarget(density.reachedBox(), voxels, target)},
                                     m_derivatives == Derivatives::Second);
 }
 
@@ -149,9 +154,16 @@ std::vector<double> AnyOrderCrossCorrelation::gradientsAt(const std::vector<Weig
                                                           const double* target) const {
     const ElectronDensity& density = *m_executedPattern->density;
     const NodeBox box = density.reachedBox();
-    const std::vector<double> maps = density.gradientOnBox();
     const std::size_t n = nDof();
+    if (voxels.size() <= mostVoxelsWithoutMaps(n)) {
+        std::vector<std::vector<double>> targets;
+        for (const WeightedVoxel& voxel : voxels) {
+            targets.push_back(blendTarget(box, {{voxel.shift, 1.0}}, target));
+        }
+        return density.weighDerivatives(targets, false);
+    }
     std::vector<double> rows(voxels.size() * n);
+    const std::vector<double> maps = density.gradientOnBox();
     if (prefersDirectSums(voxels.size(), box.size())) {
         std::vector<double> shifted(box.size());
         for (std::size_t p = 0; p < voxels.size(); ++p) {

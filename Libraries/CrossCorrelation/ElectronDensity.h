@@ -87,11 +87,13 @@ public:
     /// The D gradient fields, one after another, on reachedBox().
     std::vector<double> gradientOnBox() const;
 
-    /// For a field f on reachedBox(), the sums over its nodes n
+    /// For each field f on reachedBox(), a row of sums over its nodes n:
     ///   sum f(n) d rho(n) / dq_i, then sum f(n) d2 rho(n) / dq_i dq_j in the order of DensityTable.
     /// They come from moments of f under each atom's Gaussian, at the cost of a few values of rho whatever
     /// the number of degrees of freedom.
-    std::vector<double> weighDerivatives(const std::vector<double>& field, bool withHessian) const;
+    /// @throws std::length_error for a field of another size
+    std::vector<double> weighDerivatives(const std::vector<std::vector<double>>& fields,
+                                         bool withHessian) const;
 
     /// The nodes that an atom reaches: a box of whole nodes around its nearest node, cut at the grid's faces.
     NodeBox reachOf(std::size_t atom) const;

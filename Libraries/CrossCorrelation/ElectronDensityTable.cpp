@@ -9,6 +9,7 @@
 #include "CrossCorrelation/DensityRow.h"
 #include "CrossCorrelation/ElectronDensity.h"
 #include "Math/cGrid.h"
+#include "Math/multiversion.h"
 
 namespace {
 
@@ -65,53 +66,91 @@ std::vector<char> reachedNodes(const ElectronDensity& density, const NodeBox& bo
     return reached;
 }
 
-/// Moments of a field under the Gaussian of one atom: sums over the nodes of f, f d_a and f d_a d_b, d the
-/// distance from the atom.
+/// Moments of a field under the Gaussian of one atom: sums over the nodes of f, f d_a and f d_a d_b, d being
+/// the distance from the atom.
 struct Moments {
     double zeroth = 0.0;
     std::array<double, 3> first{0.0, 0.0, 0.0};
-    std::array<std::array<double, 3>, 3> second{}; ///< lower triangle only, from a row of nodes on
-
-    void addRow(double factor, double dx, double dy, double s0, double s1, double s2) {
-        const double f0 = factor * s0;
-        const double f1 = factor * s1;
-        zeroth += f0;
-        first[0] += f0 * dx;
-        first[1] += f0 * dy;
-        first[2] += f1;
-        second[0][0] += f0 * dx * dx;
-        second[1][0] += f0 * dx * dy;
-        second[1][1] += f0 * dy * dy;
-        second[2][0] += f1 * dx;
-        second[2][1] += f1 * dy;
-        second[2][2] += factor * s2;
-    }
+    std::array<std::array<double, 3>, 3> second{}; ///< lower triangle only
 };
 
-Moments momentsOf(const AtomGaussian& gaussian, double height, const NodeBox& box, const double* field) {
-    const std::vector<double>& dz = gaussian.distances[2];
-    const std::vector<double>& ez = gaussian.factors[2];
-    Moments moments;
-    for (std::size_t i = 0; i < gaussian.factors[0].size(); ++i) {
-        for (std::size_t j = 0; j < gaussian.factors[1].size(); ++j) {
-            const double* row =
-                field + box.index(gaussian.reach.low[0] + static_cast<int>(i),
-                                  gaussian.reach.low[1] + static_cast<int>(j), gaussian.reach.low[2]);
-            double s0 = 0.0;
-            double s1 = 0.0;
-            double s2 = 0.0;
-            for (std::size_t k = 0; k < ez.size(); ++k) {
-                const double value = ez[k] * row[k];
-                s0 += value;
-                s1 += value * dz[k];
-                s2 += value * dz[k] * dz[k];
-            }
-            moments.addRow(gaussian.factors[0][i] * gaussian.factors[1][j] * height, gaussian.distances[0][i],
-                           gaussian.distances[1][j], s0, s1, s2);
+/// Sums along y of one slice of nodes, for every k: field, field dy and field dy^2 under the factors of y.
+SELVANE_MULTIVERSION
+void sumAlongY(const double* slice, std::size_t rowStride, const double* factors, const double* distances,
+               std::size_t ny, std::size_t nz, double* zeroth, double* first, double* second) {
+    std::fill_n(zeroth, nz, 0.0);
+    std::fill_n(first, nz, 0.0);
+    std::fill_n(second, nz, 0.0);
+    for (std::size_t j = 0; j < ny; ++j, slice += rowStride) {
+        const double w0 = factors[j];
+        const double w1 = w0 * distances[j];
+        const double w2 = w1 * distances[j];
+        for (std::size_t k = 0; k < nz; ++k) {
+            zeroth[k] += w0 * slice[k];
+            first[k] += w1 * slice[k];
+            second[k] += w2 * slice[k];
         }
     }
-    return moments;
 }
+
+/// The moments of fields on a box, summed along y, then z, then x.
+class MomentSums {
+public:
+    explicit MomentSums(const NodeBox& box) : m_box(box) {}
+
+    Moments of(const std::vector<double>& field, const AtomGaussian& gaussian, double height) {
+        const std::vector<double>& ez = gaussian.factors[2];
+        const std::vector<double>& dz = gaussian.distances[2];
+        m_zeroth.resize(ez.size());
+        m_first.resize(ez.size());
+        m_second.resize(ez.size());
+        Moments moments;
+        for (std::size_t i = 0; i < gaussian.factors[0].size(); ++i) {
+            sumAlongY(field.data() + m_box.index(gaussian.reach.low[0] + static_cast<int>(i),
+                                                 gaussian.reach.low[1], gaussian.reach.low[2]),
+                      m_box.extent(2), gaussian.factors[1].data(), gaussian.distances[1].data(),
+                      gaussian.factors[1].size(), ez.size(), m_zeroth.data(), m_first.data(),
+                      m_second.data());
+            addSlice(gaussian.factors[0][i] * height, gaussian.distances[0][i], ez, dz, moments);
+        }
+        return moments;
+    }
+
+private:
+    void addSlice(double f, double dx, const std::vector<double>& ez, const std::vector<double>& dz,
+                  Moments& moments) const {
+        double s0 = 0.0;
+        double sy = 0.0;
+        double sz = 0.0;
+        double syy = 0.0;
+        double syz = 0.0;
+        double szz = 0.0;
+        for (std::size_t k = 0; k < ez.size(); ++k) {
+            const double e1 = ez[k] * dz[k];
+            s0 += m_zeroth[k] * ez[k];
+            sy += m_first[k] * ez[k];
+            sz += m_zeroth[k] * e1;
+            syy += m_second[k] * ez[k];
+            syz += m_first[k] * e1;
+            szz += m_zeroth[k] * e1 * dz[k];
+        }
+        moments.zeroth += f * s0;
+        moments.first[0] += f * dx * s0;
+        moments.first[1] += f * sy;
+        moments.first[2] += f * sz;
+        moments.second[0][0] += f * dx * dx * s0;
+        moments.second[1][0] += f * dx * sy;
+        moments.second[1][1] += f * syy;
+        moments.second[2][0] += f * dx * sz;
+        moments.second[2][1] += f * syz;
+        moments.second[2][2] += f * szz;
+    }
+
+    NodeBox m_box;
+    std::vector<double> m_zeroth;
+    std::vector<double> m_first;
+    std::vector<double> m_second;
+};
 
 /// Adds J^T m / s2 and, for the upper triangle, J^T (M / s2^2 - m0 / s2) J to the sums, s2 = sigma^2.
 void addDerivatives(const Moments& moments, const double* jacobian, std::size_t nDof, double invSigma2,
@@ -148,21 +187,28 @@ void addDerivatives(const Moments& moments, const double* jacobian, std::size_t 
 
 } // namespace
 
-std::vector<double> ElectronDensity::weighDerivatives(const std::vector<double>& field,
+std::vector<double> ElectronDensity::weighDerivatives(const std::vector<std::vector<double>>& fields,
                                                       bool withHessian) const {
     const NodeBox box = reachedBox();
-    if (field.size() != box.size()) {
-        throw std::length_error("field size must be " + std::to_string(box.size()) + ".");
+    for (const auto& field : fields) {
+        if (field.size() != box.size()) {
+            throw std::length_error("field size must be " + std::to_string(box.size()) + ".");
+        }
     }
-    std::vector<double> sums(DensityTable::derivativeColumns(m_nDof, withHessian), 0.0);
+    const std::size_t columns = DensityTable::derivativeColumns(m_nDof, withHessian);
+    std::vector<double> sums(fields.size() * columns, 0.0);
+    MomentSums moments(box);
     AtomGaussian gaussian;
     for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
         place(atom, gaussian);
-        if (!gaussian.reach.isEmpty()) {
-            const Moments moments =
-                momentsOf(gaussian, m_gaussianNorm * m_atomWeights[atom], box, field.data());
-            addDerivatives(moments, m_atomDofMatrix->data() + 3 * m_nDof * atom, m_nDof, m_invSigma2,
-                           withHessian, sums.data());
+        if (gaussian.reach.isEmpty()) {
+            continue;
+        }
+        const double height = m_gaussianNorm * m_atomWeights[atom];
+        const double* jacobian = m_atomDofMatrix->data() + 3 * m_nDof * atom;
+        for (std::size_t p = 0; p < fields.size(); ++p) {
+            addDerivatives(moments.of(fields[p], gaussian, height), jacobian, m_nDof, m_invSigma2,
+                           withHessian, sums.data() + p * columns);
         }
     }
     return sums;

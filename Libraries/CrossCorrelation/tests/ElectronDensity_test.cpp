@@ -414,14 +414,18 @@ TEST(ElectronDensity, WeighedDerivativesAreSumsOverTheTable) {
             expected[q] += weight * table.row(n)[1 + q];
         }
     }
-    const std::vector<double> sums = density.weighDerivatives(field, true);
+    const std::vector<double> sums = density.weighDerivatives({field}, true);
     ASSERT_EQ(sums.size(), expected.size());
     for (std::size_t q = 0; q < sums.size(); ++q) {
         EXPECT_NEAR(sums[q], expected[q], 1e-12) << "column " << q;
     }
-    const std::vector<double> gradient = density.weighDerivatives(field, false);
-    EXPECT_EQ(gradient, std::vector<double>(sums.begin(), sums.begin() + 8));
-    EXPECT_THROW(density.weighDerivatives(std::vector<double>(3), true), std::length_error);
+    const std::vector<double> gradient(sums.begin(), sums.begin() + 8);
+    EXPECT_EQ(density.weighDerivatives({field}, false), gradient);
+    const std::vector<double> zeros(box.size(), 0.0);
+    std::vector<double> rows(8, 0.0);
+    rows.insert(rows.end(), gradient.begin(), gradient.end());
+    EXPECT_EQ(density.weighDerivatives({zeros, field}, false), rows);
+    EXPECT_THROW(density.weighDerivatives({std::vector<double>(3)}, true), std::length_error);
 }
 
 TEST(ElectronDensity, ACopyIsIndependent) {
@@ -445,7 +449,7 @@ TEST(ElectronDensity, AModelThatReachesNoNodeHasEmptyTables) {
     EXPECT_TRUE(density.reachedBox().isEmpty());
     EXPECT_TRUE(density.tabulate().nodes.empty());
     EXPECT_TRUE(density.gradientOnBox().empty());
-    EXPECT_EQ(density.weighDerivatives({}, true), std::vector<double>(27, 0.0));
+    EXPECT_EQ(density.weighDerivatives({std::vector<double>()}, true), std::vector<double>(27, 0.0));
 }
 
 TEST(ElectronDensity, GradYFunctionIsTheGradientOfTheLogarithmOfOneGaussian) {
