@@ -5,6 +5,7 @@
 
 #include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/fccf.h"
+#include "Interface/tweenDof.h"
 
 ConformationOracle::ConformationOracle(const std::vector<double>& targetEdm,
                                        std::shared_ptr<ElectronDensity> density, std::size_t nDof)
@@ -51,12 +52,7 @@ double ConformationOracle::getFunctionGradiantAndHessian(const arma::Col<double>
 
 std::tuple<std::array<double, 3>, std::array<double, 3>, arma::Col<double>>
 ConformationOracle::getTweenDof(const arma::Col<double>& x) const {
-    constexpr std::size_t rigid = 6;
-    arma::Col<double> eta(m_nDof > rigid ? m_nDof - rigid : 0);
-    for (arma::uword m = 0; m < eta.n_elem; ++m) {
-        eta(m) = x(rigid + m);
-    }
-    return {{x(0), x(1), x(2)}, {x(3), x(4), x(5)}, eta};
+    return splitTweenDof(x, m_nDof);
 }
 
 void ConformationOracle::sizeMaps(std::vector<std::vector<double>>& maps) const {
