@@ -8,6 +8,7 @@
 #include "CrossCorrelation/DerivativeReader.h"
 #include "FFTWrapper/RealToComplexPlan.h"
 #include "IO/cInfo.h"
+#include "Math/multiversion.h"
 #include "NMAEngine/NormalModeEngine.h"
 
 namespace {
@@ -15,6 +16,25 @@ namespace {
 /// Exponents below vanish: with weights that add up to 1, even 1e9 voxels of weight exp(-60) add less than
 /// 1e-16 of their derivatives.
 constexpr double negligibleExponent = -60.0;
+
+/// The largest of n > 0 values, in interleaved lanes.
+SELVANE_MULTIVERSION
+double largestOf(const double* values, std::size_t n) {
+    constexpr std::size_t lanes = 8;
+    double largest[lanes];
+    for (double& lane : largest) {
+        lane = values[0];
+    }
+    std::size_t begin = 0;
+    for (; begin + lanes <= n; begin += lanes) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            const double value = values[begin + lane];
+            largest[lane] = largest[lane] < value ? value : largest[lane];
+        }
+    }
+    return std::max(*std::max_element(largest, largest + lanes),
+                    *std::max_element(values + std::min(begin, n - 1), values + n));
+}
 
 bool haveSameCenter(const std::optional<cVector3>& a, const std::optional<cVector3>& b) {
     return a.has_value() == b.has_value() && (!a || (a->x == b->x && a->y == b->y && a->z == b->z));
@@ -197,16 +217,16 @@ void AnyOrderCrossCorrelation::executeWithOldPattern() {
 }
 
 double AnyOrderCrossCorrelation::getMaximum() const {
-    return *std::max_element(m_ccf.begin(), m_ccf.end());
+    return largestOf(m_ccf.data(), m_ccf.size());
 }
 
 double AnyOrderCrossCorrelation::getSoftMaximum(double beta) const {
     const double maximum = getMaximum();
+    const double floor = maximum + negligibleExponent / beta;
     double sum = 0.0;
     for (const double c : m_ccf) {
-        const double exponent = beta * (c - maximum);
-        if (!(exponent < negligibleExponent)) {
-            sum += std::exp(exponent);
+        if (!(c < floor)) {
+            sum += std::exp(beta * (c - maximum));
         }
     }
     return maximum + std::log(sum) / beta;
@@ -214,11 +234,11 @@ double AnyOrderCrossCorrelation::getSoftMaximum(double beta) const {
 
 std::vector<AnyOrderCrossCorrelation::WeightedVoxel>
 AnyOrderCrossCorrelation::weightedVoxels(double softMaximum, double beta) const {
+    const double floor = softMaximum + negligibleExponent / beta;
     std::vector<WeightedVoxel> voxels;
     for (std::size_t s = 0; s < m_ccf.size(); ++s) {
-        const double exponent = -beta * (softMaximum - m_ccf[s]);
-        if (!(exponent < negligibleExponent)) {
-            voxels.push_back({s, std::exp(exponent)});
+        if (!(m_ccf[s] < floor)) {
+            voxels.push_back({s, std::exp(-beta * (softMaximum - m_ccf[s]))});
         }
     }
     return voxels;
