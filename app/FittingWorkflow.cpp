@@ -114,11 +114,6 @@ void FittingWorkflow::addOptions() {
 }
 
 void FittingWorkflow::parse(int argc, const char* const* argv) {
-    parseOptions(argc, argv);
-    runCheck([this] { refuseUnavailableOptions(); });
-}
-
-void FittingWorkflow::parseOptions(int argc, const char* const* argv) {
     TCLAP::CmdLine::parse(argc, argv);
     runCheck([this] {
         checkCounts();
@@ -199,12 +194,6 @@ void FittingWorkflow::checkPaths() const {
                 reject(*input, "The run would overwrite its input '" + input->getValue() +
                                    "' with its output '" + output +
                                    "': move the input, or give another odir or working directory");
-}
-
-/// Options of work that this build doesn't do yet.
-void FittingWorkflow::refuseUnavailableOptions() const {
-    if (m_multistep.isSet())
-        reject(m_multistep, "This build doesn't offer this option yet: leave it out");
 }
 
 bool FittingWorkflow::useClustering() const {

@@ -26,9 +26,6 @@ public:
     /// instead.
     void parse(int argc, const char* const* argv) override;
 
-    /// As parse(), but lets options through that this build doesn't offer yet.
-    void parseOptions(int argc, const char* const* argv);
-
     /// The arguments that the usage lists, last added first; help, version, change log, "--" and the hidden
     /// options are parsed but not listed.
     std::list<TCLAP::Arg*>& getArgList() override { return m_usageArguments; }
@@ -90,7 +87,6 @@ private:
     void checkCounts() const;
     void checkScales() const;
     void checkPaths() const;
-    void refuseUnavailableOptions() const;
     [[noreturn]] void failParsing(TCLAP::ArgException& error);
 
     ChangelogVisitor m_changelogVisitor;

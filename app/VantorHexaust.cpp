@@ -30,7 +30,11 @@ void VantorHexaust::checkWorkerCount() const {
 void VantorHexaust::initThreaded() {
     checkWorkerCount();
     m_localEulerAngles.resize(m_nThread);
-    m_local_ccf.resize(m_nThread);
+    if (isMultistep()) {
+        m_localOracles.resize(m_nThread);
+    } else {
+        m_local_ccf.resize(m_nThread);
+    }
     m_localConformations.resize(m_nThread);
     m_localEdmValues.resize(m_nThread);
     const auto capacity = static_cast<std::size_t>(m_workflow.getCapacity());
@@ -60,46 +64,59 @@ void VantorHexaust::initCrossCorrelation(bool perThread) {
         if (m_localEdmValues[i].empty()) {
             threadedZeroPadd(i);
         }
-        m_local_ccf[i] = makeCorrelation(m_localEdmValues[i].data());
+        if (isMultistep()) {
+            m_localOracles[i] = makeOracle(m_localEdmValues[i].data());
+        } else {
+            m_local_ccf[i] = makeCorrelation(m_localEdmValues[i].data());
+        }
     }
 }
 
-/// The model stays where it is during the scan, so one pattern serves all workers: the first of them makes
-/// it.
+/// Without multistep the model stays where it is during the scan, so one pattern serves all workers: the
+/// first of them makes it.
 void VantorHexaust::threadedInitCrossCorrelation(unsigned long threadId) {
+    if (isMultistep()) {
+        initLocalOracle(threadId);
+        return;
+    }
     ThirdOrderCrossCorrelation& correlation = *m_local_ccf[threadId];
     std::call_once(m_patternMade, [&] { evaluatePattern(correlation); });
     correlation.adoptPattern(m_pattern);
 }
 
 void VantorHexaust::evaluatePattern(ThirdOrderCrossCorrelation& correlation) {
-    const cBBox& map = m_edm.m_grid.m_box;
-    correlation.setRotationCenter(0.5 * (map.m_min + map.m_max));
+    correlation.setRotationCenter(modelRotationCenter());
     correlation.initPatternEdm();
     m_pattern = correlation.getPattern();
-    dumpPattern();
+    dumpPattern(*m_pattern->density);
+}
+
+/// The centre that small rotations of the model turn about.
+cVector3 VantorHexaust::modelRotationCenter() const {
+    const cBBox& map = m_edm.m_grid.m_box;
+    return 0.5 * (map.m_min + map.m_max);
 }
 
 /// Writes the simulated density to the working directory, whatever the output directory: a diagnostic.
-void VantorHexaust::dumpPattern() const {
+void VantorHexaust::dumpPattern(const ElectronDensity& density) const {
     cDensityMapCCP4 dump(m_edm);
     std::vector<double> values(m_paddedStructureGrid->getTotalSize(), 0.0);
-    const DensityTable& table = m_pattern->table;
-    for (std::size_t n = 0; n < table.nodes.size(); ++n) {
-        values[table.nodes[n]] = table.row(n)[0];
-    }
+    density.eval(values);
     dump.loadFromValues(values, m_paddedGrid);
     dump.save("density.map");
 }
 
 void VantorHexaust::threadedComputeCrossCorrelation(unsigned long threadId) {
-    m_local_ccf[threadId]->execute();
+    if (isMultistep()) {
+        initTweenDof(threadId);
+    }
+    localCorrelation(threadId).execute();
 }
 
 void VantorHexaust::threadedGetTopConformationsOpt(unsigned long threadId) {
     const std::array<double, 3>& angles = m_localEulerAngles[threadId];
-    m_local_ccf[threadId]->addConformationsOfPresentTarget(m_localTopConformations[threadId], angles[0],
-                                                           angles[1], angles[2]);
+    localCorrelation(threadId).addConformationsOfPresentTarget(m_localTopConformations[threadId], angles[0],
+                                                               angles[1], angles[2]);
 }
 
 void VantorHexaust::computeCrossCorrelation() {
@@ -110,6 +127,7 @@ void VantorHexaust::mergeConformationOpt() {
     m_info.printInfo(" Releasing local ccf memory ");
     m_localEulerAngles.clear();
     m_ccf.reset();
+    releaseOracles();
     m_local_ccf.clear();
     m_pattern.reset();
     m_localEdmValues.clear();
@@ -160,7 +178,9 @@ double VantorHexaust::estimateScanBytes() const {
     const double nDof = static_cast<double>(m_nma->m_nModes) + 6.0;
     const double conformation = 600.0 + 8.0 * (nDof + nDof * nDof);
     const double workers = static_cast<double>(m_nThread);
-    const double arraysPerWorker = 4.0; // target, correlation, two spectra
+    // Target, correlation, two spectra. With multistep a copy of the target, and correlation, two spectra and
+    // two spectra of patterns for the first and for the third order.
+    const double arraysPerWorker = isMultistep() ? 12.0 : 4.0;
     // The pattern's spectrum, its field while it is transformed, and the diagnostic copy of that field.
     const double sharedArrays = 3.0;
     const double rotations = rotationCount() + 1.0;

@@ -10,6 +10,8 @@
 #include "CrossCorrelation/LimitedSizeSet.h"
 #include "app/Vantor.h"
 
+class CrossCorrelationOracle;
+class ElectronDensity;
 class ThirdOrderCrossCorrelation;
 
 /// The exhaustive search: every rotation of the sampling, every translation at once, with the third-order
@@ -17,6 +19,9 @@ class ThirdOrderCrossCorrelation;
 ///
 /// During the scan worker i writes only its own rotation, map buffer, correlation and bounded set; the
 /// pattern that all correlations share is immutable. The sets are merged once the workers have been joined.
+///
+/// With the option multistep each worker holds an oracle in place of the plain correlation, and moves its own
+/// model to the best nearby state at every rotation before the correlations are taken.
 class VantorHexaust : public Vantor {
 public:
     VantorHexaust(int argc, char** argv, int width);
@@ -33,6 +38,12 @@ public:
     void threadedComputeCrossCorrelation(unsigned long threadId) override;
     void threadedGetTopConformationsOpt(unsigned long threadId) override;
     void mergeConformationOpt() override;
+
+    /// Moves the worker's model to where the soft maximum of this rotation's correlation is best nearby: a
+    /// trust-region solve from x = 0 with the radius of initThreadedRefineTopConformations().
+    /// @throws std::domain_error if the worker has no oracle
+    void initTweenDof(unsigned long threadId);
+
     std::array<double, 3> getConformationTau(unsigned long solution) const override;
     std::array<double, 3> getConformationAngle(unsigned long solution) const override;
     std::array<double, 3> getConformationDTau(unsigned long solution) const override;
@@ -53,10 +64,18 @@ private:
     void checkWorkerCount() const;
     std::unique_ptr<ThirdOrderCrossCorrelation> makeCorrelation(double* target) const;
     void evaluatePattern(ThirdOrderCrossCorrelation& correlation);
-    void dumpPattern() const;
+    void dumpPattern(const ElectronDensity& density) const;
+    cVector3 modelRotationCenter() const;
+    bool isMultistep() const;
+    ThirdOrderCrossCorrelation& localCorrelation(unsigned long threadId);
+    std::shared_ptr<CrossCorrelationOracle> makeOracle(double* target) const;
+    void initLocalOracle(unsigned long threadId);
+    void releaseOracles();
     void tellNoPoses() const;
 
     std::vector<std::unique_ptr<ThirdOrderCrossCorrelation>> m_local_ccf;
+    std::vector<std::shared_ptr<CrossCorrelationOracle>>
+        m_localOracles; ///< with multistep, in place of those
     std::vector<std::vector<HexaustFlexibleFitConformation>>
         m_localConformations; ///< only its length is read
     std::vector<LimitedSizeSet<HexaustFlexibleFitConformation>> m_localTopConformations;

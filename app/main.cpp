@@ -75,6 +75,10 @@ int run(int argc, char** argv) {
     const auto angles = fit.getEulerAngles();
     save();
 
+    if (fit.workflow().m_multistep.getValue()) {
+        info.printInfo(" Optimizing the sof-max solution ");
+        fit.initThreadedRefineTopConformations(); // for the trust radius of the scan
+    }
     info.printInfo((" Scaning " + std::to_string(angles.size()) + " rotations ").c_str());
     StaticParallelForEach<VantorRotationThread> scan(workers, angles.size(), "rotations");
     for (auto& thread : scan.m_threads) {

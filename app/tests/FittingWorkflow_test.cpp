@@ -41,12 +41,12 @@ std::vector<const char*> pointers(const Arguments& arguments) {
     return result;
 }
 
-/// A command line that throws what the library would print, and knows the options of later builds.
+/// A command line that throws what the library would print.
 struct Workflow : FittingWorkflow {
     explicit Workflow(const Arguments& more) {
         const Arguments arguments = withInputs(more);
         setExceptionHandling(false);
-        parseOptions(static_cast<int>(arguments.size()), pointers(arguments).data());
+        parse(static_cast<int>(arguments.size()), pointers(arguments).data());
     }
 };
 
@@ -446,12 +446,8 @@ TEST(FittingWorkflowEnding, TheRestAfterTheDoubleDashIsIgnored) {
     EXPECT_EQ(runToTheEnd(withInputs({"--nosuch"})).status, 1);
 }
 
-TEST(FittingWorkflowEnding, OptionsOfLaterBuildsAreRefused) {
-    const Ending ending = runToTheEnd(withInputs({"--multistep"}));
-    EXPECT_EQ(ending.status, 1);
-    EXPECT_TRUE(contains(ending.err, "PARSE ERROR: Argument: (--multistep)"));
-    EXPECT_TRUE(contains(ending.err, "This build doesn't offer this option yet"));
-    EXPECT_EQ(runToTheEnd(withInputs({})).status, 99);
+TEST(FittingWorkflowEnding, MultistepIsTaken) {
+    EXPECT_EQ(runToTheEnd(withInputs({"--multistep"})).status, 99);
 }
 
 TEST(FittingWorkflowEnding, OptionsOfClusteringAreTaken) {

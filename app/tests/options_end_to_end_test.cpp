@@ -335,16 +335,6 @@ TEST_F(Options, ErrorsOfTheCommandLineEndBeforeTheRun) {
     }
 }
 
-TEST_F(Options, MultistepIsRefusedUntilItIsOffered) {
-    writeInputs();
-    const RunResult result = fit(quick({"--multistep", "--odir", "out"}));
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(contains(result.err, "PARSE ERROR: Argument: (--multistep)")) << result.err;
-    EXPECT_TRUE(contains(result.err, "This build doesn't offer this option yet: leave it out")) << result.err;
-    EXPECT_FALSE(exists("out"));
-}
-
 TEST_F(Options, InputThatIsAlsoAnOutputIsRefused) {
     writeInputs();
     const std::vector<std::pair<std::string, std::string>> maps = {
