@@ -144,6 +144,12 @@ BENCHMARK(derivativesFewVoxels)
     ->Args({128, 20})
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
+BENCHMARK(solverStep)
+    ->Args({64, 0})
+    ->Args({128, 0})
+    ->Args({128, 20})
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(derivativesManyVoxels)
     ->Args({64, 0})
     ->Args({128, 0})
