@@ -136,6 +136,22 @@ void derivativesManyVoxels(benchmark::State& state) {
     derivatives(state, 1e-4);
 }
 
+/// A value at a trial point and then the derivatives there, as a solver asks for them.
+void solverStep(benchmark::State& state) {
+    Scene scene(static_cast<unsigned int>(state.range(0)), static_cast<unsigned int>(state.range(1)), 1.0);
+    arma::Col<double> gradient;
+    arma::Mat<double> hessian;
+    double found = 0.0;
+    double derived = 0.0;
+    inPairs(state, scene, [&] {
+        found = scene.oracle.getFunctionValue(scene.x);
+        derived = scene.oracle.getFunctionGradiantAndHessian(scene.x, gradient, hessian);
+    });
+    if (found != derived) {
+        state.SkipWithError("the value is not that of the call with derivatives");
+    }
+}
+
 BENCHMARK(value)->Args({64, 0})->Args({128, 0})->Args({128, 20})->UseManualTime()->Unit(
     benchmark::kMillisecond);
 BENCHMARK(derivativesFewVoxels)
