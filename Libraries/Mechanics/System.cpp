@@ -5,6 +5,7 @@
 #include "PDB/NeighbourList.h"
 #include "PDB/cAtomGrid.h"
 #include "PDB/cPDBAtom.h"
+#include "PDB/cTrajectory.h"
 
 #include <algorithm>
 #include <cmath>
@@ -185,6 +186,15 @@ System::System(std::vector<cPDBAtom>& atoms, double cutoff, double k, cInfo* inf
     buildIsqrtMassMatrix(atoms);
     buildMassWeightedStiffnessMatrix(NeighbourList<std::array<double, 3>>(list),
                                      static_cast<unsigned int>(atoms.size()));
+}
+
+System::System(cTrajectory* trajectory, const std::vector<double>& masses, cInfo* info)
+    : m_info(info), m_nDof(static_cast<unsigned int>(3 * masses.size())), m_springConstant(0.0) {
+    if (!trajectory)
+        throw std::invalid_argument("System: there is no trajectory");
+    buildIsqrtMassMatrix(masses);
+    m_trajectoryCovariance = trajectory->getCovariance(masses);
+    m_covariance = m_trajectoryCovariance.get();
 }
 
 void System::buildIsqrtMassMatrix(const std::vector<double>& masses) {

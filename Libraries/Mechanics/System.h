@@ -9,6 +9,7 @@
 
 class cInfo;
 class cPDBAtom;
+class cTrajectory;
 template <typename T>
 class NeighbourList;
 
@@ -16,6 +17,8 @@ class NeighbourList;
 /// mass-weighted second derivatives of the network's energy
 ///   E = k/2 sum over pairs of (|x_i - x_j| - d_ij)^2
 /// at the structure itself (anisotropic network model: A. R. Atilgan et al., 2001).
+///
+/// In place of a network it can hold the covariance of a trajectory.
 ///
 /// Degrees of freedom are ordered atom by atom, x, y, z within an atom: index 3a + c. Read-only once made.
 class System {
@@ -31,6 +34,15 @@ public:
     /// Finds the pairs itself. The atoms' m_index are their places in atoms.
     /// @param cutoff  in angstrom; pairs strictly nearer get a spring
     System(std::vector<cPDBAtom>& atoms, double cutoff, double k, cInfo* info);
+
+    /// A system without springs, of which the frames of a trajectory are known instead: the mass vectors and
+    /// the mass-weighted covariance of cTrajectory::getCovariance. m_hessian is null, m_springConstant is 0.
+    /// The covariance is that of the frames there are now, and outlives the trajectory if need be.
+    /// @param masses  one per atom, in dalton
+    /// @throws std::invalid_argument  without a trajectory
+    /// @throws std::logic_error       a trajectory without frames
+    /// @throws std::length_error      another number of masses than of atoms in a frame
+    System(cTrajectory* trajectory, const std::vector<double>& masses, cInfo* info);
 
     /// Fills the three mass vectors. The inverse roots are taken in double precision of masses, but in single
     /// precision of the atoms' own single-precision masses.
@@ -57,9 +69,12 @@ public:
     arma::Col<double> m_sqrtMass;                    ///< 3N, sqrt(mass of atom a) at 3a + c
     arma::Col<double> m_mass;                        ///< 3N, mass of atom a at 3a + c
     std::unique_ptr<arma::SpMat<double>> m_hessian;  ///< 3N x 3N, mass-weighted, exactly symmetric
-    const arma::Mat<double>* m_covariance = nullptr; ///< 3N x 3N, not owned; null for a network
+    const arma::Mat<double>* m_covariance = nullptr; ///< 3N x 3N, mass-weighted; null for a network
     unsigned int m_nDof;                             ///< 3N
-    double m_springConstant;                         ///< k
+    double m_springConstant;                         ///< k; 0 without springs
+
+private:
+    std::shared_ptr<const arma::Mat<double>> m_trajectoryCovariance; ///< behind m_covariance
 };
 
 #endif

@@ -4,6 +4,7 @@
 #include "IO/cInfo.h"
 #include "PDB/NeighbourList.h"
 #include "PDB/cPDBAtom.h"
+#include "PDB/cTrajectory.h"
 
 #include <algorithm>
 #include <array>
@@ -12,6 +13,7 @@
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <initializer_list>
+#include <memory>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -61,6 +63,20 @@ Positions randomPositions(std::size_t n, double side, unsigned seed) {
             x.push_back(p);
     }
     return x;
+}
+
+cTrajectory randomTrajectory(std::size_t nAtoms, unsigned nFrames) {
+    cTrajectory trajectory;
+    for (unsigned f = 0; f < nFrames; ++f)
+        trajectory.appendFrame(randomPositions(nAtoms, 5.0, 40 + f));
+    return trajectory;
+}
+
+Vector flat(const Positions& x) {
+    Vector coordinates(3 * x.size());
+    for (std::size_t i = 0; i < coordinates.n_elem; ++i)
+        coordinates[i] = x[i / 3][i % 3];
+    return coordinates;
 }
 
 std::vector<double> randomMasses(std::size_t n, unsigned seed) {
@@ -298,6 +314,52 @@ TEST(System, MassesOfAnotherNumberOfAtomsAreAnError) {
     const auto list = bruteForceList({{0.0, 0.0, 0.0}, {1.0, 2.0, 3.0}}, 10.0);
     System system(list, {1.0, 1.0}, 1.0, nullptr);
     EXPECT_THROW(system.buildMassWeightedStiffnessMatrix(list, 3), std::length_error);
+}
+
+TEST(System, TrajectoryGivesMassesAndCovarianceAlone) {
+    cTrajectory trajectory = randomTrajectory(4, 7);
+    const std::vector<double> masses = randomMasses(4, 3);
+    const System system(&trajectory, masses, nullptr);
+    EXPECT_EQ(system.m_nDof, 12u);
+    EXPECT_EQ(system.m_hessian, nullptr);
+    EXPECT_EQ(system.m_springConstant, 0.0);
+    EXPECT_EQ(system.m_info, nullptr);
+    EXPECT_EQ(system.m_covariance, trajectory.getCovariance(masses).get());
+    ASSERT_EQ(system.m_mass.n_elem, 12u);
+    EXPECT_EQ(system.m_mass[7], masses[2]);
+    EXPECT_EQ(system.m_sqrtMass[7], std::sqrt(masses[2]));
+    EXPECT_EQ(system.m_isqrtMass[7], 1.0 / std::sqrt(masses[2]));
+}
+
+// P^T C P and the sum of p p^T over the projected frames are one matrix, so their modes are the same.
+TEST(System, CovarianceOfATrajectoryIsThatOfItsFramesWithTheMassesOfTheSystem) {
+    cTrajectory trajectory = randomTrajectory(4, 7);
+    const System system(&trajectory, randomMasses(4, 3), nullptr);
+    const Vector average = flat(trajectory.getAverageFrame());
+    Matrix sum(12, 12, arma::fill::zeros);
+    for (std::size_t f = 0; f < 7; ++f) {
+        const Vector p = (flat(trajectory.getFrame(f)) - average) / (std::sqrt(7.0) * system.m_isqrtMass);
+        sum += p * p.t();
+    }
+    EXPECT_LT(arma::abs(sum - *system.m_covariance).max(), 1e-13 * arma::abs(sum).max());
+}
+
+TEST(System, CovarianceOutlivesTheTrajectory) {
+    auto trajectory = std::make_unique<cTrajectory>(randomTrajectory(4, 7));
+    const System system(trajectory.get(), randomMasses(4, 3), nullptr);
+    const Matrix before = *system.m_covariance;
+    trajectory->appendFrame(Positions(4));
+    EXPECT_NE(trajectory->getCovariance(randomMasses(4, 3)).get(), system.m_covariance);
+    trajectory.reset();
+    EXPECT_EQ(arma::abs(*system.m_covariance - before).max(), 0.0);
+}
+
+TEST(System, UnfitTrajectoriesAreErrors) {
+    cTrajectory trajectory = randomTrajectory(4, 7);
+    cTrajectory empty;
+    EXPECT_THROW(System(&trajectory, randomMasses(5, 3), nullptr), std::length_error);
+    EXPECT_THROW(System(&empty, {}, nullptr), std::logic_error);
+    EXPECT_THROW(System(nullptr, randomMasses(4, 3), nullptr), std::invalid_argument);
 }
 
 // Atom 2 of 4 is out of reach; the first two and the last have 3 records x 2 sides + 3 diagonal blocks.
