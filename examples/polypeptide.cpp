@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -340,6 +341,24 @@ Model joined(const Model& a, const Model& b) {
     return both;
 }
 
+using NamedBonds = std::vector<std::pair<std::string, std::string>>;
+
+/// The bonds inside a residue; of a chain's last one, whose second oxygen the others don't have, too.
+NamedBonds bondsOf(const ResidueType& type) {
+    NamedBonds bonds = type.ringBonds;
+    bonds.insert(bonds.end(), {{"N", "CA"}, {"CA", "C"}, {"C", "O"}, {"C", "OXT"}});
+    for (const SideAtom& atom : type.sideChain) {
+        bonds.emplace_back(atom.c, atom.name);
+    }
+    return bonds;
+}
+
+using AtomIndices = std::map<std::string, std::size_t>;
+
+bool areOfOneResidue(const Atom& a, const Atom& b) {
+    return a.chain == b.chain && a.residueNumber == b.residueNumber;
+}
+
 } // namespace
 
 Model buildChain(const std::vector<Unit>& units, char chain, Random& random) {
@@ -379,6 +398,34 @@ Model buildProtein(Random& random) {
     const Model a = buildChain(unitsA, 'A', random);
     const Model b = buildChain(unitsB, 'B', random);
     return docked(a, b, random);
+}
+
+std::vector<std::pair<std::size_t, std::size_t>> covalentBonds(const Model& model) {
+    std::vector<std::pair<std::size_t, std::size_t>> bonds;
+    const auto add = [&](const AtomIndices& p, const std::string& a, const AtomIndices& q,
+                         const std::string& b) {
+        const auto first = p.find(a);
+        const auto second = q.find(b);
+        if (first != p.end() && second != q.end()) {
+            bonds.push_back(std::minmax({first->second, second->second}));
+        }
+    };
+    AtomIndices previous;
+    for (std::size_t begin = 0, end = 0; begin < model.size(); begin = end) {
+        AtomIndices residue;
+        for (; end < model.size() && areOfOneResidue(model[begin], model[end]); ++end) {
+            residue[model[end].name] = end;
+        }
+        for (const auto& [a, b] : bondsOf(residueType(model[begin].residue))) {
+            add(residue, a, residue, b);
+        }
+        if (begin > 0 && model[begin - 1].chain == model[begin].chain) {
+            add(previous, "C", residue, "N");
+        }
+        previous = std::move(residue);
+    }
+    std::sort(bonds.begin(), bonds.end());
+    return bonds;
 }
 
 } // namespace example

@@ -5,6 +5,8 @@
 #include "examples/Model.h"
 #include "examples/Random.h"
 
+#include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace example {
@@ -42,6 +44,10 @@ Model docked(const Model& fixed, const Model& moving, Random& random);
 /// The example's protein: chain A of 107 residues and chain B of 56, helices joined by loops, without
 /// symmetry.
 Model buildProtein(Random& random);
+
+/// The covalent bonds of chains built here, by the names of the atoms and not by their distances. Pairs of
+/// indices into the model, each pair once and ascending, the lower index first.
+std::vector<std::pair<std::size_t, std::size_t>> covalentBonds(const Model& model);
 
 } // namespace example
 

@@ -3,6 +3,7 @@
 #define SELVANE_EXAMPLES_RESIDUES_H
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace example {
@@ -38,12 +39,13 @@ struct SideAtom {
     int chi;
 };
 
-/// A kind of residue: its side-chain atoms, each after the atoms it refers to, and the side-chain torsions
-/// that it is usually found with, in degrees.
+/// A kind of residue: its side-chain atoms, each after the atoms it refers to, the side-chain torsions that
+/// it is usually found with, in degrees, and the bonds that close a ring.
 struct ResidueType {
     std::string name;
     std::vector<SideAtom> sideChain;
     std::vector<std::vector<double>> rotamers;
+    std::vector<std::pair<std::string, std::string>> ringBonds = {};
 };
 
 /// The type of a three-letter name: GLY, ALA, SER, THR, VAL, LEU, ASP, GLU, LYS or PHE.

@@ -205,5 +205,17 @@ TEST(BuildChain, HelicesHaveTheirHydrogenBonds) {
     }
 }
 
+TEST(CovalentBonds, AreThePairsWithinReachOfABond) {
+    std::vector<std::pair<std::size_t, std::size_t>> near;
+    for (std::size_t i = 0; i < protein().size(); ++i) {
+        for (std::size_t j = i + 1; j < protein().size(); ++j) {
+            if (norm(protein()[i].position - protein()[j].position) < LONGEST_BOND) {
+                near.emplace_back(i, j);
+            }
+        }
+    }
+    EXPECT_EQ(covalentBonds(protein()), near);
+}
+
 } // namespace
 } // namespace example
