@@ -2,28 +2,37 @@
 #include "CrossCorrelation/fccf.h"
 
 #include <cmath>
+#include <numeric>
 #include <stdexcept>
 #include <string>
+
+#include "Math/multiversion.h"
 
 namespace fccf {
 
 namespace {
 
-struct Moments {
-    double mean;
-    double variance; ///< may come out slightly negative by rounding
-};
-
-Moments computeMoments(const std::vector<double>& values) {
-    double sum = 0.0;
-    double sumOfSquares = 0.0;
-    for (const double v : values) {
-        sum += v;
-        sumOfSquares += v * v;
+/// Adds n values to the lanes, in order and starting with the first lane; n is a multiple of the lanes.
+template <std::size_t lanes>
+inline void addBlocks(const double* values, std::size_t n, std::array<double, lanes>& sums,
+                      std::array<double, lanes>& squares) {
+    std::array<double, lanes> s = sums;
+    std::array<double, lanes> q = squares;
+    for (std::size_t block = 0; block < n; block += lanes) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            const double v = values[block + lane];
+            s[lane] += v;
+            q[lane] += v * v;
+        }
     }
-    const auto length = static_cast<double>(values.size());
-    const double mean = sum / length;
-    return {mean, sumOfSquares / length - mean * mean};
+    sums = s;
+    squares = q;
+}
+
+MomentSums momentsOf(const std::vector<double>& values) {
+    MomentSums moments;
+    moments.add(values.data(), values.size());
+    return moments;
 }
 
 void requireEqualLengths(const std::vector<double>& f, const std::vector<double>& g) {
@@ -60,18 +69,45 @@ double getIntegral(const std::vector<double>& f, const std::vector<double>& g, s
     return normalize ? sum / static_cast<double>(f.size()) : sum;
 }
 
-void filterValues(std::vector<double>& values, double sigmas) {
-    const auto [mean, variance] = computeMoments(values);
-    if (mean < 0.0) {
-        // Deliberate: a negative mean is added, not removed, and the threshold below still refers to it.
-        for (double& v : values) {
-            v += mean;
-        }
+SELVANE_MULTIVERSION void MomentSums::add(const double* values, std::size_t n) {
+    const auto addOne = [this](double v) {
+        m_sums[m_count % lanes] += v;
+        m_squares[m_count % lanes] += v * v;
+        ++m_count;
+    };
+    std::size_t p = 0;
+    for (; p < n && m_count % lanes != 0; ++p) {
+        addOne(values[p]);
     }
-    // The root of a variance that rounding made negative is not a number, and then no value is below it.
-    const double threshold = std::sqrt(variance) * sigmas;
+    const std::size_t blocks = (n - p) / lanes * lanes;
+    addBlocks(values + p, blocks, m_sums, m_squares);
+    m_count += blocks;
+    for (p += blocks; p < n; ++p) {
+        addOne(values[p]);
+    }
+}
+
+double MomentSums::mean() const {
+    return std::accumulate(m_sums.begin(), m_sums.end(), 0.0) / static_cast<double>(m_count);
+}
+
+double MomentSums::variance() const {
+    const double mu = mean();
+    return std::accumulate(m_squares.begin(), m_squares.end(), 0.0) / static_cast<double>(m_count) - mu * mu;
+}
+
+// Deliberate: a negative mean is added, not removed, and the threshold still refers to it. Adding -0.0 leaves
+// every value as it is. The root of a variance that rounding made negative is not a number, and then no value
+// is below it.
+SigmaFilter::SigmaFilter(const MomentSums& moments, double sigmas)
+    : m_mean(moments.mean())
+    , m_shift(m_mean < 0.0 ? m_mean : -0.0)
+    , m_threshold(std::sqrt(moments.variance()) * sigmas) {}
+
+void filterValues(std::vector<double>& values, double sigmas) {
+    const SigmaFilter filter(momentsOf(values), sigmas);
     for (double& v : values) {
-        v = threshold > v - mean ? 0.0 : v;
+        v = filter(v);
     }
 }
 
@@ -81,11 +117,12 @@ double bound(double value, double low, double high) {
 }
 
 std::vector<std::size_t> getRelevantPositions(const std::vector<double>& values, double sigmas) {
-    const Moments moments = computeMoments(values);
-    const double threshold = moments.variance * (sigmas * sigmas);
+    const MomentSums moments = momentsOf(values);
+    const double mean = moments.mean();
+    const double threshold = moments.variance() * (sigmas * sigmas);
     std::vector<std::size_t> positions;
     for (std::size_t p = 0; p < values.size(); ++p) {
-        const double deviation = values[p] - moments.mean;
+        const double deviation = values[p] - mean;
         if (deviation * deviation > threshold) {
             positions.push_back(p);
         }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CrossCorrelation/fccf.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <numeric>
@@ -59,6 +61,56 @@ TEST(FccfIntegral, NormalizingAnEmptyFieldGivesNotANumber) {
     EXPECT_TRUE(std::isnan(fccf::getIntegral(Field{}, true)));
     EXPECT_TRUE(std::isnan(fccf::getIntegral(Field{}, Field{}, true)));
     EXPECT_EQ(fccf::getIntegral(Field{}, false), 0.0);
+}
+
+TEST(FccfMomentSums, EqualMeanAndVarianceOfTheWholeField) {
+    fccf::MomentSums moments;
+    const Field field = counting(21); // (n + 1) / 2 and (n^2 - 1) / 12
+    moments.add(field.data(), field.size());
+    EXPECT_EQ(moments.mean(), 11.0);
+    EXPECT_NEAR(moments.variance(), 440.0 / 12.0, 1e-13);
+}
+
+TEST(FccfMomentSums, DoNotDependOnWhereTheFieldIsCut) {
+    Field field(103);
+    for (std::size_t p = 0; p < field.size(); ++p) {
+        field[p] = std::sin(static_cast<double>(p * p));
+    }
+    fccf::MomentSums whole;
+    whole.add(field.data(), field.size());
+    for (std::size_t length = 1; length < 40; ++length) {
+        fccf::MomentSums pieces;
+        for (std::size_t p = 0; p < field.size(); p += length) {
+            pieces.add(field.data() + p, std::min(length, field.size() - p));
+        }
+        EXPECT_EQ(pieces.mean(), whole.mean()) << length;
+        EXPECT_EQ(pieces.variance(), whole.variance()) << length;
+    }
+}
+
+TEST(FccfMomentSums, AreNotANumberBeforeTheFirstValue) {
+    EXPECT_TRUE(std::isnan(fccf::MomentSums().mean()));
+    EXPECT_TRUE(std::isnan(fccf::MomentSums().variance()));
+}
+
+TEST(FccfSigmaFilter, LeavesTheSignOfZeroWhenTheMeanIsNotNegative) {
+    const Field field(4, 0.0);
+    fccf::MomentSums moments;
+    moments.add(field.data(), field.size());
+    const fccf::SigmaFilter filter(moments, 1.0);
+    EXPECT_TRUE(std::signbit(filter(-0.0)));
+    EXPECT_FALSE(std::signbit(filter(0.0)));
+}
+
+TEST(FccfSigmaFilter, AddsANegativeMeanBeforeZeroing) {
+    const Field field{-8, -4, 0, 8}; // mean -1, variance 35
+    fccf::MomentSums moments;
+    moments.add(field.data(), field.size());
+    const fccf::SigmaFilter filter(moments, 1.0);
+    EXPECT_EQ(filter(8.0), 7.0);
+    EXPECT_EQ(filter(0.0), 0.0);
+    EXPECT_EQ(filter(6.0), 5.0); // 5 + 1 lies above sqrt(35)
+    EXPECT_EQ(filter(5.0), 0.0); // 4 + 1 does not
 }
 
 TEST(FccfFilterValues, ConstantPositiveFieldStays) {
