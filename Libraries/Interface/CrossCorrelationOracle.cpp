@@ -34,13 +34,14 @@ bool isSame(const arma::Col<double>& a, const arma::Col<double>& b) {
     return a.n_elem == b.n_elem && std::equal(a.begin(), a.end(), b.begin());
 }
 
-/// Applies an operation to a correlation that exists and tells so.
+/// Applies an operation to a correlation that exists and tells so, in one piece: the oracles of all workers
+/// write at the same time.
 template <class Correlation, class Operation>
 void applyTo(const std::unique_ptr<Correlation>& correlation, const char* operation, const char* name,
              Operation&& apply) {
     if (correlation) {
         apply(*correlation);
-        std::cout << "CrossCorrelationOracle::" << operation << " : " << name << " " << std::endl;
+        std::cout << std::string("CrossCorrelationOracle::") + operation + " : " + name + " \n" << std::flush;
     }
 }
 

@@ -5,8 +5,12 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <iostream>
 #include <limits>
 #include <stdexcept>
+#include <streambuf>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -155,8 +159,20 @@ TEST(CrossCorrelationOracle, FollowsATargetRewrittenBetweenCalls) {
     std::copy(rewritten.begin(), rewritten.end(), scene.target.begin());
     const double value = scene.oracle.getFunctionGradiantAndHessian(x, gradient, hessian);
     EXPECT_NEAR(value, FrozenObjective(scene, x)(x), 1e-14);
-    scene.target[5] += 1000.0;
-    EXPECT_NEAR(scene.oracle.getFunctionValue(x), FrozenObjective(scene, x)(x), 1e-11);
+    for (double* changed : {&scene.target.front(), &scene.target.back()}) {
+        *changed += 1000.0;
+        EXPECT_NEAR(scene.oracle.getFunctionValue(x), FrozenObjective(scene, x)(x), 1e-11);
+    }
+}
+
+TEST(CrossCorrelationOracle, TheSecondOrderPathFollowsARewrittenTarget) {
+    Scene scene;
+    scene.oracle.initAsSecondOrder();
+    const Vector x{0.1, -0.2, 0.3, 0.0, 0.0, 0.0}; // no rotation, so that its centre doesn't matter
+    Vector gradient(6);
+    scene.oracle.getFunctionGradient(x, gradient);
+    scene.target.back() += 1000.0;
+    EXPECT_NEAR(scene.oracle.getFunctionGradient(x, gradient), FrozenObjective(scene, x)(x), 1e-11);
 }
 
 /// What an oracle without a past gives.
@@ -221,6 +237,22 @@ TEST(CrossCorrelationOracle, NoticesWhatIsDoneToItsObjects) {
     EXPECT_EQ(scene.oracle.getFunctionValue(x), fresh.value);
 }
 
+// With weight on all voxels the derivatives come from the spectrum of the target.
+TEST(CrossCorrelationOracle, AThirdOrderThatSawAnotherTargetTakesNothingOver) {
+    Scene scene(1, 3.0);
+    const Vector x = smallMove(7);
+    const FreshCall fresh(scene, x, &scene.center);
+    Vector gradient;
+    Matrix hessian;
+    scene.oracle.getFunctionGradiantAndHessian(x, gradient, hessian);
+    const std::vector<double> kept = scene.target;
+    std::fill(scene.target.begin(), scene.target.end(), 1.0);
+    scene.oracle.getThirdOrder()->execute();
+    std::copy(kept.begin(), kept.end(), scene.target.begin());
+    scene.oracle.getFunctionValue(x);
+    fresh.expectEqual(scene.oracle.getFunctionGradiantAndHessian(x, gradient, hessian), gradient, hessian);
+}
+
 TEST(CrossCorrelationOracle, ObjectsWithDifferentCentresDoNotShareACorrelation) {
     Scene scene(1);
     const Vector x = smallMove(7);
@@ -239,9 +271,10 @@ TEST(CrossCorrelationOracle, TheThirdOrderGoesOnFromWhatItTookOver) {
     Vector gradient;
     Matrix hessian;
     scene.oracle.getFunctionGradiantAndHessian(x - 0.1, gradient, hessian);
+    ThirdOrderCrossCorrelation& third = *scene.oracle.getThirdOrder();
+    third.getGradAndHessian(33); // what it has read from must not stay
     scene.oracle.getFunctionValue(x);
     scene.oracle.getFunctionGradiantAndHessian(x, gradient, hessian);
-    ThirdOrderCrossCorrelation& third = *scene.oracle.getThirdOrder();
     const std::vector<double> taken = third.getCorrelation();
     const auto [takenGradient, takenHessian] = third.getGradAndHessian(33);
     third.execute();
@@ -249,7 +282,10 @@ TEST(CrossCorrelationOracle, TheThirdOrderGoesOnFromWhatItTookOver) {
     const auto [ownGradient, ownHessian] = third.getGradAndHessian(33);
     EXPECT_TRUE(arma::approx_equal(takenGradient, ownGradient, "absdiff", 0.0));
     EXPECT_TRUE(arma::approx_equal(takenHessian, ownHessian, "absdiff", 0.0));
-    EXPECT_EQ(third.getAllConformations(std::size_t{1}).front().m_eta(0), x(6));
+    const auto best = third.getAllConformations(std::size_t{1}).front();
+    EXPECT_EQ(best.m_ddy, x(1));
+    EXPECT_EQ(best.m_dgamma, x(5));
+    EXPECT_EQ(best.m_eta(0), x(6));
 }
 
 class OracleDerivatives : public testing::TestWithParam<unsigned int> {};
@@ -489,6 +525,33 @@ TEST(CrossCorrelationOracle, TellsWhichObjectsItPrepares) {
               "CrossCorrelationOracle::initPatternEdm : m_pThirdOrderCCF \n");
     scene.oracle.clearMemory();
     EXPECT_EQ(say([&] { scene.oracle.initPatternEdm(); }), "");
+}
+
+/// Keeps apart what is written by separate calls.
+class Pieces : public std::streambuf {
+public:
+    std::vector<std::string> m_pieces;
+
+private:
+    std::streamsize xsputn(const char* text, std::streamsize length) override {
+        m_pieces.emplace_back(text, static_cast<std::size_t>(length));
+        return length;
+    }
+    int overflow(int character) override {
+        m_pieces.emplace_back(1, static_cast<char>(character));
+        return character;
+    }
+};
+
+TEST(CrossCorrelationOracle, WritesALineInOnePieceSoThatLinesOfSeveralWorkersDoNotMix) {
+    Scene scene;
+    Pieces output;
+    std::streambuf* before = std::cout.rdbuf(&output);
+    scene.oracle.setRotationCenter(scene.center);
+    std::cout.rdbuf(before);
+    EXPECT_EQ(output.m_pieces,
+              (std::vector<std::string>{"CrossCorrelationOracle::setRotationCenter : m_pFirstOrderCCF \n",
+                                        "CrossCorrelationOracle::setRotationCenter : m_pThirdOrderCCF \n"}));
 }
 
 TEST(CrossCorrelationOracle, MakesEachObjectOnlyIfMissing) {
