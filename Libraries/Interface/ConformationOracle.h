@@ -35,9 +35,8 @@ public:
 
     /// f(x). It computes first derivatives, too, in maps that it doesn't size: ask for derivatives once
     /// before.
-    /// @throws std::length_error  of ElectronDensity::evalRigidFlex when it is the first call; "f and g must
-    ///                            have the same size" if T has another length than the grid. The others throw
-    ///                            the latter alike
+    /// @throws std::length_error  of ElectronDensity::evalRigidFlex when it is the first call, and, as the
+    ///                            others, if T has another length than the grid
     double getFunctionValue(const arma::Col<double>& x) override;
 
     /// @param gradient  n elements or more, of which n are written
