@@ -106,7 +106,13 @@ TEST(ElectronDensity, CutsWhereTheGaussianFallsToEpsilon) {
 }
 
 TEST(ElectronDensity, EqualsALiteralLoopOverAtomsAndTheirBoxesOfNodes) {
-    const TestModel model;
+    TestModel model;
+    // In cells from the low corner: beside and on the faces, halfway between nodes, on a node.
+    for (const double cells : {-2.4, -1.2, -0.5, 0.0, 3.0, 4.5, 8.5, 10.7}) {
+        const cVector3 p = model.node(0) + cells * model.grid->m_cellDim;
+        model.positions.push_back({p.x, 10.0, 6.0});
+        model.positions.push_back({p.x, p.y, p.z});
+    }
     const ElectronDensity density = model.density();
     const double cell[3] = {model.grid->m_cellDim.x, model.grid->m_cellDim.y, model.grid->m_cellDim.z};
     const double low[3] = {model.grid->m_box.m_min.x, model.grid->m_box.m_min.y, model.grid->m_box.m_min.z};
@@ -162,6 +168,16 @@ TEST(ElectronDensity, AnAtomWhoseNearestNodeIsOffTheGridStillAddsUpToOne) {
     const ElectronDensity density = model.density();
     EXPECT_FALSE(reachedNodes(model, density).empty());
     EXPECT_NEAR(total(evaluate(density, model.grid->getTotalSize())), 1.0, rounding);
+}
+
+// Truncation is toward zero, so the first node counts as the nearest from 1.5 cells before it.
+TEST(ElectronDensity, AnAtomBeforeTheLowCornerReachesFromTheFirstNodeOn) {
+    TestModel model;
+    const cVector3 p = model.node(0) - 1.2 * model.grid->m_cellDim;
+    const cVector3 first = model.node(0);
+    model.positions = {{p.x, p.y, p.z}, {first.x, first.y, first.z}};
+    const ElectronDensity density = model.density();
+    EXPECT_EQ(density.reachOf(0).high, density.reachOf(1).high);
 }
 
 TEST(ElectronDensity, AnAtomFarFromTheGridIsHarmless) {
@@ -495,6 +511,10 @@ TEST(ElectronDensity, NamesTheExpectedSizeOfEveryArray) {
     gradient[2] = shorter;
     EXPECT_EQ(messageOf([&] { density.evalRigidFlex(values, gradient, hessian); }),
               "gradient[2] size must be 1188.");
+    // But those of lower first indices come before it.
+    hessian[1 * 6 + 5] = shorter;
+    EXPECT_EQ(messageOf([&] { density.evalRigidFlex(values, gradient, hessian); }),
+              "hessian[1, 5] size must be 1188.");
     EXPECT_EQ(messageOf([&] { density.evalRigidFlex(values, gradient); }), "gradient[2] size must be 1188.");
 }
 

@@ -25,6 +25,18 @@ TEST(FirstOrderCrossCorrelation, EqualsTheThirdOrderInTheSameState) {
     }
 }
 
+TEST(FirstOrderCrossCorrelation, TheMaximumIsFoundWhereverItStands) {
+    Scene scene;
+    const auto& ccf = scene.correlation.getCorrelation();
+    const std::size_t size = scene.target.size();
+    for (std::size_t back = 0; back < 20; ++back) {
+        std::fill(scene.target.begin(), scene.target.end(), 0.0);
+        scene.target[back * size / 20] = 1.0;
+        scene.correlation.execute();
+        EXPECT_EQ(scene.correlation.getMaximum(), *std::max_element(ccf.begin(), ccf.end()));
+    }
+}
+
 TEST(FirstOrderCrossCorrelation, ExecutionNeedsAPattern) {
     const TestModel model;
     std::vector<double> target = noise(model.grid->getTotalSize(), 1);

@@ -204,7 +204,31 @@ TEST_P(SoftMaximumGradient, EqualsTheLoopOverAllVoxels) {
     EXPECT_TRUE(arma::approx_equal(gradient, expected, "absdiff", tolerance * arma::abs(expected).max()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Beta, SoftMaximumGradient, testing::Values(0.5, 20.0, 10000.0));
+TEST_P(SoftMaximumGradient, IsTheSameBeforeAndAfterOtherReadings) {
+    Scene scene(1);
+    for (double& value : scene.target) {
+        value *= 100.0;
+    }
+    scene.executeBoth();
+    const auto before = scene.correlation.getAllConformations();
+    arma::Col<double> first, again;
+    scene.correlation.getSoftMaximumGradient(first, GetParam());
+    const auto after = scene.correlation.getAllConformations();
+    scene.correlation.getSoftMaximumGradient(again, GetParam());
+    EXPECT_TRUE(arma::approx_equal(again, first, "absdiff", 0.0));
+    for (std::size_t s = 0; s < before.size(); ++s) {
+        ASSERT_TRUE(arma::approx_equal(after[s].m_gradient, before[s].m_gradient, "absdiff", 0.0)) << s;
+    }
+    Scene fresh(1);
+    for (double& value : fresh.target) {
+        value *= 100.0;
+    }
+    fresh.executeBoth();
+    fresh.correlation.getSoftMaximumGradient(again, GetParam());
+    EXPECT_TRUE(arma::approx_equal(again, first, "absdiff", 0.0));
+}
+
+INSTANTIATE_TEST_SUITE_P(Beta, SoftMaximumGradient, testing::Values(0.5, 3.0, 20.0, 10000.0));
 
 TEST(SecondOrderCrossCorrelation, ItsPatternIsNoneForTheThirdOrder) {
     Scene scene;
