@@ -185,6 +185,21 @@ TEST(BfgsTrustRegionSolver, ValueThatIsNotANumberAcceptsWithoutGrowth) {
     EXPECT_TRUE(solver.m_needGradient);
 }
 
+TEST(BfgsTrustRegionSolver, RatiosAtTheBoundsAcceptWithoutGrowth) {
+    struct Promised : Quadratic {
+        Promised(double trialValue) : Quadratic(arma::eye(1, 1), Vector{1.0}), m_trialValue(trialValue) {}
+        double getFunctionValue(const Vector&) override { return m_trialValue; }
+        double m_trialValue;
+    };
+    // The model promises -1/2.
+    for (const double ratio : {0.25, 0.75}) {
+        BfgsTrustRegionSolver solver(std::make_shared<Promised>(-0.5 * ratio), 1, 8.0);
+        solver.doStep();
+        EXPECT_NEAR(solver.m_x[0], 1.0, 1e-14);
+        EXPECT_EQ(solver.m_radius, 8.0);
+    }
+}
+
 TEST(BfgsTrustRegionSolver, ResidualIsTheSquaredGradientOfTheTrialsStart) {
     BfgsTrustRegionSolver solver(std::make_shared<Quadratic>(arma::eye(2, 2), Vector{3.0, 4.0}), 2, 1e-3);
     solver.doStep();

@@ -350,6 +350,20 @@ TEST(FastCalcRMSDAndRotation, BelowTheLeastScoreRotationAndQuaternionStay) {
     EXPECT_TRUE(std::all_of(rot, rot + 9, [](double r) { return r == 7.0; }));
     EXPECT_TRUE(std::all_of(q, q + 4, [](double r) { return r == 5.0; }));
     EXPECT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, E0, 0.0), 1) << "0 sets no least score";
+    FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, E0 + 1.0, 0.0);
+    const double leastScore = rmsd;
+    ASSERT_GT(leastScore, 0.0);
+    EXPECT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, E0 + 1.0, leastScore), 1) << "at it, not below";
+}
+
+TEST(FastCalcRMSDAndRotation, ColumnsBelowOneThousandthCountAsNull) {
+    // The one column of the adjugate that isn't zero is (-64 a^3, 0, 0, 0).
+    for (const double length : {0.99e-3, 1.01e-3}) {
+        const double a = std::cbrt(length / 64.0);
+        const double A[9] = {a, 0.0, 0.0, 0.0, a, 0.0, 0.0, 0.0, a};
+        double rot[9], q[4], rmsd;
+        EXPECT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, 3.0 * a, -1.0), length < 1e-3 ? 0 : 1);
+    }
 }
 
 TEST(FastCalcRMSDAndRotation, SaysThatItDoesNotConvergeAndGoesOn) {
