@@ -105,6 +105,7 @@ protected:
             poses.push_back(makePose(score, 2 * node(random), node(random), node(random), angle(random),
                                      angle(random), angle(random)));
             poses.back().m_ddx = 0.1 * angle(random);
+            poses.back().m_ddy = 0.1 * angle(random);
             poses.back().m_ddz = 0.1 * angle(random);
         }
         return poses;

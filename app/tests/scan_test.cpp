@@ -15,6 +15,9 @@
 #include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
 #include "IO/cSequentialTimer.h"
+#include "Interface/CrossCorrelationOracle.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "Optimization/TrustRegionSolver.h"
 #include "app/VantorHexaust.h"
 #include "app/tests/testInputs.h"
 
@@ -27,7 +30,14 @@ public:
     using VantorHexaust::VantorHexaust;
 
     using Vantor::m_edm;
+    using Vantor::m_edmValues;
     using Vantor::m_eulerAngles;
+    using Vantor::m_localEdmValues;
+    using Vantor::m_nma;
+    using Vantor::m_paddedStructureGrid;
+    using Vantor::m_positions;
+    using Vantor::m_sigma;
+    using Vantor::m_trustNorm;
     using VantorHexaust::m_ccf;
     using VantorHexaust::m_topConformations;
 };
@@ -57,10 +67,12 @@ protected:
     }
 
     /// A fit with its grids laid.
-    std::unique_ptr<OpenFit> prepared(const std::string& odir) const {
+    std::unique_ptr<OpenFit> prepared(const std::string& odir,
+                                      const std::vector<std::string>& options = {}) const {
         std::vector<std::string> words = {"selvane", "--ipdb",    "model.pdb", "--iedm", "map.ccp4",
                                           "--odir",  odir,        "--dangle",  "72",     "--nsolutions",
                                           "40",      "--nthread", "2"};
+        words.insert(words.end(), options.begin(), options.end());
         std::vector<char*> pointers;
         for (std::string& word : words) {
             pointers.push_back(word.data());
@@ -198,6 +210,46 @@ TEST_F(Scan, PosesAreReadInTheOrderThatTheOutputExpects) {
         EXPECT_EQ(fit->getNClusteres(), 10U);
     }
     testing::internal::GetCapturedStdout();
+}
+
+TEST_F(Scan, MultistepMovesTheModelToWhereASolverOnTheSameMapEnds) {
+    const auto fit = prepared("moved", {"--multistep", "--nmodes", "2", "--maxrmsd", "0.5"});
+    // A scale at which more than one voxel carries weight.
+    for (double& value : fit->m_edmValues) {
+        value *= 1e-3;
+    }
+    fit->initThreadedRefineTopConformations();
+    fit->threadedZeroPadd(0);
+    fit->initCrossCorrelation(true);
+    fit->threadedInitCrossCorrelation(0);
+    for (const std::array<double, 3>& angles : {std::array<double, 3>{1.0, 0.5, 0.0}, {0.2, -0.1, 0.3}}) {
+        fit->threadedSetEulerAngles(angles, 0);
+        fit->threadedComputeCrossCorrelation(0);
+    }
+    fit->threadedGetTopConformationsOpt(0);
+
+    std::vector<double> target = fit->m_localEdmValues[0];
+    const auto oracle =
+        std::make_shared<CrossCorrelationOracle>(target.data(), fit->m_paddedStructureGrid, fit->m_positions,
+                                                 fit->m_sigma, fit->m_nma, 10000.0, false);
+    oracle->initAsThirdOrder();
+    const cBBox& box = fit->m_edm.m_grid.m_box;
+    oracle->setRotationCenter(0.5 * (box.m_min + box.m_max));
+    TrustRegionSolver solver(oracle, 8UL, fit->m_trustNorm[0]);
+    const arma::Col<double> x = solver.solve(1e-11, 20000);
+    ASSERT_TRUE(solver.m_converged);
+
+    fit->mergeConformationOpt();
+    const arma::Col<double> rotation = fit->getConformationIRotation(0);
+    const arma::Col<double> eta = fit->getConformationEta(0);
+    for (std::size_t c = 0; c < 3; ++c) {
+        EXPECT_EQ(fit->getConformationDTau(0)[c], x(c));
+        EXPECT_EQ(rotation(c), x(3 + c));
+    }
+    ASSERT_EQ(eta.n_elem, 2U);
+    EXPECT_EQ(eta(0), x(6));
+    EXPECT_EQ(eta(1), x(7));
+    EXPECT_NE(eta(1), 0.0);
 }
 
 } // namespace
