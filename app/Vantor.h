@@ -4,6 +4,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +21,7 @@
 class NormalModeEngine;
 class System;
 class cSequentialTimer;
+struct PoseMove;
 
 /// A fit: the input, the grids, the options, the report, and the stages that don't depend on the kind of
 /// search.
@@ -90,14 +92,15 @@ public:
     void performNMA();
     void computeStructureEdm(cSequentialTimer& timer);
     void zeroPadd();
-    void threadedZeroPadd(unsigned long threadId);
+    /// Fills the worker's own padded copy of the map.
+    virtual void threadedZeroPadd(unsigned long threadId);
 
     /// The rotations of the scan, each as the three angles of cMatrix33::rotationXYZ; the identity among
     /// them.
     std::vector<std::array<double, 3>> getEulerAngles();
 
-    /// Rotates the map into the worker's padded buffer.
-    void threadedSetEulerAngles(const std::array<double, 3>& angles, unsigned long threadId);
+    /// Takes up a rotation of the map, here into the worker's padded buffer.
+    virtual void threadedSetEulerAngles(const std::array<double, 3>& angles, unsigned long threadId);
 
     /// The same for the serial path.
     void setEulerAngles(const std::array<double, 3>& angles);
@@ -172,7 +175,10 @@ private:
     void checkResources() const;
     void tellCutModel() const;
     cVector3 rotationCenterOfPoses() const;
-    bool writePose(std::FILE* file, unsigned long solution, const cVector3& center);
+    struct SolutionFile;
+    PoseMove moveOfPose(const SolutionFile& output, unsigned long solution) const;
+    void writeRemarks(std::FILE* file, unsigned long solution, const PoseMove& move) const;
+    bool writePose(SolutionFile& output, unsigned long solution) const;
     void writeInputCopies();
     void writeRefinedInput(const arma::Col<double>& x, const cVector3& center);
 

@@ -7,7 +7,9 @@
 
 #include "Math/structure.h"
 #include "NMAEngine/NormalModeEngine.h"
+#include "PDB/AtomLines.h"
 #include "PDB/writePDB.h"
+#include "app/PoseMove.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
 
@@ -48,6 +50,16 @@ cVector3 Vantor::rotationCenterOfPoses() const {
     return 0.5 * (map.m_box.m_min + map.m_box.m_max) - map.m_cellDim;
 }
 
+/// What the poses of a solution file have in common, and the memory that each of them uses again.
+struct Vantor::SolutionFile {
+    std::FILE* file;
+    cVector3 rotationCenter;
+    cVector3 modelCenter;
+    AtomLines lines;
+    arma::Col<double> flex; ///< displacements of the atoms by the modes of a pose; zero without modes
+    std::vector<cVector3> placed;
+};
+
 void Vantor::saveTopSolution(std::string name) {
     const std::string path = m_workflow.m_odir.getValue() + "/" + name + ".pdb";
     std::FILE* file = std::fopen(path.c_str(), "w");
@@ -55,11 +67,17 @@ void Vantor::saveTopSolution(std::string name) {
         m_info.printInfo("[ERROR] couldn't create the file ", path, nullptr);
         return;
     }
-    const cVector3 center = rotationCenterOfPoses();
+    const std::array<double, 3> middle = getCenter(m_positions);
+    SolutionFile output{file,
+                        rotationCenterOfPoses(),
+                        cVector3(middle[0], middle[1], middle[2]),
+                        AtomLines(m_atoms.data(), m_atoms.size()),
+                        arma::Col<double>(3 * m_positions.size(), arma::fill::zeros),
+                        std::vector<cVector3>(m_positions.size())};
     const unsigned long count = getNSolutions();
     bool complete = true;
     for (unsigned long solution = 0; solution < count && complete; ++solution) {
-        complete = writePose(file, solution, center);
+        complete = writePose(output, solution);
     }
     complete = std::fclose(file) == 0 && complete;
     if (!complete) {
@@ -96,28 +114,28 @@ void Vantor::writeInputCopies() {
     }
 }
 
-bool Vantor::writePose(std::FILE* file, unsigned long solution, const cVector3& c) {
+PoseMove Vantor::moveOfPose(const SolutionFile& output, unsigned long solution) const {
     const std::array<double, 3> t = getConformationTau(solution);
     const cVector3 tau =
         cVector3(t[2], t[1], t[0]) + (m_edm.m_grid.m_box.m_min - m_structureGrid->m_box.m_min);
     const cMatrix33 rotation = getConformationRotation(solution);
-    const std::array<double, 3> middle = getCenter(m_positions);
-    const cVector3 corrected = m_edm.m_grid.m_box.getCorrectedTau(
-        tau, rotation, *getConformationGrid(solution), cVector3(middle[0], middle[1], middle[2]));
-    const std::array<double, 3> angles = getConformationAngle(solution);
+    const cVector3 corrected =
+        m_edm.m_grid.m_box.getCorrectedTau(tau, rotation, *getConformationGrid(solution), output.modelCenter);
     const std::array<double, 3> shift = getConformationDTau(solution);
-    const cVector3 dTau(shift[0], shift[1], shift[2]);
     const arma::Col<double> turn = getConformationIRotation(solution);
-    const cVector3 dRotation(turn(0), turn(1), turn(2));
-    const arma::Col<double> eta = getConformationEta(solution);
-    arma::Col<double> flexed(3 * m_positions.size(), arma::fill::zeros);
-    if (m_nma->m_nModes > 0) {
-        flexed = m_nma->m_modes * eta;
-    }
+    return {rotation, output.rotationCenter, corrected, cVector3(shift[0], shift[1], shift[2]),
+            cVector3(turn(0), turn(1), turn(2))};
+}
 
+void Vantor::writeRemarks(std::FILE* file, unsigned long solution, const PoseMove& move) const {
+    const std::array<double, 3> angles = getConformationAngle(solution);
+    const arma::Col<double> eta = getConformationEta(solution);
+    const cVector3& tau = move.shift;
+    const cVector3& dTau = move.dTau;
+    const cVector3& dRotation = move.dRotation;
     std::fprintf(file, "MODEL        %zu     \n", static_cast<std::size_t>(solution));
     std::fprintf(file, "REMARK   6 CCF score      : %f\n", getConformationScore(solution));
-    std::fprintf(file, "REMARK   7 CCF tau        : %f %f %f\n", corrected.x, corrected.y, corrected.z);
+    std::fprintf(file, "REMARK   7 CCF tau        : %f %f %f\n", tau.x, tau.y, tau.z);
     std::fprintf(file, "REMARK   8 CCF R          : %f %f %f\n", angles[2], angles[1], angles[0]);
     std::fprintf(file, "REMARK   9 CCF flex score : %f\n", getConformationFlexScore(solution));
     std::fprintf(file, "REMARK  10 CCF dTau       : %f %f %f\n", dTau.x, dTau.y, dTau.z);
@@ -127,14 +145,18 @@ bool Vantor::writePose(std::FILE* file, unsigned long solution, const cVector3& 
         std::fprintf(file, "%f ", eta(mode));
     }
     std::fprintf(file, "\n");
-    for (std::size_t a = 0; a < m_atoms.size(); ++a) {
-        cPDBAtom atom = m_atoms[a];
-        const cVector3 p(m_positions[a][0], m_positions[a][1], m_positions[a][2]);
-        const cVector3 flex(flexed(3 * a), flexed(3 * a + 1), flexed(3 * a + 2));
-        const cVector3 local = dTau + (dRotation ^ (p - c)) + flex;
-        atom.m_position = rotation * ((p - c) + corrected) + rotation * local + c;
-        writeLinePDB(file, &atom);
+}
+
+bool Vantor::writePose(SolutionFile& output, unsigned long solution) const {
+    const PoseMove move = moveOfPose(output, solution);
+    writeRemarks(output.file, solution, move);
+    if (m_nma->m_nModes > 0) {
+        output.flex = m_nma->m_modes * getConformationEta(solution);
     }
-    std::fprintf(file, "ENDMDL\n");
-    return std::ferror(file) == 0;
+    for (std::size_t a = 0; a < output.placed.size(); ++a) {
+        output.placed[a] = move(cVector3(m_positions[a].data()), cVector3(output.flex.memptr() + 3 * a));
+    }
+    output.lines.write(output.file, output.placed.data());
+    std::fprintf(output.file, "ENDMDL\n");
+    return std::ferror(output.file) == 0;
 }
