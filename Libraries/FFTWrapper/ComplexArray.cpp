@@ -1,26 +1,38 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "FFTWrapper/ComplexArray.h"
 
+#include <cstdlib>
 #include <limits>
 #include <new>
 #include <utility>
 
-#include <fftw3.h>
+#include <sys/mman.h>
 
 namespace dft {
 
 namespace {
 
+constexpr std::size_t cacheLine = 64;
+constexpr std::size_t hugePage = std::size_t{1} << 21;
+
+/// Large arrays ask for huge pages: transforms hop through them in steps of kilobytes, and with small pages
+/// every hop misses in the table of pages.
 double (*allocatePairs(std::size_t size))[2] {
     if (size == 0) {
         return nullptr;
     }
-    if (size > std::numeric_limits<std::size_t>::max() / sizeof(double[2])) {
+    if (size > (std::numeric_limits<std::size_t>::max() - hugePage) / sizeof(double[2])) {
         throw std::bad_alloc();
     }
-    void* memory = fftw_malloc(size * sizeof(double[2]));
+    const std::size_t needed = size * sizeof(double[2]);
+    const std::size_t unit = needed < hugePage ? cacheLine : hugePage;
+    const std::size_t bytes = (needed + unit - 1) / unit * unit;
+    void* const memory = std::aligned_alloc(unit, bytes);
     if (memory == nullptr) {
         throw std::bad_alloc();
+    }
+    if (unit == hugePage) {
+        madvise(memory, bytes, MADV_HUGEPAGE); // a wish; where it isn't granted the array works all the same
     }
     return static_cast<double(*)[2]>(memory);
 }
@@ -44,7 +56,7 @@ ComplexArray& ComplexArray::operator=(ComplexArray&& other) noexcept {
 }
 
 void ComplexArray::Free::operator()(double (*pairs)[2]) const {
-    fftw_free(pairs);
+    std::free(pairs);
 }
 
 } // namespace dft

@@ -62,15 +62,28 @@ std::size_t Dimensions::complexSize() const {
 }
 
 void multiplyConjugate(const ComplexArray& f, const ComplexArray& g, ComplexArray& product) {
-    if (f.size() != g.size() || f.size() != product.size()) {
-        throw std::length_error("a spectrum of " + std::to_string(g.size()) + " pairs where the grid has " +
-                                std::to_string(f.size()));
-    }
+    requireSpectrumSize(g, f.size());
+    requireSpectrumSize(product, f.size());
     multiplyConjugatePairs(f.data(), g.data(), product.data(), f.size());
 }
 
+void multiplyConjugate(const double (*f)[2], const double (*g)[2], double (*product)[2], std::size_t n) {
+    multiplyConjugatePairs(f, g, product, n);
+}
+
+void requireSpectrumSize(const ComplexArray& spectrum, std::size_t size) {
+    if (spectrum.size() != size) {
+        throw std::length_error("a spectrum of " + std::to_string(spectrum.size()) +
+                                " pairs where the grid has " + std::to_string(size));
+    }
+}
+
+double correlationScale(std::size_t n) {
+    return static_cast<double>(8 * n) * PI * PI * PI;
+}
+
 void divideByCorrelationScale(double* values, std::size_t n) {
-    divideAll(values, n, static_cast<double>(8 * n) * PI * PI * PI);
+    divideAll(values, n, correlationScale(n));
 }
 
 void divideByCount(double* values, std::size_t n) {

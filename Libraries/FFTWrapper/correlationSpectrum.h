@@ -31,7 +31,22 @@ struct Dimensions {
 /// @throws std::length_error if the sizes differ
 void multiplyConjugate(const ComplexArray& f, const ComplexArray& g, ComplexArray& product);
 
-/// Divides n values by 8 n pi^3: (2 pi)^3 times the n of the unscaled inverse transform.
+/// The same for n pairs; the product may stand where f stood.
+void multiplyConjugate(const double (*f)[2], const double (*g)[2], double (*product)[2], std::size_t n);
+
+/// @throws std::length_error if the spectrum hasn't `size` pairs
+void requireSpectrumSize(const ComplexArray& spectrum, std::size_t size);
+
+/// 8 n pi^3: (2 pi)^3 times the n of the unscaled inverse transform.
+double correlationScale(std::size_t n);
+
+/// Pairs from row to row in a matrix whose columns are transformed: with an odd stride the elements of a
+/// column spread over the sets of the cache.
+inline std::size_t strideOfColumns(std::size_t rowSize) {
+    return rowSize | 1U;
+}
+
+/// Divides n values by correlationScale(n).
 void divideByCorrelationScale(double* values, std::size_t n);
 
 /// Divides n values by n: the inverse transform made a true inverse.

@@ -13,13 +13,16 @@ namespace {
 
 std::mutex plannerMutex;
 
-fftw_plan_s* requirePlan(fftw_plan plan, const char* kind, int n_i, int n_j, int n_k) {
+fftw_plan_s* requirePlan(fftw_plan plan, const std::string& what) {
     if (plan == nullptr) {
-        throw std::runtime_error(std::string("no ") + kind + " transform for a grid of " +
-                                 std::to_string(n_i) + " x " + std::to_string(n_j) + " x " +
-                                 std::to_string(n_k));
+        throw std::runtime_error("no " + what);
     }
     return plan;
+}
+
+std::string transformOf(const char* kind, int n_i, int n_j, int n_k) {
+    return std::string(kind) + " transform for a grid of " + std::to_string(n_i) + " x " +
+           std::to_string(n_j) + " x " + std::to_string(n_k);
 }
 
 } // namespace
@@ -28,13 +31,22 @@ fftw_plan_s* planForward(int n_i, int n_j, int n_k, const double* in, double (*o
     const std::lock_guard<std::mutex> lock(plannerMutex);
     // The library's type is not const, but an out-of-place forward transform preserves its input by default.
     const fftw_plan plan = fftw_plan_dft_r2c_3d(n_i, n_j, n_k, const_cast<double*>(in), out, FFTW_ESTIMATE);
-    return requirePlan(plan, "forward", n_i, n_j, n_k);
+    return requirePlan(plan, transformOf("forward", n_i, n_j, n_k));
 }
 
 fftw_plan_s* planInverse(int n_i, int n_j, int n_k, double (*in)[2], double* out) {
     const std::lock_guard<std::mutex> lock(plannerMutex);
     const fftw_plan plan = fftw_plan_dft_c2r_3d(n_i, n_j, n_k, in, out, FFTW_ESTIMATE);
-    return requirePlan(plan, "inverse", n_i, n_j, n_k);
+    return requirePlan(plan, transformOf("inverse", n_i, n_j, n_k));
+}
+
+fftw_plan_s* planBatch(const ComplexBatchPlan::Layout& layout, int sign, double (*in)[2], double (*out)[2]) {
+    const std::lock_guard<std::mutex> lock(plannerMutex);
+    const fftw_plan plan =
+        fftw_plan_many_dft(1, &layout.length, layout.count, in, nullptr, layout.stride, layout.distance, out,
+                           nullptr, layout.stride, layout.distance, sign, FFTW_ESTIMATE);
+    return requirePlan(plan, std::to_string(layout.count) + " transforms of " +
+                                 std::to_string(layout.length) + " elements");
 }
 
 void destroy(fftw_plan_s* plan) {

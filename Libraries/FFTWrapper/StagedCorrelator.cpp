@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "FFTWrapper/StagedCorrelator.h"
+
+#include <cstring>
+#include <stdexcept>
+
+#include "FFTWrapper/correlationSpectrum.h"
+
+namespace dft {
+
+namespace {
+
+std::array<std::size_t, 3> requireFilled(const Dimensions& n, const std::array<unsigned int, 3>& filled) {
+    const int size[3] = {n.n_i, n.n_j, n.n_k};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        if (filled[axis] == 0 || filled[axis] > static_cast<unsigned int>(size[axis])) {
+            throw std::length_error("a target of " + std::to_string(filled[axis]) + " nodes on a grid of " +
+                                    std::to_string(size[axis]));
+        }
+    }
+    return {filled[0], filled[1], filled[2]};
+}
+
+ComplexBatchPlan::Layout columnsOf(const std::array<std::size_t, 3>& size, std::size_t stride) {
+    return {static_cast<int>(size[0]), static_cast<int>(size[2] / 2 + 1), static_cast<int>(stride), 1};
+}
+
+} // namespace
+
+StagedCorrelator::StagedCorrelator(const cGrid& grid, const std::array<unsigned int, 3>& filled)
+    : StagedCorrelator(Dimensions(grid), filled) {}
+
+// The forward sweeps of target and pattern leave a factor of 2 each.
+StagedCorrelator::StagedCorrelator(const Dimensions& n, const std::array<unsigned int, 3>& filled)
+    : m_size{static_cast<std::size_t>(n.n_i), static_cast<std::size_t>(n.n_j),
+             static_cast<std::size_t>(n.n_k)}
+    , m_filled(requireFilled(n, filled))
+    , m_scale(0.25 / correlationScale(n.realSize))
+    , m_stride(strideOfColumns(m_size[2] / 2 + 1))
+    , m_plane(n.n_j, n.n_k, static_cast<int>(m_filled[1]))
+    , m_spectrum(m_size[1] * m_size[0] * m_stride)
+    , m_slab(m_size[0] * m_stride)
+    , m_columnsForward(columnsOf(m_size, m_stride), ComplexBatchPlan::Sign::Forward, m_slab.data(),
+                       m_slab.data())
+    , m_columnsBackward(columnsOf(m_size, m_stride), ComplexBatchPlan::Sign::Backward, m_slab.data(),
+                        m_slab.data()) {}
+
+void StagedCorrelator::storePlane(PlaneTransform& plane, std::size_t i) {
+    for (std::size_t j = 0; j < m_size[1]; ++j) {
+        std::memcpy(slab(j) + i * m_stride, plane.halfRow(j), plane.halfRowSize() * sizeof(double[2]));
+    }
+}
+
+void StagedCorrelator::loadPlane(std::size_t i) {
+    for (std::size_t j = 0; j < m_size[1]; ++j) {
+        std::memcpy(m_plane.halfRow(j), slab(j) + i * m_stride, m_plane.halfRowSize() * sizeof(double[2]));
+    }
+}
+
+// The transforms hop from row to row; they do so in a buffer that stays in the cache, while the memory is
+// read and written in its order.
+void StagedCorrelator::transformSlab(std::size_t j, std::size_t filledPlanes) {
+    const std::size_t filledPairs = filledPlanes * m_stride;
+    std::memcpy(m_slab.data(), slab(j), filledPairs * sizeof(double[2]));
+    std::memset(m_slab.data() + filledPairs, 0, (m_slab.size() - filledPairs) * sizeof(double[2]));
+    m_columnsForward.execute();
+}
+
+ComplexArray StagedCorrelator::spectrumOf(const double* values) {
+    PlaneTransform plane(static_cast<int>(m_size[1]), static_cast<int>(m_size[2]),
+                         static_cast<int>(m_size[1]));
+    for (std::size_t i = 0; i < m_size[0]; ++i) {
+        plane.forward([&](std::size_t j, double* row) {
+            std::copy_n(values + (i * m_size[1] + j) * m_size[2], m_size[2], row);
+        });
+        storePlane(plane, i);
+    }
+    ComplexArray spectrum(m_spectrum.size());
+    for (std::size_t j = 0; j < m_size[1]; ++j) {
+        transformSlab(j, m_size[0]);
+        std::memcpy(spectrum.data() + j * m_slab.size(), m_slab.data(), m_slab.size() * sizeof(double[2]));
+    }
+    return spectrum;
+}
+
+void StagedCorrelator::correlate(const ComplexArray& spectrum) {
+    requireSpectrumSize(spectrum, m_spectrum.size());
+    for (std::size_t j = 0; j < m_size[1]; ++j) {
+        transformSlab(j, m_filled[0]);
+        multiplyConjugate(m_slab.data(), spectrum.data() + j * m_slab.size(), m_slab.data(), m_slab.size());
+        m_columnsBackward.execute();
+        std::memcpy(slab(j), m_slab.data(), m_slab.size() * sizeof(double[2]));
+    }
+}
+
+} // namespace dft

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_FFTWRAPPER_STAGEDCORRELATOR_H
+#define SELVANE_FFTWRAPPER_STAGEDCORRELATOR_H
+
+#include <array>
+#include <cstddef>
+
+#include "FFTWrapper/ComplexArray.h"
+#include "FFTWrapper/ComplexBatchPlan.h"
+#include "FFTWrapper/PlaneTransform.h"
+
+class cGrid;
+
+namespace dft {
+
+struct Dimensions;
+
+/// The correlation of SpectralCorrelator for a target that is zero but for the low corner of the grid and a
+/// result that is looked at once: to rounding the same numbers, but neither target nor result is stored.
+///
+/// Three sweeps over one half spectrum, each in cache: plane by plane along x the target's rows are
+/// transformed along z and y; slab by slab along y the columns are transformed along x, multiplied by the
+/// pattern's spectrum and transformed back; plane by plane the rows of the result come out. Zero rows and
+/// planes are not transformed.
+///
+/// Serves one thread at a time; holds one half spectrum.
+class StagedCorrelator {
+public:
+    /// @param grid    gives n_i, n_j, n_k; not kept
+    /// @param filled  nodes per axis, from the low corner, beyond which the target is zero
+    /// @throws std::bad_alloc; std::length_error for a grid whose sizes and total disagree, or if filled is 0
+    ///         or more than the grid's nodes on an axis; std::runtime_error if the library has no plan
+    StagedCorrelator(const cGrid& grid, const std::array<unsigned int, 3>& filled);
+
+    /// Spectrum of a pattern, for correlate() of any correlator on the same grid. What was transformed before
+    /// is lost.
+    /// @param values  n_i*n_j*n_k doubles in cGrid order
+    ComplexArray spectrumOf(const double* values);
+
+    /// Takes the target.
+    /// @param fillRow  fillRow(i, j, row) writes the numbers of nodes (i, j, 0) .. (i, j, filled[2] - 1), for
+    ///                 i < filled[0], j < filled[1] in flat order
+    template <class FillRow>
+    void transformTarget(FillRow&& fillRow) {
+        for (std::size_t i = 0; i < m_filled[0]; ++i) {
+            m_plane.forward([&](std::size_t j, double* row) {
+                fillRow(i, j, row);
+                std::fill(row + m_filled[2], row + m_size[2], 0.0);
+            });
+            storePlane(m_plane, i);
+        }
+    }
+
+    /// Correlates the target, once, with a pattern.
+    /// @param spectrum  of the pattern, by spectrumOf(); only read
+    /// @throws std::length_error if the spectrum is of another size than the grid's
+    void correlate(const ComplexArray& spectrum);
+
+    /// Hands the result out, any number of times.
+    /// @param takeRow  takeRow(i, j, row) reads the n_k numbers of nodes (i, j, .), in flat order
+    template <class TakeRow>
+    void readResult(TakeRow&& takeRow) {
+        for (std::size_t i = 0; i < m_size[0]; ++i) {
+            loadPlane(i);
+            m_plane.inverse(m_scale, [&](std::size_t j, const double* row) { takeRow(i, j, row); });
+        }
+    }
+
+private:
+    StagedCorrelator(const Dimensions& n, const std::array<unsigned int, 3>& filled);
+
+    void storePlane(PlaneTransform& plane, std::size_t i);
+    void transformSlab(std::size_t j, std::size_t filledPlanes);
+    void loadPlane(std::size_t i);
+    double (*slab(std::size_t j))[2] { return m_spectrum.data() + j * m_size[0] * m_stride; }
+
+    std::array<std::size_t, 3> m_size;
+    std::array<std::size_t, 3> m_filled;
+    double m_scale;
+    std::size_t m_stride; ///< pairs from one row of the spectrum to the next
+    PlaneTransform m_plane;
+    ComplexArray m_spectrum; ///< rows along z, x next, y slowest, so that a slab is contiguous
+    ComplexArray m_slab;
+    ComplexBatchPlan m_columnsForward, m_columnsBackward;
+};
+
+} // namespace dft
+
+#endif // SELVANE_FFTWRAPPER_STAGEDCORRELATOR_H
