@@ -4,9 +4,10 @@
 #include <algorithm>
 #include <string>
 
-#include "CrossCorrelation/CorrelationPattern.h"
 #include "CrossCorrelation/ElectronDensity.h"
+#include "CrossCorrelation/RotationScan.h"
 #include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
+#include "Interface/CrossCorrelationOracle.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "app/fail.h"
 #include "app/resources.h"
@@ -20,7 +21,7 @@ void VantorHexaust::checkWorkerCount() const {
     constexpr std::size_t bytesPerWorker =
         sizeof(decltype(m_localEulerAngles)::value_type) + sizeof(decltype(m_local_ccf)::value_type) +
         sizeof(decltype(m_localConformations)::value_type) + sizeof(decltype(m_localEdmValues)::value_type) +
-        sizeof(decltype(m_localTopConformations)::value_type);
+        sizeof(decltype(m_localTopConformations)::value_type) + sizeof(decltype(m_localMaps)::value_type);
     if (static_cast<double>(m_nThread) * static_cast<double>(bytesPerWorker) > resources::memory().total) {
         fail(std::to_string(m_nThread) + " workers do not fit into the memory of this machine or its control "
                                          "group. Use fewer (--nthread).");
@@ -35,6 +36,7 @@ void VantorHexaust::initThreaded() {
     } else {
         m_local_ccf.resize(m_nThread);
     }
+    m_localMaps.resize(m_nThread);
     m_localConformations.resize(m_nThread);
     m_localEdmValues.resize(m_nThread);
     const auto capacity = static_cast<std::size_t>(m_workflow.getCapacity());
@@ -43,9 +45,11 @@ void VantorHexaust::initThreaded() {
     }
 }
 
-std::unique_ptr<ThirdOrderCrossCorrelation> VantorHexaust::makeCorrelation(double* target) const {
-    return std::make_unique<ThirdOrderCrossCorrelation>(target, m_paddedStructureGrid, m_positions, m_sigma,
-                                                        m_nma, false);
+/// The plain scan rotates the map without padding and needs no buffer for it.
+void VantorHexaust::threadedZeroPadd(unsigned long threadId) {
+    if (isMultistep()) {
+        Vantor::threadedZeroPadd(threadId);
+    }
 }
 
 void VantorHexaust::initCrossCorrelation(bool perThread) {
@@ -55,19 +59,20 @@ void VantorHexaust::initCrossCorrelation(bool perThread) {
         if (m_paddedEdmValues.empty()) {
             fillPaddedMap(m_paddedEdmValues);
         }
-        m_ccf = makeCorrelation(m_paddedEdmValues.data());
-        m_ccf->initPatternEdm();
+        m_ccf = std::make_unique<ThirdOrderCrossCorrelation>(m_paddedEdmValues.data(), m_paddedStructureGrid,
+                                                             m_positions, m_sigma, m_nma, true);
         return;
     }
     for (unsigned long i = 0; i < m_nThread; ++i) {
-        // Its worker may not have been started.
-        if (m_localEdmValues[i].empty()) {
-            threadedZeroPadd(i);
-        }
         if (isMultistep()) {
+            // Its worker may not have been started.
+            if (m_localEdmValues[i].empty()) {
+                threadedZeroPadd(i);
+            }
             m_localOracles[i] = makeOracle(m_localEdmValues[i].data());
         } else {
-            m_local_ccf[i] = makeCorrelation(m_localEdmValues[i].data());
+            m_local_ccf[i] = std::make_unique<RotationScan>(m_edmValues, m_edm.m_grid, m_paddedStructureGrid,
+                                                            m_workflow.m_filtersigma.getValue());
         }
     }
 }
@@ -79,16 +84,22 @@ void VantorHexaust::threadedInitCrossCorrelation(unsigned long threadId) {
         initLocalOracle(threadId);
         return;
     }
-    ThirdOrderCrossCorrelation& correlation = *m_local_ccf[threadId];
-    std::call_once(m_patternMade, [&] { evaluatePattern(correlation); });
-    correlation.adoptPattern(m_pattern);
+    std::call_once(m_patternMade, [&] { evaluatePattern(*m_local_ccf[threadId]); });
 }
 
-void VantorHexaust::evaluatePattern(ThirdOrderCrossCorrelation& correlation) {
-    correlation.setRotationCenter(modelRotationCenter());
-    correlation.initPatternEdm();
-    m_pattern = correlation.getPattern();
-    dumpPattern(*m_pattern->density);
+void VantorHexaust::evaluatePattern(RotationScan& scan) {
+    m_patternDensity = modelDensity();
+    m_pattern = scan.makePattern(m_patternDensity);
+    dumpPattern(*m_patternDensity);
+}
+
+std::shared_ptr<const ElectronDensity> VantorHexaust::modelDensity() const {
+    const arma::Col<double> eta(m_nma->m_nModes, arma::fill::zeros);
+    auto density =
+        std::make_shared<ElectronDensity>(m_positions.data(), m_sigma, m_positions.size(),
+                                          m_paddedStructureGrid, *m_nma, eta, ElectronDensity::EPSILON);
+    density->setRotationCenter(modelRotationCenter());
+    return density;
 }
 
 /// The centre that small rotations of the model turn about.
@@ -106,17 +117,33 @@ void VantorHexaust::dumpPattern(const ElectronDensity& density) const {
     dump.save("density.map");
 }
 
+void VantorHexaust::threadedSetEulerAngles(const std::array<double, 3>& angles, unsigned long threadId) {
+    if (isMultistep()) {
+        Vantor::threadedSetEulerAngles(angles, threadId);
+        return;
+    }
+    m_localEulerAngles[threadId] = angles;
+    m_local_ccf[threadId]->rotate(angles);
+}
+
 void VantorHexaust::threadedComputeCrossCorrelation(unsigned long threadId) {
     if (isMultistep()) {
         initTweenDof(threadId);
+        m_localOracles[threadId]->getThirdOrder()->execute();
+        return;
     }
-    localCorrelation(threadId).execute();
+    m_local_ccf[threadId]->correlate(*m_pattern);
 }
 
 void VantorHexaust::threadedGetTopConformationsOpt(unsigned long threadId) {
-    const std::array<double, 3>& angles = m_localEulerAngles[threadId];
-    localCorrelation(threadId).addConformationsOfPresentTarget(m_localTopConformations[threadId], angles[0],
-                                                               angles[1], angles[2]);
+    auto& set = m_localTopConformations[threadId];
+    if (isMultistep()) {
+        const std::array<double, 3>& angles = m_localEulerAngles[threadId];
+        m_localOracles[threadId]->getThirdOrder()->addConformationsOfPresentTarget(set, angles[0], angles[1],
+                                                                                   angles[2]);
+        return;
+    }
+    m_local_ccf[threadId]->offer(set);
 }
 
 void VantorHexaust::computeCrossCorrelation() {
@@ -155,10 +182,23 @@ void VantorHexaust::tellNoPoses() const {
     }
 }
 
-void VantorHexaust::refineTopConformation(unsigned long, unsigned long solution) {
-    if (!m_topConformations[solution].solveConvexSubProblem(m_trustNorm[0])) {
+void VantorHexaust::refineTopConformation(unsigned long threadId, unsigned long solution) {
+    HexaustFlexibleFitConformation& pose = m_topConformations[solution];
+    if (pose.m_gradient.is_empty()) {
+        completePose(threadId, pose);
+    }
+    if (!pose.solveConvexSubProblem(m_trustNorm[0])) {
         countNonConvex();
     }
+}
+
+void VantorHexaust::completePose(unsigned long threadId, HexaustFlexibleFitConformation& pose) {
+    std::call_once(m_derivativesMade, [&] { m_derivatives = m_patternDensity->tabulate(); });
+    std::unique_ptr<RotatedMap>& map = m_localMaps[threadId];
+    if (!map) {
+        map = std::make_unique<RotatedMap>(m_edmValues, m_edm.m_grid, m_workflow.m_filtersigma.getValue());
+    }
+    completeCandidate(m_derivatives, *map, pose);
 }
 
 unsigned long VantorHexaust::getNSolutions() {

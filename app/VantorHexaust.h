@@ -6,22 +6,28 @@
 #include <mutex>
 #include <vector>
 
+#include "CrossCorrelation/DensityTable.h"
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
 #include "CrossCorrelation/LimitedSizeSet.h"
 #include "app/Vantor.h"
 
 class CrossCorrelationOracle;
 class ElectronDensity;
+class RotatedMap;
+class RotationScan;
 class ThirdOrderCrossCorrelation;
+struct ScanPattern;
 
-/// The exhaustive search: every rotation of the sampling, every translation at once, with the third-order
-/// correlation.
+/// The exhaustive search: every rotation of the sampling, every translation at once, and for the poses that
+/// stay in the end a local quadratic model of the score.
 ///
-/// During the scan worker i writes only its own rotation, map buffer, correlation and bounded set; the
-/// pattern that all correlations share is immutable. The sets are merged once the workers have been joined.
+/// During the scan worker i writes only its own rotation, scan step and bounded set; the pattern that all
+/// share is immutable. The sets are merged once the workers have been joined. The derivatives of the poses
+/// are taken when they are refined, since hardly any candidate of the scan lives to see that.
 ///
-/// With the option multistep each worker holds an oracle in place of the plain correlation, and moves its own
-/// model to the best nearby state at every rotation before the correlations are taken.
+/// With the option multistep each worker holds an oracle and a padded buffer of the map in place of the scan
+/// step, and moves its own model to the best nearby state at every rotation before the correlations are
+/// taken. Derivatives then belong to that state and are taken at once.
 class VantorHexaust : public Vantor {
 public:
     VantorHexaust(int argc, char** argv, int width);
@@ -31,10 +37,12 @@ public:
     unsigned long getNSolutions() override;
     unsigned long getNClusteres() override;
     void initCrossCorrelation(bool perThread) override;
+    void threadedZeroPadd(unsigned long threadId) override;
     void threadedInitCrossCorrelation(unsigned long threadId) override;
     void refineTopConformation(unsigned long threadId, unsigned long solution) override;
     void clusterSolutions() override;
     void computeCrossCorrelation() override;
+    void threadedSetEulerAngles(const std::array<double, 3>& angles, unsigned long threadId) override;
     void threadedComputeCrossCorrelation(unsigned long threadId) override;
     void threadedGetTopConformationsOpt(unsigned long threadId) override;
     void mergeConformationOpt() override;
@@ -62,25 +70,28 @@ protected:
 
 private:
     void checkWorkerCount() const;
-    std::unique_ptr<ThirdOrderCrossCorrelation> makeCorrelation(double* target) const;
-    void evaluatePattern(ThirdOrderCrossCorrelation& correlation);
+    void evaluatePattern(RotationScan& scan);
+    void completePose(unsigned long threadId, HexaustFlexibleFitConformation& pose);
+    std::shared_ptr<const ElectronDensity> modelDensity() const;
     void dumpPattern(const ElectronDensity& density) const;
     cVector3 modelRotationCenter() const;
     bool isMultistep() const;
-    ThirdOrderCrossCorrelation& localCorrelation(unsigned long threadId);
     std::shared_ptr<CrossCorrelationOracle> makeOracle(double* target) const;
     void initLocalOracle(unsigned long threadId);
     void releaseOracles();
     void tellNoPoses() const;
 
-    std::vector<std::unique_ptr<ThirdOrderCrossCorrelation>> m_local_ccf;
-    std::vector<std::shared_ptr<CrossCorrelationOracle>>
-        m_localOracles; ///< with multistep, in place of those
+    std::vector<std::unique_ptr<RotationScan>> m_local_ccf;              ///< without multistep
+    std::vector<std::shared_ptr<CrossCorrelationOracle>> m_localOracles; ///< with multistep
     std::vector<std::vector<HexaustFlexibleFitConformation>>
         m_localConformations; ///< only its length is read
     std::vector<LimitedSizeSet<HexaustFlexibleFitConformation>> m_localTopConformations;
-    std::shared_ptr<const struct CorrelationPattern> m_pattern;
+    std::shared_ptr<const ScanPattern> m_pattern;
     std::once_flag m_patternMade;
+    std::shared_ptr<const ElectronDensity> m_patternDensity; ///< outlives the scan
+    std::vector<std::unique_ptr<RotatedMap>> m_localMaps;    ///< of the refinement
+    DensityTable m_derivatives; ///< of the pattern, made by the first pose refined
+    std::once_flag m_derivativesMade;
 };
 
 #endif

@@ -25,11 +25,6 @@ bool VantorHexaust::isMultistep() const {
     return m_workflow.m_multistep.getValue();
 }
 
-/// With an oracle, its third-order correlation.
-ThirdOrderCrossCorrelation& VantorHexaust::localCorrelation(unsigned long threadId) {
-    return isMultistep() ? *m_localOracles[threadId]->getThirdOrder() : *m_local_ccf[threadId];
-}
-
 std::shared_ptr<CrossCorrelationOracle> VantorHexaust::makeOracle(double* target) const {
     auto oracle = std::make_shared<CrossCorrelationOracle>(target, m_paddedStructureGrid, m_positions,
                                                            m_sigma, m_nma, softMaxBeta, false);

@@ -14,6 +14,7 @@
 #include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
 #include "CrossCorrelation/LimitedSizeSet.h"
+#include "CrossCorrelation/offerScores.h"
 #include "FFTWrapper/SpectralCorrelator.h"
 #include "Math/cGrid.h"
 #include "Math/cVector3.h"
@@ -152,19 +153,12 @@ protected:
     /// Offers every voxel above ElectronDensity::EPSILON to the set. Candidates enter without derivatives,
     /// which take no part in its order; most of them are pushed out again by later voxels.
     template <class Conformation>
-    void offerVoxels(LimitedSizeSet<Conformation>& set, bool skipBelowWorst, double alpha, double beta,
-                     double gamma) const {
-        for (std::size_t s = 0; s < m_ccf.size(); ++s) {
-            if (!(m_ccf[s] > ElectronDensity::EPSILON)) {
-                continue;
-            }
-            if (skipBelowWorst && set.isFull() && !(m_ccf[s] > set.last().m_rigidScore)) {
-                continue;
-            }
+    void offerVoxels(LimitedSizeSet<Conformation>& set, double alpha, double beta, double gamma) const {
+        offerScores(set, m_ccf.data(), m_ccf.size(), [&](std::size_t s) {
             auto conformation = conformationAt<Conformation>(s, alpha, beta, gamma);
             markIncomplete(conformation);
-            set.add(conformation);
-        }
+            return conformation;
+        });
     }
 
     /// Calls fill(row, element) for the marked elements: those of this rotation that stayed.

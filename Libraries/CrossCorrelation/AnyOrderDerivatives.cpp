@@ -90,7 +90,7 @@ std::vector<double> AnyOrderCrossCorrelation::derivativesAt(const std::vector<st
 
 std::vector<double> AnyOrderCrossCorrelation::derivativesAt(const std::vector<std::size_t>& shifts,
                                                             const double* target) const {
-    return shiftedSums(tableAsExecuted(), *m_grid, target, shifts);
+    return shiftedSums(tableAsExecuted(), *m_grid, CornerField::whole(target, *m_grid), shifts);
 }
 
 std::vector<double>

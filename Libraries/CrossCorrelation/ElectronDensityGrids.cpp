@@ -3,12 +3,9 @@
 #include <cmath>
 
 #include "CrossCorrelation/ElectronDensity.h"
-#include "CrossCorrelation/fccf.h"
+#include "CrossCorrelation/RotatedMap.h"
 #include "CrossCorrelation/gaussianCut.h"
-#include "Interpolation/TrilinearSampler.h"
-#include "Math/RotatedLattice.h"
 #include "Math/cGrid.h"
-#include "Math/cMatrix33.h"
 
 namespace {
 
@@ -74,20 +71,9 @@ void ElectronDensity::zeroPadd(const std::vector<double>& source, const cGrid& s
 void ElectronDensity::rotateNonZeroPadded(const std::vector<double>& source, const cGrid& sourceGrid,
                                           const std::array<double, 3>& eulerAngles, const cGrid& targetGrid,
                                           double* target, double threshold) {
-    const cMatrix33 rotation = cMatrix33::rotationXYZ(eulerAngles[0], eulerAngles[1], eulerAngles[2]);
-    const cVector3 center = 0.5 * (sourceGrid.m_box.m_min + sourceGrid.m_box.m_max);
-    const RotatedLattice lattice(sourceGrid, rotation, center);
-    const lerp::TrilinearSampler sampler(sourceGrid, source);
-    std::vector<double> values(sourceGrid.getTotalSize());
-    double* value = values.data();
-    for (unsigned int i = 0; i < sourceGrid.m_size[0]; ++i) {
-        for (unsigned int j = 0; j < sourceGrid.m_size[1]; ++j) {
-            sampler.sampleRow(lattice.rowStart(i, j), lattice.rowStep(), sourceGrid.m_size[2], value);
-            value += sourceGrid.m_size[2];
-        }
-    }
-    fccf::filterValues(values, threshold);
-    zeroPadd(values.data(), sourceGrid, targetGrid, target);
+    RotatedMap map(source, sourceGrid, threshold);
+    map.rotate(eulerAngles);
+    zeroPadd(map.row(0, 0), sourceGrid, targetGrid, target);
 }
 
 cBBox ElectronDensity::getBoundingBox(const std::vector<std::array<double, 3>>& positions, double sigma,

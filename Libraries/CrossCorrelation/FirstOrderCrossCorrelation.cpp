@@ -30,11 +30,11 @@ std::vector<NonHexaustFlexibleFitConformation> FirstOrderCrossCorrelation::getAl
 std::vector<NonHexaustFlexibleFitConformation>
 FirstOrderCrossCorrelation::getAllConformations(std::size_t maxCount) const {
     LimitedSizeSet<NonHexaustFlexibleFitConformation> set(maxCount);
-    offerVoxels(set, false, 0.0, 0.0, 0.0);
+    offerVoxels(set, 0.0, 0.0, 0.0);
     return set.toStdVector();
 }
 
 void FirstOrderCrossCorrelation::addConformations(LimitedSizeSet<NonHexaustFlexibleFitConformation>& set,
                                                   double alpha, double beta, double gamma) const {
-    offerVoxels(set, true, alpha, beta, gamma);
+    offerVoxels(set, alpha, beta, gamma);
 }

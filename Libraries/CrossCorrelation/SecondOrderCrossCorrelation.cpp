@@ -64,9 +64,8 @@ void SecondOrderCrossCorrelation::fillDerivatives(const double* row,
 }
 
 void SecondOrderCrossCorrelation::offerCompleteVoxels(LimitedSizeSet<HexaustFlexibleFitConformation>& set,
-                                                      bool skipBelowWorst, double alpha, double beta,
-                                                      double gamma) const {
-    offerVoxels(set, skipBelowWorst, alpha, beta, gamma);
+                                                      double alpha, double beta, double gamma) const {
+    offerVoxels(set, alpha, beta, gamma);
     completeConformations(
         set, [&](const auto& shifts) { return derivativesAt(shifts); },
         [&](const double* row, auto& conformation) { fillDerivatives(row, conformation); });
@@ -74,13 +73,13 @@ void SecondOrderCrossCorrelation::offerCompleteVoxels(LimitedSizeSet<HexaustFlex
 
 void SecondOrderCrossCorrelation::addConformations(LimitedSizeSet<HexaustFlexibleFitConformation>& set,
                                                    double alpha, double beta, double gamma) const {
-    offerCompleteVoxels(set, true, alpha, beta, gamma);
+    offerCompleteVoxels(set, alpha, beta, gamma);
 }
 
 std::vector<HexaustFlexibleFitConformation>
 SecondOrderCrossCorrelation::getAllConformations(std::size_t maxCount) const {
     LimitedSizeSet<HexaustFlexibleFitConformation> set(maxCount);
-    offerCompleteVoxels(set, false, 0.0, 0.0, 0.0);
+    offerCompleteVoxels(set, 0.0, 0.0, 0.0);
     return set.toStdVector();
 }
 

@@ -59,8 +59,8 @@ public:
 
 private:
     void fillDerivatives(const double* row, HexaustFlexibleFitConformation& conformation) const;
-    void offerCompleteVoxels(LimitedSizeSet<HexaustFlexibleFitConformation>& set, bool skipBelowWorst,
-                             double alpha, double beta, double gamma) const;
+    void offerCompleteVoxels(LimitedSizeSet<HexaustFlexibleFitConformation>& set, double alpha, double beta,
+                             double gamma) const;
 
     arma::Mat<double> m_approxHessian;
 };

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "CrossCorrelation/localModel.h"
+
 ThirdOrderCrossCorrelation::ThirdOrderCrossCorrelation(double* targetEdm, std::shared_ptr<const cGrid> grid,
                                                        const std::vector<std::array<double, 3>>& atoms,
                                                        double sigma,
@@ -63,7 +65,7 @@ void ThirdOrderCrossCorrelation::addSoftMaximumDerivatives(const double* target,
     const std::vector<WeightedVoxel> voxels = weightedVoxels(softMaximum, beta);
     const std::vector<double> sums = weightedDerivatives(voxels, target);
     HexaustFlexibleFitConformation linear;
-    fillDerivatives(sums.data(), linear);
+    setLocalModel(sums.data(), n, linear);
     hessian = linear.m_hessian;
     std::vector<double> gradients;
     if (voxels.size() == 1) {
@@ -87,24 +89,10 @@ void ThirdOrderCrossCorrelation::addSoftMaximumDerivatives(const double* target,
     }
 }
 
-void ThirdOrderCrossCorrelation::fillDerivatives(const double* row,
-                                                 HexaustFlexibleFitConformation& conformation) const {
-    const std::size_t n = nDof();
-    conformation.m_gradient = arma::Col<double>(row, n);
-    conformation.m_hessian.set_size(n, n);
-    const double* second = row + n;
-    for (std::size_t i = 0; i < n; ++i) {
-        for (std::size_t j = i; j < n; ++j) {
-            conformation.m_hessian(i, j) = *second;
-            conformation.m_hessian(j, i) = *second++;
-        }
-    }
-}
-
 std::tuple<arma::Col<double>, arma::Mat<double>>
 ThirdOrderCrossCorrelation::getGradAndHessian(std::size_t s) const {
     HexaustFlexibleFitConformation voxel;
-    fillDerivatives(derivativesAt({s}).data(), voxel);
+    setLocalModel(derivativesAt({s}).data(), nDof(), voxel);
     return {voxel.m_gradient, voxel.m_hessian};
 }
 
@@ -118,31 +106,32 @@ double ThirdOrderCrossCorrelation::getMaximumGradientAndHessian(arma::Col<double
 template <class RowsAt>
 void ThirdOrderCrossCorrelation::completeVoxels(LimitedSizeSet<HexaustFlexibleFitConformation>& set,
                                                 RowsAt&& rowsAt) const {
-    completeConformations(set, rowsAt,
-                          [&](const double* row, auto& conformation) { fillDerivatives(row, conformation); });
+    completeConformations(set, rowsAt, [&](const double* row, auto& conformation) {
+        setLocalModel(row, nDof(), conformation);
+    });
 }
 
 void ThirdOrderCrossCorrelation::addConformations(LimitedSizeSet<HexaustFlexibleFitConformation>& set,
                                                   double alpha, double beta, double gamma) const {
-    offerVoxels(set, true, alpha, beta, gamma);
+    offerVoxels(set, alpha, beta, gamma);
     completeVoxels(set, [&](const auto& shifts) { return derivativesAt(shifts); });
 }
 
 void ThirdOrderCrossCorrelation::addConformationsOfPresentTarget(
     LimitedSizeSet<HexaustFlexibleFitConformation>& set, double alpha, double beta, double gamma) const {
-    offerVoxels(set, true, alpha, beta, gamma);
+    offerVoxels(set, alpha, beta, gamma);
     completeVoxels(set, [&](const auto& shifts) { return derivativesAt(shifts, m_targetEdm); });
 }
 
 std::vector<HexaustFlexibleFitConformation>
 ThirdOrderCrossCorrelation::getAllConformations(std::size_t maxCount) const {
     LimitedSizeSet<HexaustFlexibleFitConformation> set(maxCount);
-    offerVoxels(set, false, 0.0, 0.0, 0.0);
+    offerVoxels(set, 0.0, 0.0, 0.0);
     completeVoxels(set, [&](const auto& shifts) { return derivativesAt(shifts); });
     return set.toStdVector();
 }
 
 std::vector<HexaustFlexibleFitConformation> ThirdOrderCrossCorrelation::getAllConformations() const {
     return allConformations<HexaustFlexibleFitConformation>(
-        [&](const double* row, auto& conformation) { fillDerivatives(row, conformation); });
+        [&](const double* row, auto& conformation) { setLocalModel(row, nDof(), conformation); });
 }

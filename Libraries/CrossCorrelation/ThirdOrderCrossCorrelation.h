@@ -72,7 +72,6 @@ public:
                                          double beta, double gamma) const;
 
 private:
-    void fillDerivatives(const double* row, HexaustFlexibleFitConformation& conformation) const;
     void addSoftMaximumDerivatives(const double* target, double softMaximum, double beta,
                                    arma::Col<double>& gradient, arma::Mat<double>& hessian) const;
     template <class RowsAt>

@@ -35,7 +35,7 @@ NodeIndex indexOf(const cGrid& grid, std::size_t flatIndex) {
 
 } // namespace
 
-std::vector<double> shiftedSums(const DensityTable& table, const cGrid& grid, const double* target,
+std::vector<double> shiftedSums(const DensityTable& table, const cGrid& grid, const CornerField& target,
                                 const std::vector<std::size_t>& shifts) {
     const std::size_t columns = table.columns() - 1;
     std::vector<double> sums(shifts.size() * columns, 0.0);
@@ -52,7 +52,7 @@ std::vector<double> shiftedSums(const DensityTable& table, const cGrid& grid, co
                 const std::size_t i = wrappedDifference(block[n].i, shift.i, grid.m_size[0]);
                 const std::size_t j = wrappedDifference(block[n].j, shift.j, grid.m_size[1]);
                 const std::size_t k = wrappedDifference(block[n].k, shift.k, grid.m_size[2]);
-                const double value = target[(i * grid.m_size[1] + j) * grid.m_size[2] + k];
+                const double value = target(i, j, k);
                 // Most of a filtered map is exactly zero.
                 if (value != 0.0) {
                     addScaledRow(value, table.row(begin + n) + 1, columns, row);

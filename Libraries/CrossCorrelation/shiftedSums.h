@@ -5,9 +5,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "CrossCorrelation/CornerField.h"
 #include "CrossCorrelation/DensityTable.h"
-
-class cGrid;
 
 /// Correlations of a target with the derivative maps of a pattern, taken at a few shifts only.
 ///
@@ -16,10 +15,10 @@ class cGrid;
 /// u - s wrapped per axis: the value at s of the circular correlation of the target with map q, by direct
 /// sums over the nodes where the maps aren't zero. The order of summation is that of the nodes.
 ///
-/// @param target grid.getTotalSize() values, z fastest
+/// @param target on the grid
 /// @param shifts flat indices on the grid
 /// @return shifts.size() rows of table.columns() - 1 numbers: the table's columns without the density itself
-std::vector<double> shiftedSums(const DensityTable& table, const cGrid& grid, const double* target,
+std::vector<double> shiftedSums(const DensityTable& table, const cGrid& grid, const CornerField& target,
                                 const std::vector<std::size_t>& shifts);
 
 #endif

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "CrossCorrelation/RotationScan.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "CrossCorrelation/localModel.h"
+#include "CrossCorrelation/offerScores.h"
+#include "CrossCorrelation/shiftedSums.h"
+
+namespace {
+
+std::array<unsigned int, 3> sizeOf(const cGrid& grid) {
+    return {grid.m_size[0], grid.m_size[1], grid.m_size[2]};
+}
+
+} // namespace
+
+RotationScan::RotationScan(const std::vector<double>& map, const cGrid& mapGrid,
+                           std::shared_ptr<const cGrid> grid, double filterSigmas)
+    : m_grid(std::move(grid)), m_map(map, mapGrid, filterSigmas), m_correlator(*m_grid, sizeOf(mapGrid)) {}
+
+std::shared_ptr<const ScanPattern> RotationScan::makePattern(std::shared_ptr<const ElectronDensity> density) {
+    m_state = State::Empty;
+    std::vector<double> field(m_grid->getTotalSize(), 0.0);
+    density->addDensity(field.data());
+    auto pattern = std::make_shared<ScanPattern>();
+    pattern->density = std::move(density);
+    pattern->spectrum = m_correlator.spectrumOf(field.data());
+    return pattern;
+}
+
+void RotationScan::rotate(const std::array<double, 3>& eulerAngles) {
+    m_map.rotate(eulerAngles);
+    m_eulerAngles = eulerAngles;
+    m_state = State::Rotated;
+}
+
+void RotationScan::correlate(const ScanPattern& pattern) {
+    if (m_state == State::Empty) {
+        throw std::logic_error("RotationScan: no rotation to correlate");
+    }
+    const std::size_t rowSize = m_map.grid().m_size[2];
+    m_correlator.transformTarget(
+        [&](std::size_t i, std::size_t j, double* row) { std::copy_n(m_map.row(i, j), rowSize, row); });
+    m_correlator.correlate(pattern.spectrum);
+    m_eta.zeros(pattern.density->nDof() - 6);
+    m_state = State::Correlated;
+}
+
+void RotationScan::offer(LimitedSizeSet<HexaustFlexibleFitConformation>& set) {
+    if (m_state != State::Correlated) {
+        throw std::logic_error("RotationScan: the present rotation is not correlated");
+    }
+    const auto [alpha, beta, gamma] = m_eulerAngles;
+    m_correlator.readResult([&](std::size_t i, std::size_t j, const double* scores) {
+        offerScores(set, scores, m_grid->m_size[2], [&](std::size_t k) {
+            HexaustFlexibleFitConformation candidate(scores[k], static_cast<int>(i), static_cast<int>(j),
+                                                     static_cast<int>(k), m_eta, m_grid, alpha, beta, gamma);
+            return candidate;
+        });
+    });
+}
+
+void completeCandidate(const DensityTable& table, RotatedMap& map,
+                       HexaustFlexibleFitConformation& candidate) {
+    map.rotate({candidate.m_alpha, candidate.m_beta, candidate.m_gamma});
+    const cGrid& grid = *candidate.m_grid;
+    const std::vector<double> row = shiftedSums(
+        table, grid, map.field(), {grid.indexToFlatIndex(candidate.m_i, candidate.m_j, candidate.m_k)});
+    setLocalModel(row.data(), table.nDof, candidate);
+}

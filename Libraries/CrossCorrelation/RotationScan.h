@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_CROSSCORRELATION_ROTATIONSCAN_H
+#define SELVANE_CROSSCORRELATION_ROTATIONSCAN_H
+
+#include <array>
+#include <memory>
+#include <vector>
+
+#include "CrossCorrelation/DensityTable.h"
+#include "CrossCorrelation/ElectronDensity.h"
+#include "CrossCorrelation/HexaustFlexibleFitConformation.h"
+#include "CrossCorrelation/LimitedSizeSet.h"
+#include "CrossCorrelation/RotatedMap.h"
+#include "FFTWrapper/StagedCorrelator.h"
+
+/// What a scan correlates the map with: a model that stays where it is. Immutable and shared by all workers.
+struct ScanPattern {
+    std::shared_ptr<const ElectronDensity> density;
+    dft::ComplexArray spectrum; ///< of the density, by StagedCorrelator::spectrumOf()
+};
+
+/// The step of a scan, for a model that stays and a map that turns: rotates the map, correlates it with the
+/// model at every translation, and offers the best voxels to a set. Each of its three calls sweeps the grid
+/// once or twice, and neither the padded target nor the correlation is ever stored.
+///
+/// The scores are those of ThirdOrderCrossCorrelation on the padded map, to rounding:
+///   c[s] = (2 pi)^-3 * sum over v of T(v) P(v + s).
+/// Candidates come without derivatives; completeCandidate() adds them to those that are wanted in the end.
+///
+/// Used by one thread at a time.
+class RotationScan {
+public:
+    /// @param map, mapGrid  the map, not owned; both must stay
+    /// @param grid  of the correlation, no smaller than the map's on any axis; shared by the candidates
+    /// @param filterSigmas  of the fccf::SigmaFilter that each rotated map goes through
+    /// @throws std::length_error if the map hasn't as many values as its grid, or is larger than the other
+    RotationScan(const std::vector<double>& map, const cGrid& mapGrid, std::shared_ptr<const cGrid> grid,
+                 double filterSigmas);
+
+    /// A pattern for all scans on the same grid. What this one correlated before is lost.
+    std::shared_ptr<const ScanPattern> makePattern(std::shared_ptr<const ElectronDensity> density);
+
+    /// Takes up a rotation of the map, angles in radians.
+    void rotate(const std::array<double, 3>& eulerAngles);
+
+    /// Correlates the map, as rotated last, with the pattern at every translation.
+    /// @throws std::logic_error before the first rotation
+    void correlate(const ScanPattern& pattern);
+
+    /// Offers every voxel of the correlation that scores above ElectronDensity::EPSILON, in flat order.
+    /// @throws std::logic_error if the map was rotated since it was correlated last
+    void offer(LimitedSizeSet<HexaustFlexibleFitConformation>& set);
+
+private:
+    enum class State { Empty, Rotated, Correlated };
+
+    std::shared_ptr<const cGrid> m_grid;
+    RotatedMap m_map;
+    dft::StagedCorrelator m_correlator;
+    State m_state = State::Empty;
+    std::array<double, 3> m_eulerAngles{};
+    arma::Col<double> m_eta; ///< zeros, an amplitude per mode of the pattern
+};
+
+/// Gives a candidate of a scan the gradient and the Hessian of its score.
+/// @param table  of the pattern's density on the grid of the correlation, with second derivatives
+/// @param map    is turned to the candidate's rotation
+void completeCandidate(const DensityTable& table, RotatedMap& map, HexaustFlexibleFitConformation& candidate);
+
+#endif
