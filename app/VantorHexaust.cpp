@@ -178,7 +178,7 @@ void VantorHexaust::tellNoPoses() const {
         warn(m_workflow.m_iedm.getValue() + ": no voxel of any rotation scored above " +
              std::to_string(ElectronDensity::EPSILON) +
              ", so the solution files are empty. Check that the map holds density above the cut of "
-             "--filtersigma and that its voxel size is right.");
+             "--filtersigma, that its voxel size is right and that --sigma is not far below it.");
     }
 }
 

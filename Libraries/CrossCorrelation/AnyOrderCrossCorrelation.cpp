@@ -55,6 +55,7 @@ struct AnyOrderCrossCorrelation::PatternTransform {
 
     dft::ComplexArray spectrum;
     dft::RealToComplexPlan plan;
+    std::shared_ptr<const CorrelationPattern> pattern; ///< whose spectrum it is
 };
 
 AnyOrderCrossCorrelation::AnyOrderCrossCorrelation(double* targetEdm, std::shared_ptr<const cGrid> grid,
@@ -107,45 +108,45 @@ void AnyOrderCrossCorrelation::usePattern(std::shared_ptr<const CorrelationPatte
     m_patternChanged = true;
 }
 
-/// A model that is not moved stays for many targets: table and spectrum are made at once.
+/// A model that is not moved stays for many targets: its spectrum is made at once.
 void AnyOrderCrossCorrelation::initPatternEdm() {
     auto pattern = std::make_shared<CorrelationPattern>();
     std::vector<double> field(m_grid->getTotalSize(), 0.0);
     density().addDensity(field.data());
     pattern->density = m_density;
     pattern->spectrum = m_correlator.spectrumOf(field.data());
-    if (m_derivatives != Derivatives::None) {
-        pattern->table = m_density->tabulate(m_derivatives == Derivatives::Second);
-    }
     usePattern(std::move(pattern));
 }
 
 void AnyOrderCrossCorrelation::setTweenDof(const std::array<double, 3>& tau,
                                            const std::array<double, 3>& theta, const arma::Col<double>& eta) {
+    auto moved = std::make_shared<ElectronDensity>(density());
+    moved->setTweenDof(tau, theta, eta);
     m_tau = tau;
     m_theta = theta;
     m_eta = eta;
-    auto moved = std::make_shared<ElectronDensity>(density());
-    moved->setTweenDof(m_tau, m_theta, m_eta);
     m_density = std::move(moved);
     auto pattern = std::make_shared<CorrelationPattern>();
     pattern->density = m_density;
     usePattern(std::move(pattern));
 }
 
-/// The correlation's array serves for the density, since the next correlation overwrites it anyway.
-void AnyOrderCrossCorrelation::transformPattern() {
+/// The spectrum of the executed pattern, made here unless the pattern brought it along. The correlation's
+/// array serves for the density, since the next correlation overwrites it anyway.
+const dft::ComplexArray& AnyOrderCrossCorrelation::executedSpectrum() {
+    if (m_executedPattern->spectrum.size() > 0) {
+        return m_executedPattern->spectrum;
+    }
     if (!m_patternTransform) {
         m_patternTransform = std::make_unique<PatternTransform>(*m_grid, m_ccf.data());
     }
-    std::fill(m_ccf.begin(), m_ccf.end(), 0.0);
-    m_pattern->density->addDensity(m_ccf.data());
-    m_patternTransform->plan.execute();
-}
-
-const dft::ComplexArray& AnyOrderCrossCorrelation::executedSpectrum() const {
-    return m_executedPattern->spectrum.size() > 0 ? m_executedPattern->spectrum
-                                                  : m_patternTransform->spectrum;
+    if (m_patternTransform->pattern != m_executedPattern) {
+        std::fill(m_ccf.begin(), m_ccf.end(), 0.0);
+        m_executedPattern->density->addDensity(m_ccf.data());
+        m_patternTransform->plan.execute();
+        m_patternTransform->pattern = m_executedPattern;
+    }
+    return m_patternTransform->spectrum;
 }
 
 void AnyOrderCrossCorrelation::execute() {
@@ -167,9 +168,6 @@ void AnyOrderCrossCorrelation::correlateWithPattern() {
     ++m_revision;
     m_reader.reset();
     if (m_patternChanged) {
-        if (m_pattern->spectrum.size() == 0) {
-            transformPattern();
-        }
         m_executedPattern = m_pattern;
         m_patternChanged = false;
     }
@@ -194,7 +192,7 @@ bool AnyOrderCrossCorrelation::adoptExecution(const AnyOrderCrossCorrelation& ot
     m_eta = other.m_eta;
     m_executedPattern = other.m_executedPattern;
     m_pattern = other.m_pattern;
-    m_patternChanged = true; // its spectrum is not here
+    m_patternChanged = true; // that object may have moved on
     std::copy(other.m_ccf.begin(), other.m_ccf.end(), m_ccf.begin());
     return true;
 }

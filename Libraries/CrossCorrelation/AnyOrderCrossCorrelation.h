@@ -34,8 +34,9 @@ struct DerivativeReader;
 ///
 /// An object behaves as if execute() had filled one grid per derivative. It keeps the correlation grid, the
 /// spectrum of T and a pointer to the immutable pattern of that moment, and makes derivatives from these when
-/// they are read: by direct sums over the pattern's nodes for a few voxels, by transforms for many. So a
-/// reading is right even if T or the pattern has changed since.
+/// they are read: from the moments of the target under the atoms for very few voxels, by direct sums over a
+/// table of the pattern's nodes for a few, by transforms for many. So a reading is right even if T or the
+/// pattern has changed since.
 ///
 /// Used by one thread at a time; the grid, the modes and patterns are shared read-only. Neither copied nor
 /// moved.
@@ -208,11 +209,13 @@ private:
 
     const ElectronDensity& density();
     void correlateWithPattern();
-    void transformPattern();
-    const dft::ComplexArray& executedSpectrum() const;
+    const dft::ComplexArray& executedSpectrum();
+    bool isTabulated() const;
     const DensityTable& tableAsExecuted() const;
     bool prefersDirectSums(std::size_t shifts, std::size_t nodes) const;
     DerivativeReader& readerOfWholeGrids() const;
+    std::vector<double> derivativesOfMoments(const std::vector<std::size_t>& shifts,
+                                             const double* target) const;
     std::vector<double> derivativesByTransforms(const std::vector<std::size_t>& shifts) const;
     std::vector<double> blendTarget(const NodeBox& box, const std::vector<WeightedVoxel>& voxels,
                                     const double* target) const;
@@ -235,6 +238,8 @@ private:
     std::array<double, 3> m_tau{0.0, 0.0, 0.0};
     std::array<double, 3> m_theta{0.0, 0.0, 0.0};
     arma::Col<double> m_eta;
+    mutable DensityTable m_table; ///< of the pattern below, made when it pays
+    mutable std::shared_ptr<const CorrelationPattern> m_tabulatedPattern;
     mutable std::unique_ptr<DerivativeReader> m_reader; ///< of the last execute(), made by the first reading
 };
 

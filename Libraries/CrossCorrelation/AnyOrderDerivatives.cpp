@@ -52,17 +52,16 @@ const double* AnyOrderCrossCorrelation::targetAsExecuted() const {
     return m_reader->target.data();
 }
 
+bool AnyOrderCrossCorrelation::isTabulated() const {
+    return m_tabulatedPattern == m_executedPattern;
+}
+
 const DensityTable& AnyOrderCrossCorrelation::tableAsExecuted() const {
-    if (!m_executedPattern->table.rows.empty()) {
-        return m_executedPattern->table;
+    if (!isTabulated()) {
+        m_table = m_executedPattern->density->tabulate(m_derivatives == Derivatives::Second);
+        m_tabulatedPattern = m_executedPattern;
     }
-    if (!m_reader) {
-        m_reader = std::make_unique<DerivativeReader>();
-    }
-    if (m_reader->table.rows.empty()) {
-        m_reader->table = m_executedPattern->density->tabulate(m_derivatives == Derivatives::Second);
-    }
-    return m_reader->table;
+    return m_table;
 }
 
 /// Operations per derivative map: a multiplication and an addition per node and shift, against two transforms
@@ -83,14 +82,31 @@ std::vector<double> AnyOrderCrossCorrelation::derivativesAt(const std::vector<st
     if (!m_executedPattern || m_derivatives == Derivatives::None) {
         return std::vector<double>(shifts.size() * columns(), 0.0);
     }
-    return prefersDirectSums(shifts.size(), tableAsExecuted().nodes.size())
+    const NodeBox box = m_executedPattern->density->reachedBox();
+    return prefersDirectSums(shifts.size(), isTabulated() ? m_table.nodes.size() : box.size())
                ? derivativesAt(shifts, targetAsExecuted())
                : derivativesByTransforms(shifts);
 }
 
+/// A table costs about as many evaluations of the density as it has columns, the moments of one shift a few.
 std::vector<double> AnyOrderCrossCorrelation::derivativesAt(const std::vector<std::size_t>& shifts,
                                                             const double* target) const {
+    constexpr std::size_t evaluationsOfMoments = 4;
+    if (!isTabulated() && evaluationsOfMoments * shifts.size() <= columns()) {
+        return derivativesOfMoments(shifts, target);
+    }
     return shiftedSums(tableAsExecuted(), *m_grid, CornerField::whole(target, *m_grid), shifts);
+}
+
+std::vector<double> AnyOrderCrossCorrelation::derivativesOfMoments(const std::vector<std::size_t>& shifts,
+                                                                   const double* target) const {
+    std::vector<double> rows;
+    rows.reserve(shifts.size() * columns());
+    for (const std::size_t shift : shifts) {
+        const std::vector<double> row = weightedDerivatives({{shift, 1.0}}, target);
+        rows.insert(rows.end(), row.begin(), row.end());
+    }
+    return rows;
 }
 
 std::vector<double>

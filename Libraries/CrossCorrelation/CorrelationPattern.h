@@ -4,18 +4,15 @@
 
 #include <memory>
 
-#include "CrossCorrelation/DensityTable.h"
 #include "CrossCorrelation/ElectronDensity.h"
 #include "FFTWrapper/ComplexArray.h"
 
 /// The simulated density of one state of the model, to be correlated with any target on the same grid.
 ///
-/// Immutable once made and shared read-only: a scan that leaves the model alone needs one for all its
-/// workers. The pattern of a model that moves on at once holds the density alone; table and spectrum are then
-/// made from it by who needs them.
+/// Immutable once made and shared read-only. The pattern of a model that moves on at once holds the density
+/// alone; who needs its spectrum makes it.
 struct CorrelationPattern {
     std::shared_ptr<const ElectronDensity> density;
-    DensityTable table;         ///< density and derivatives at the nodes that the model reaches, or empty
     dft::ComplexArray spectrum; ///< unnormalised forward transform of the density on the whole grid, or empty
 };
 

@@ -5,15 +5,13 @@
 #include <memory>
 #include <vector>
 
-#include "CrossCorrelation/DensityTable.h"
 #include "FFTWrapper/RealCorssCorelationEngine.h"
 
 /// What a correlation object makes derivatives from after an execution: the target as it stood then, taken
-/// back from its spectrum, the table of a pattern that came without one, and, once whole grids are asked for,
-/// the engine that correlates the target with one map after another.
+/// back from its spectrum, and, once whole grids are asked for, the engine that correlates the target with
+/// one map after another.
 struct DerivativeReader {
     std::vector<double> target;
-    DensityTable table;
     std::vector<double> map;         ///< scratch: a map on the whole grid, zero where nobody writes
     std::vector<double> correlation; ///< its correlation with the target
     std::unique_ptr<dft::RealCorssCorelationEngine> engine;

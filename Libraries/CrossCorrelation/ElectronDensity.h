@@ -108,6 +108,7 @@ public:
     double cutoffDiameter() const { return m_cutoffDiameter; }
 
     /// Copies a field into the low corner of a larger grid and clears the rest of the target.
+    /// @throws std::length_error if the target has fewer nodes on an axis; the same for all that follow
     static void zeroPadd(const double* source, const cGrid& sourceGrid, const cGrid& targetGrid,
                          double* target);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 
 #include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/RotatedMap.h"
@@ -8,6 +9,14 @@
 #include "Math/cGrid.h"
 
 namespace {
+
+void requireLarger(const cGrid& targetGrid, const cGrid& sourceGrid) {
+    for (int axis = 0; axis < 3; ++axis) {
+        if (targetGrid.m_size[axis] < sourceGrid.m_size[axis]) {
+            throw std::length_error("zeroPadd: the target has fewer nodes than the source");
+        }
+    }
+}
 
 /// Copies the source's rows to the same (i, j, k) of the target.
 void copyRows(const double* source, const cGrid& sourceGrid, const cGrid& targetGrid, double* target) {
@@ -58,12 +67,14 @@ void requirePositions(std::size_t count) {
 
 void ElectronDensity::zeroPadd(const double* source, const cGrid& sourceGrid, const cGrid& targetGrid,
                                double* target) {
+    requireLarger(targetGrid, sourceGrid);
     std::fill_n(target, targetGrid.getTotalSize(), 0.0);
     copyRows(source, sourceGrid, targetGrid, target);
 }
 
 void ElectronDensity::zeroPadd(const std::vector<double>& source, const cGrid& sourceGrid,
                                const cGrid& targetGrid, std::vector<double>& target) {
+    requireLarger(targetGrid, sourceGrid);
     target.resize(targetGrid.getTotalSize());
     copyRows(source.data(), sourceGrid, targetGrid, target.data());
 }

@@ -23,14 +23,6 @@ void ThirdOrderCrossCorrelation::setRotationCenter(const cVector3& center) {
     usePattern(getPattern());
 }
 
-void ThirdOrderCrossCorrelation::adoptPattern(std::shared_ptr<const CorrelationPattern> pattern) {
-    if (!pattern || pattern->density->nDof() != nDof() ||
-        !(pattern->table.rows.empty() || pattern->table.hasHessian)) {
-        throw std::invalid_argument("ThirdOrderCrossCorrelation: the pattern has other derivatives");
-    }
-    usePattern(std::move(pattern));
-}
-
 void ThirdOrderCrossCorrelation::execute(cInfo& info) {
     announce(info);
     execute();

@@ -26,12 +26,6 @@ public:
     /// Moves the centre that small rotations turn about; initPatternEdm() must follow.
     void setRotationCenter(const cVector3& center);
 
-    /// Takes over the pattern of another object on the same grid in the same state, in place of evaluating
-    /// it.
-    /// @throws std::invalid_argument for no pattern, or one of other degrees of freedom or without second
-    /// derivatives
-    void adoptPattern(std::shared_ptr<const CorrelationPattern> pattern);
-
     using AnyOrderCrossCorrelation::execute;
 
     /// The same, announced by a title line of the report.

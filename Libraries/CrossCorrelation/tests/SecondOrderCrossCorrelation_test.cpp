@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CrossCorrelation/SecondOrderCrossCorrelation.h"
 
+#include <initializer_list>
 #include <numeric>
 #include <stdexcept>
 
+#include "CrossCorrelation/FirstOrderCrossCorrelation.h"
+#include "IO/cInfo.h"
 #include "orderScene.h"
 
 namespace {
@@ -230,9 +233,36 @@ TEST_P(SoftMaximumGradient, IsTheSameBeforeAndAfterOtherReadings) {
 
 INSTANTIATE_TEST_SUITE_P(Beta, SoftMaximumGradient, testing::Values(0.5, 3.0, 20.0, 10000.0));
 
-TEST(SecondOrderCrossCorrelation, ItsPatternIsNoneForTheThirdOrder) {
-    Scene scene;
-    EXPECT_THROW(scene.third.adoptPattern(scene.correlation.getPattern()), std::invalid_argument);
+TEST(SecondOrderCrossCorrelation, ExecutesAnAdoptedPatternOnANewTarget) {
+    for (const bool hasMovedBefore : {false, true}) {
+        const TestModel model(1);
+        std::vector<double> target = noise(model.grid->getTotalSize(), 5);
+        SecondOrderCrossCorrelation adopting(target.data(), model.grid, model.positions, model.sigma,
+                                             model.engine, true);
+        SecondOrderCrossCorrelation moving(target.data(), model.grid, model.positions, model.sigma,
+                                           model.engine, true);
+        FirstOrderCrossCorrelation other(target.data(), model.grid, model.positions, model.sigma,
+                                         model.engine, true);
+        if (hasMovedBefore) {
+            adopting.setTweenDof({0.5, 0.1, 0.1}, {0.1, 0.1, 0.1}, {0.1});
+        }
+        adopting.execute();
+        for (AnyOrderCrossCorrelation* each :
+             std::initializer_list<AnyOrderCrossCorrelation*>{&other, &moving}) {
+            each->setTweenDof({0.1, 0.1, 0.1}, {0.1, 0.1, 0.1}, {0.1});
+            each->execute();
+        }
+        ASSERT_TRUE(adopting.adoptExecution(other));
+        for (double& value : target) {
+            value *= -0.5;
+        }
+        cInfo info(80);
+        testing::internal::CaptureStdout();
+        adopting.execute(info);
+        moving.execute(info);
+        testing::internal::GetCapturedStdout();
+        EXPECT_EQ(adopting.getCorrelation(), moving.getCorrelation());
+    }
 }
 
 TEST(SecondOrderCrossCorrelation, ExecutionNeedsAPattern) {

@@ -218,18 +218,6 @@ TEST(ThirdOrderCrossCorrelation, AnnouncesAnExecutionThatIsReported) {
     EXPECT_GT(scene.correlation.getMaximum(), 0.0);
 }
 
-TEST(ThirdOrderCrossCorrelation, SharesThePatternOfAnotherObject) {
-    Scene scene;
-    std::vector<double> target = scene.target;
-    ThirdOrderCrossCorrelation other(target.data(), scene.model.grid, scene.model.positions,
-                                     scene.model.sigma, scene.model.engine, false);
-    other.adoptPattern(scene.correlation.getPattern());
-    other.execute();
-    scene.correlation.execute();
-    EXPECT_EQ(other.getCorrelation(), scene.correlation.getCorrelation());
-    EXPECT_THROW(other.adoptPattern(nullptr), std::invalid_argument);
-}
-
 TEST(ThirdOrderCrossCorrelation, MaximumWithDerivativesIsThatOfTheFirstBestVoxel) {
     Scene scene;
     scene.correlation.execute();
@@ -324,20 +312,42 @@ TEST(ThirdOrderCrossCorrelation, ASecondExecutionDoesNotTakeThePatternAgain) {
     EXPECT_TRUE(scene.correlation.isPatternChanged());
 }
 
-TEST(ThirdOrderCrossCorrelation, APatternOfAMovedModelIsAdoptedInItsState) {
-    Scene scene;
-    std::vector<double> target = scene.target;
-    ThirdOrderCrossCorrelation other(target.data(), scene.model.grid, scene.model.positions,
-                                     scene.model.sigma, scene.model.engine, false);
-    scene.correlation.setTweenDof({1.0, 0.0, 0.0}, {0.0, 0.2, 0.0}, {});
-    other.adoptPattern(scene.correlation.getPattern());
-    other.execute();
+TEST(ThirdOrderCrossCorrelation, DerivativesOfAVoxelAreTheSameWithAndWithoutATableOfThePattern) {
+    Scene scene(2);
     scene.correlation.execute();
-    EXPECT_EQ(other.getCorrelation(), scene.correlation.getCorrelation());
-    const auto [gradient, hessian] = other.getGradAndHessian(50);
-    const auto [expectedGradient, expectedHessian] = scene.correlation.getGradAndHessian(50);
-    EXPECT_TRUE(arma::approx_equal(gradient, expectedGradient, "absdiff", 0.0));
-    EXPECT_TRUE(arma::approx_equal(hessian, expectedHessian, "absdiff", 0.0));
+    const auto [gradient, hessian] = scene.correlation.getGradAndHessian(50);
+    const auto all = scene.correlation.getAllConformations(400);
+    const auto [gradientOfTable, hessianOfTable] = scene.correlation.getGradAndHessian(50);
+    ASSERT_EQ(all.size(), 400U);
+    EXPECT_TRUE(arma::approx_equal(gradient, gradientOfTable, "absdiff",
+                                   tolerance * arma::abs(gradientOfTable).max()));
+    EXPECT_TRUE(
+        arma::approx_equal(hessian, hessianOfTable, "absdiff", tolerance * arma::abs(hessianOfTable).max()));
+}
+
+TEST(ThirdOrderCrossCorrelation, ATableIsOfThePatternThatWasExecuted) {
+    Scene scene;
+    scene.correlation.execute();
+    const auto stays = scene.correlation.getAllConformations(400);
+    scene.correlation.setTweenDof({1.0, 0.0, 0.0}, {0.0, 0.2, 0.0}, {});
+    const auto same = scene.correlation.getAllConformations(400);
+    EXPECT_TRUE(arma::approx_equal(same[0].m_gradient, stays[0].m_gradient, "absdiff", 0.0));
+    scene.correlation.execute();
+    const auto moved = scene.correlation.getAllConformations(400);
+    scene.density.setTweenDof({1.0, 0.0, 0.0}, {0.0, 0.2, 0.0}, {});
+    const PlainGrids plain(scene.model, scene.density, scene.target);
+    const auto s = scene.model.grid->indexToFlatIndex(moved[0].m_i, moved[0].m_j, moved[0].m_k);
+    expectDerivatives(plain, s, moved[0].m_gradient, moved[0].m_hessian);
+}
+
+TEST(ThirdOrderCrossCorrelation, AMoveThatFailsLeavesTheStateAsItWas) {
+    Scene scene(1);
+    scene.correlation.execute();
+    EXPECT_ANY_THROW(scene.correlation.setTweenDof({5.0, 0.0, 0.0}, {0.0, 0.0, 0.0}, arma::zeros(7)));
+    LimitedSizeSet<HexaustFlexibleFitConformation> set(1);
+    scene.correlation.addConformations(set, 0.0, 0.0, 0.0);
+    EXPECT_EQ(set.last().m_ddx, 0.0);
+    EXPECT_EQ(set.last().m_eta.n_elem, 1U);
 }
 
 TEST(ThirdOrderCrossCorrelation, SoftMaximumOfALonePeakIsThePeakWithItsGradient) {
@@ -509,7 +519,7 @@ TEST(ShiftedSums, EqualTheDirectSumOverAllVoxels) {
     const DensityTable table = model.density().tabulate();
     const std::vector<double> target = noise(model.grid->getTotalSize(), 2);
     const std::vector<std::size_t> shifts{0, 5, 400, model.grid->getTotalSize() - 1};
-    const std::vector<double> sums = 
+    const std::vector<double> sums =
         shiftedSums(table, *model.grid, CornerField::whole(target.data(), *model.grid), shifts);
     const std::size_t columns = table.columns() - 1;
     ASSERT_EQ(sums.size(), shifts.size() * columns);
