@@ -3,16 +3,20 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
 #include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/fccf.h"
+#include "Interpolation/TrilinearSampler.h"
 #include "Interpolation/lerp.h"
+#include "Math/RotatedLattice.h"
 #include "Math/cGrid.h"
 #include "Math/cMatrix33.h"
 #include "benchmarks/BenchmarkModel.h"
+#include "benchmarks/TransformPair.h"
 
 namespace {
 
@@ -46,6 +50,48 @@ void rotateNonZeroPadded(benchmark::State& state) {
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(map.size()));
 }
+
+double threadMilliseconds() {
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return 1e3 * static_cast<double>(t.tv_sec) + 1e-6 * static_cast<double>(t.tv_nsec);
+}
+
+/// The rows of a map rotated another way each time, in turn with a pair of transforms of the padded grid,
+/// which leaves the caches as a scan finds them. `pairs` is the ratio of their times.
+void sampleRows(benchmark::State& state) {
+    const auto edge = static_cast<unsigned int>(state.range(0));
+    const auto grid = BenchmarkModel::makeGrid(mapEdge(edge));
+    const unsigned int n = grid->m_size[0];
+    const std::vector<double> map = noiseField(grid->getTotalSize());
+    const lerp::TrilinearSampler sampler(*grid, map);
+    TransformPair pair(static_cast<int>(edge), std::vector<double>(std::size_t{edge} * edge * edge, 0.5));
+    std::vector<double> values(map.size());
+    double sampling = 0.0, transforms = 0.0, turn = 0.0;
+    for ([[maybe_unused]] const auto iteration : state) {
+        turn += 1.0;
+        const RotatedLattice lattice(*grid, cMatrix33::rotationXYZ(turn, 0.37 * turn, 2.3 * turn),
+                                     0.5 * (grid->m_box.m_min + grid->m_box.m_max));
+        const double start = threadMilliseconds();
+        pair.execute();
+        const double middle = threadMilliseconds();
+        for (unsigned int row = 0; row < n * n; ++row) {
+            sampler.sampleRow(lattice.rowStart(row / n, row % n), lattice.rowStep(), n,
+                              values.data() + std::size_t{row} * n);
+        }
+        sampling += threadMilliseconds() - middle;
+        transforms += middle - start;
+        const unsigned int i = n / 2, j = n / 3, k = n / 4;
+        if (values[grid->indexToFlatIndex(i, j, k)] != sampler(lattice(i, j, k))) {
+            state.SkipWithError("not the values of the points one by one");
+            break;
+        }
+    }
+    state.counters["sample_ms"] = benchmark::Counter(sampling, benchmark::Counter::kAvgIterations);
+    state.counters["pairs"] = sampling / transforms;
+}
+
+BENCHMARK(sampleRows)->Arg(64)->Arg(128)->Arg(256)->Unit(benchmark::kMillisecond);
 
 BENCHMARK(rotateNonZeroPadded)->Arg(64)->Arg(128)->Unit(benchmark::kMillisecond);
 

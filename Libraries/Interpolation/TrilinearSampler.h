@@ -5,61 +5,35 @@
 #include "Math/cGrid.h"
 #include "Math/cVector3.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <vector>
 
 namespace lerp {
 
-/// A field on a grid, read at any point by trilinear interpolation:
-///   q = p inv - q0 per axis, inv = 1 / cell, q0 = m_min inv,
-///   value = sum over the 8 corners of f times the weights (1 - fx) or fx, (1 - fy) or fy, (1 - fz) or fz,
-/// with i = truncate(q.x), i1 = min(i + 1, nx - 1), fx = q.x - i, and likewise along y and z. A point that
-/// the grid's box (m_min to m_max) does not strictly contain gives 0.
+/// A field on a grid, read at any point by trilinear interpolation. Per axis of n nodes, with inv = 1 / cell,
+///   q = p inv - m_min inv,  i = truncate(q) held within 0 .. n - 2,  t = min(q - i, 1),
+/// and the values of the nodes i and i + 1 are merged as a + t (b - a), along x, then y, then z. An axis of
+/// one node is its own neighbour. A point that the grid's box (m_min to m_max) does not strictly contain
+/// gives 0.
 ///
-/// The cell of a point and the last bit of its value hang on the order of these operations. It is written
-/// here only, so that lerp3d and kernels that rotate and sample in one go give the same bits.
+/// The cell of a point and the last bit of its value hang on the order of these operations. lerp3d and
+/// kernels that rotate and sample in one go take them from here, so all give the same bits.
 ///
 /// The field is not owned and must not move. It holds grid.getTotalSize() doubles, which is not checked.
 class TrilinearSampler {
 public:
-    TrilinearSampler(const cGrid& grid, const double* f)
-        : m_f(f)
-        , m_min(grid.m_box.m_min)
-        , m_max(grid.m_box.m_max)
-        , m_inverseCell(1 / grid.m_cellDim.x, 1 / grid.m_cellDim.y, 1 / grid.m_cellDim.z)
-        , m_origin((grid.m_box.m_min + 0.0 * grid.m_cellDim) * m_inverseCell)
-        , m_last(static_cast<double>(grid.m_size[0]) - 1, static_cast<double>(grid.m_size[1]) - 1,
-                 static_cast<double>(grid.m_size[2]) - 1)
-        , m_ny(grid.m_size[1])
-        , m_nz(grid.m_size[2]) {
-        if (grid.getTotalSize() == 0) {
-            m_max = m_min; // no node, so no point is inside
-        }
-    }
+    TrilinearSampler(const cGrid& grid, const double* f);
     TrilinearSampler(const cGrid& grid, const std::vector<double>& f) : TrilinearSampler(grid, f.data()) {}
 
     /// The field at p.
     double operator()(const cVector3& p) const {
-        if (!(m_min < p && p < m_max)) {
+        if (m_isEmpty || !isInside(p)) {
             return 0.0;
         }
-        const cVector3 q = p * m_inverseCell - m_origin;
-        const Neighbours x(q.x, m_last.x), y(q.y, m_last.y), z(q.z, m_last.z);
-        const double* const row00 = row(x.lower, y.lower);
-        const double* const row01 = row(x.lower, y.upper);
-        const double* const row10 = row(x.upper, y.lower);
-        const double* const row11 = row(x.upper, y.upper);
-        const double weight00 = (1 - x.fraction) * (1 - y.fraction);
-        const double weight01 = (1 - x.fraction) * y.fraction;
-        const double weight10 = x.fraction * (1 - y.fraction);
-        const double weight11 = x.fraction * y.fraction;
-        const double below = 1 - z.fraction;
-        const double above = z.fraction;
-        return row00[z.lower] * (weight00 * below) + row00[z.upper] * (weight00 * above) +
-               row01[z.lower] * (weight01 * below) + row01[z.upper] * (weight01 * above) +
-               row10[z.lower] * (weight10 * below) + row10[z.upper] * (weight10 * above) +
-               row11[z.lower] * (weight11 * below) + row11[z.upper] * (weight11 * above);
+        const Place x = m_x.placeOf(p.x), y = m_y.placeOf(p.y), z = m_z.placeOf(p.z);
+        const double* const f = m_f + static_cast<std::size_t>(flatIndex(x.cell, y.cell, z.cell));
+        return merge(mergeXY(f, x.fraction, y.fraction), mergeXY(f + m_z.toUpper, x.fraction, y.fraction),
+                     z.fraction);
     }
 
     /// The field at the n points start + k step, k = 0 .. n - 1, each bit for bit what operator() gives: the
@@ -67,37 +41,84 @@ public:
     void sampleRow(const cVector3& start, const cVector3& step, unsigned int n, double* out) const;
 
 private:
-    /// The range of k outside which no point of a row can lie inside the box, widened by one on either side.
+    /// The cell of a coordinate, a whole number, and the way from its lower to its upper node.
+    struct Place {
+        double cell, fraction;
+    };
+
+    struct Axis {
+        double min, max; ///< the open box
+        double inverseCell;
+        double origin;   ///< q of node 0
+        double lastCell; ///< n - 2, but 0 for one node
+        double stride;   ///< from one node to the next in the flat order
+        std::ptrdiff_t
+            toUpper; ///< from the lower to the upper node of a cell: the stride, but 0 for one node
+
+        Axis(const cGrid& grid, int axis);
+
+        bool isInside(double p) const { return (min < p) & (p < max); }
+
+        double inCells(double p) const { return p * inverseCell - origin; }
+
+        /// Whether p lies in a cell of the grid by mere truncation.
+        bool isOnGrid(double p) const {
+            const double q = inCells(p);
+            return (-1.0 < q) & (q < lastCell + 1.0);
+        }
+
+        /// The place of a coordinate that isOnGrid().
+        Place placeOnGrid(double p) const {
+            const double q = inCells(p);
+            const double cell = static_cast<double>(static_cast<int>(q));
+            return {cell, q - cell};
+        }
+
+        /// The place of any coordinate. The clamps hold those that only rounding, a nominal m_max beyond the
+        /// last node or a cell that is not finite puts off the grid; not-a-number goes to cell 0.
+        Place placeOf(double p) const {
+            const double q = inCells(p);
+            const double capped = lastCell < q ? lastCell : q;
+            const double cell = static_cast<double>(static_cast<int>(0.0 < capped ? capped : 0.0));
+            const double fraction = q - cell;
+            return {cell, 1.0 < fraction ? 1.0 : fraction};
+        }
+    };
+
+    bool isInside(const cVector3& p) const {
+        return m_x.isInside(p.x) & m_y.isInside(p.y) & m_z.isInside(p.z);
+    }
+
+    /// cGrid::indexToFlatIndex; exact, as all three are whole numbers.
+    double flatIndex(double x, double y, double z) const { return x * m_x.stride + y * m_y.stride + z; }
+
+    static double merge(double lower, double upper, double fraction) {
+        return lower + fraction * (upper - lower);
+    }
+
+    /// The four nodes around a point in the layer of f, its lowest.
+    double mergeXY(const double* f, double x, double y) const {
+        const double* const g = f + m_x.toUpper;
+        return merge(merge(f[0], g[0], x), merge(f[m_y.toUpper], g[m_y.toUpper], x), y);
+    }
+
     struct Range {
         unsigned int begin, end;
     };
+    /// The points of a row that lie inside the box. Every coordinate of start + k step grows or falls with k
+    /// even when rounded, so they have no gap.
     Range insideRange(const cVector3& start, const cVector3& step, unsigned int n) const;
 
-    /// The two nodes around a coordinate in units of the cell.
-    struct Neighbours {
-        int lower, upper;
-        double fraction;
-
-        /// The clamp holds coordinates that only rounding, a nominal m_max beyond the last node or a cell
-        /// that is not finite puts off the grid; its order of arguments turns not-a-number into 0.
-        Neighbours(double q, double last)
-            : lower(static_cast<int>(std::max(0.0, std::min(q, last))))
-            , upper(std::min(lower + 1, static_cast<int>(last)))
-            , fraction(q - lower) {}
-    };
-
-    /// The nodes (i, j, 0), (i, j, 1), ...; cGrid::indexToFlatIndex without its last term.
-    const double* row(int i, int j) const {
-        return m_f + static_cast<std::size_t>(
-                         (static_cast<unsigned int>(i) * m_ny + static_cast<unsigned int>(j)) * m_nz);
+    /// Whether sampleOnGrid() may take p.
+    bool isOnGrid(const cVector3& p) const {
+        return m_hasPairs && m_x.isOnGrid(p.x) && m_y.isOnGrid(p.y) && m_z.isOnGrid(p.z);
     }
+    void sampleOnGrid(const cVector3& start, const cVector3& step, Range range, double* out) const;
 
     const double* m_f;
-    cVector3 m_min, m_max;
-    cVector3 m_inverseCell;
-    cVector3 m_origin; ///< q0, node (0, 0, 0) in units of the cell
-    cVector3 m_last;   ///< n - 1 per axis
-    unsigned int m_ny, m_nz;
+    Axis m_x, m_y, m_z;
+    bool m_isEmpty;
+    bool m_hasPairs; ///< two nodes or more along z, and no flat index beyond an int
 };
 
 } // namespace lerp

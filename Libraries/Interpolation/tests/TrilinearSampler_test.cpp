@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Interpolation/TrilinearSampler.h"
 
+#include <algorithm>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -27,8 +28,9 @@ std::vector<double> noise(std::size_t size) {
     return field;
 }
 
-TEST(TrilinearSampler, RowsOfRotatedLatticesEqualThePointsOneByOneBitForBit) {
-    const cGrid grid = gridOf(7, 9, 13);
+/// Every row of the grid's own nodes after each of some rotations, from a sampler, against its points one by
+/// one.
+void expectRowsEqualPoints(const cGrid& grid) {
     const std::vector<double> field = noise(grid.getTotalSize());
     const lerp::TrilinearSampler sampler(grid, field);
     const cVector3 center = 0.5 * (grid.m_box.m_min + grid.m_box.m_max);
@@ -36,17 +38,74 @@ TEST(TrilinearSampler, RowsOfRotatedLatticesEqualThePointsOneByOneBitForBit) {
     const double angles[][3] = {{0.0, 0.0, 0.0},         {quarter, 0.0, 0.0},   {0.0, quarter, 0.0},
                                 {0.0, 0.0, 2 * quarter}, {0.3, -1.1, 2.2},      {-2.9, 0.7, 0.01},
                                 {1e-9, 0.0, 0.0},        {quarter, quarter, 0}, {0.5, 0.5, 0.5}};
+    const unsigned int nz = grid.m_size[2];
+    std::vector<double> row(nz + 1);
     for (const auto& a : angles) {
         const RotatedLattice lattice(grid, cMatrix33::rotationXYZ(a[0], a[1], a[2]), center);
-        for (unsigned int i = 0; i < 7; ++i) {
-            for (unsigned int j = 0; j < 9; ++j) {
-                std::vector<double> row(13, 5.0);
-                sampler.sampleRow(lattice.rowStart(i, j), lattice.rowStep(), 13, row.data());
-                for (unsigned int k = 0; k < 13; ++k) {
-                    EXPECT_EQ(row[k], sampler(lattice(i, j, k))) << i << ", " << j << ", " << k;
+        for (unsigned int i = 0; i < grid.m_size[0]; ++i) {
+            for (unsigned int j = 0; j < grid.m_size[1]; ++j) {
+                std::fill(row.begin(), row.end(), 5.0);
+                sampler.sampleRow(lattice.rowStart(i, j), lattice.rowStep(), nz, row.data());
+                for (unsigned int k = 0; k < nz; ++k) {
+                    ASSERT_EQ(row[k], sampler(lattice(i, j, k))) << i << ", " << j << ", " << k;
                 }
+                ASSERT_EQ(row[nz], 5.0);
             }
         }
+    }
+}
+
+TEST(TrilinearSampler, RowsOfRotatedLatticesEqualThePointsOneByOneBitForBit) {
+    expectRowsEqualPoints(gridOf(7, 9, 13));
+    expectRowsEqualPoints(gridOf(3, 2, 301)); // several chunks
+}
+
+TEST(TrilinearSampler, RowsThroughAxesOfOneNodeEqualThePoints) {
+    for (int axis = 0; axis < 3; ++axis) {
+        unsigned int size[3] = {4, 5, 6};
+        size[axis] = 1;
+        cGrid grid = gridOf(size[0], size[1], size[2]);
+        grid.m_cellDim[axis] = 2.0;
+        expectRowsEqualPoints(grid);
+    }
+}
+
+TEST(TrilinearSampler, RowsThatLeaveTheLastNodeInANominalBoxEqualThePoints) {
+    cGrid grid = gridOf(4, 5, 6);
+    grid.m_box.m_max += cVector3(3.0, 2.0, 4.0);
+    expectRowsEqualPoints(grid);
+}
+
+TEST(TrilinearSampler, BeyondTheLastNodeOfANominalBoxIsTheLastNode) {
+    cGrid grid = gridOf(4, 5, 6);
+    const cVector3 corner = grid.m_box.m_max;
+    grid.m_box.m_max += cVector3(3.0, 2.0, 4.0);
+    std::vector<double> field(grid.getTotalSize(), 0.0);
+    field.back() = 0.7;
+    EXPECT_EQ(lerp::TrilinearSampler(grid, field)(corner + cVector3(0.5, 0.25, 2.0)), 0.7);
+}
+
+TEST(TrilinearSampler, EqualsTheWeightedSumOfTheEightCorners) {
+    const cGrid grid = gridOf(4, 5, 6);
+    const std::vector<double> field = noise(grid.getTotalSize());
+    const lerp::TrilinearSampler sampler(grid, field);
+    std::mt19937 random(4);
+    std::uniform_real_distribution<double> way(0.0, 1.0);
+    for (int trial = 0; trial < 300; ++trial) {
+        const int cell[3] = {trial % 3, trial % 4, trial % 5};
+        const double fraction[3] = {way(random), way(random), way(random)};
+        double sum = 0.0;
+        for (int corner = 0; corner < 8; ++corner) {
+            const int upper[3] = {corner >> 2, corner >> 1 & 1, corner & 1};
+            double weight = 1.0;
+            for (int axis = 0; axis < 3; ++axis) {
+                weight *= upper[axis] ? fraction[axis] : 1.0 - fraction[axis];
+            }
+            sum += weight *
+                   field[grid.indexToFlatIndex(cell[0] + upper[0], cell[1] + upper[1], cell[2] + upper[2])];
+        }
+        const cVector3 q(cell[0] + fraction[0], cell[1] + fraction[1], cell[2] + fraction[2]);
+        EXPECT_NEAR(sampler(grid.m_box.m_min + q * grid.m_cellDim), sum, 1e-14); // corners up to 1
     }
 }
 
