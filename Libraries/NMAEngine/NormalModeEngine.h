@@ -67,18 +67,30 @@ public:
     void buildCAProlongationMatrix(const std::vector<double>& masses, const std::vector<int>& blockIds);
 
     /// Diagonalises, leaves out the near-zero eigenpairs, and fills modes, eigenvalues and block motions.
-    /// Of a covariance in place of a network the largest eigenvalues come first and their inverses are kept.
+    ///
+    /// In a system without a network the eigenvalues are those of a covariance, nothing is left out, and
+    /// m_eigenvalues are their inverses. The system's covariance gives its largest eigenvalues first, and so
+    /// do projected frames if the system has no covariance; if it has one, the largest that they give come
+    /// in ascending order. Beside a network, eigenvalues of projected frames are kept as they are.
+    /// @throws std::out_of_range  "Mat::operator(): index out of bounds", if fewer than m_nModes pairs remain
     void performNMA();
 
-    /// Eigenpairs of the reduced matrix, ascending: of P^T H P the m_nModes + m_nRigidModes of smallest
-    /// magnitude, to a relative tolerance of 0.01; of P^T C P, C being a covariance, all.
-    /// Each eigenvalue is reported to m_info.
+    /// Eigenpairs of the reduced problem, each eigenvalue reported to m_info.
+    /// - Of projected frames (m_projections), those of their covariance sum_k p_k p_k^T: the m_nModes
+    ///   largest, or as many of them as converge, descending. The covariance isn't formed: SymEigsSolver
+    ///   works on 2 m_nModes dimensions, from a start vector of the matrix library's random generator. No
+    ///   system is needed.
+    /// - Otherwise of the system's network, P^T H P: the m_nModes + m_nRigidModes of smallest magnitude,
+    ///   ascending, to a relative tolerance of 0.01.
+    /// - Otherwise of the system's covariance, P^T C P: all, ascending.
     /// @param eigenvectors  cols() rows, a column per eigenvalue
-    /// @throws std::logic_error    without a system; "eigs_sym(): n_eigvals + 1 must be less than the number
-    /// of rows in the
-    ///                             matrix"; or if the system holds neither a network nor a covariance; or for
-    ///                             projected frames, whose covariance needs a solver that isn't there yet
-    /// @throws std::runtime_error  "eigs_sym(): failed to converge"
+    /// @throws std::invalid_argument  for projected frames and no modes or 2 m_nModes > cols(), as
+    ///                                SymEigsSolver
+    /// @throws std::length_error      if a projected frame hasn't cols() entries
+    /// @throws std::logic_error       if a projected frame isn't finite; without a system; for a system with
+    ///                                neither a network nor a covariance; "eigs_sym(): n_eigvals + 1 must be
+    ///                                less than the number of rows in the matrix"
+    /// @throws std::runtime_error     "eigs_sym(): failed to converge"
     void diagonalize(arma::Col<double>& eigenvalues, arma::Mat<double>& eigenvectors) const;
 
     /// @return 3 x m_nModes, the displacement of one atom per unit amplitude of each mode
@@ -131,6 +143,7 @@ public:
 
 private:
     const System& system() const;
+    void solveProjections(arma::Col<double>& eigenvalues, arma::Mat<double>& eigenvectors) const;
     void solveNetwork(arma::Col<double>& eigenvalues, arma::Mat<double>& eigenvectors) const;
     void solveCovariance(arma::Col<double>& eigenvalues, arma::Mat<double>& eigenvectors) const;
     void setBlockMotions(const arma::Mat<double>& eigenvectors, const arma::uvec& columns);

@@ -5,10 +5,12 @@
 #include "IO/cInfo.h"
 #include "Math/cMatrix33.h"
 #include "Mechanics/System.h"
+#include "NMAEngine/SymEigsSolver.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -94,12 +96,15 @@ void NormalModeEngine::performNMA() {
     diagonalize(eigenvalues, eigenvectors);
 
     const bool isNetwork = m_system->m_hessian != nullptr;
+    // Deliberate: a covariance in the system reverses the pairs of projected frames too, which come largest
+    // first and end smallest first.
+    const bool reversed = !isNetwork && m_system->m_covariance;
     m_firstMode = isNetwork ? countBeforeGap(eigenvalues) : 0;
     if (m_nModes > 0 && m_firstMode + m_nModes > eigenvalues.n_elem)
         throw std::out_of_range("Mat::operator(): index out of bounds");
     arma::uvec columns(m_nModes);
     for (arma::uword mode = 0; mode < m_nModes; ++mode)
-        columns[mode] = isNetwork ? m_firstMode + mode : eigenvectors.n_cols - 1 - mode;
+        columns[mode] = reversed ? eigenvectors.n_cols - 1 - mode : m_firstMode + mode;
 
     setBlockMotions(eigenvectors, columns);
     m_modes = m_prolongation * Matrix(eigenvectors.cols(columns));
@@ -129,9 +134,8 @@ void NormalModeEngine::setBlockMotions(const arma::Mat<double>& eigenvectors, co
 
 void NormalModeEngine::diagonalize(arma::Col<double>& eigenvalues, arma::Mat<double>& eigenvectors) const {
     if (!m_projections.empty())
-        throw std::logic_error(
-            "NormalModeEngine: modes of the frames of a trajectory are not supported in this version");
-    if (system().m_hessian)
+        solveProjections(eigenvalues, eigenvectors);
+    else if (system().m_hessian)
         solveNetwork(eigenvalues, eigenvectors);
     else
         solveCovariance(eigenvalues, eigenvectors);
@@ -142,6 +146,24 @@ void NormalModeEngine::diagonalize(arma::Col<double>& eigenvalues, arma::Mat<dou
         const std::string label = " Eigenvalue " + std::to_string(i) + " ";
         m_info->printInfo(label.c_str(), eigenvalues[i], nullptr);
     }
+}
+
+/// The largest pairs of the covariance of the projected frames, which is never formed.
+void NormalModeEngine::solveProjections(arma::Col<double>& eigenvalues,
+                                        arma::Mat<double>& eigenvectors) const {
+    for (const Vector& projection : m_projections)
+        if (projection.n_elem != cols())
+            throw std::length_error("NormalModeEngine: a projected frame has " +
+                                    std::to_string(projection.n_elem) + " entries, expected " +
+                                    std::to_string(cols()));
+    constexpr unsigned int most = std::numeric_limits<int>::max() / 2; // far above what the solver takes
+    const int nev = static_cast<int>(std::min(m_nModes, most));
+    SymEigsSolver<double, 3, NormalModeEngine> solver(this, nev, 2 * nev);
+    const Vector start = arma::randu<Vector>(cols()) - 0.5;
+    solver.init(start.memptr());
+    solver.compute();
+    eigenvalues = solver.eigenvalues();
+    eigenvectors = solver.eigenvectors(nev);
 }
 
 /// The lowest pairs of P^T H P, ascending.

@@ -300,14 +300,6 @@ TEST(NormalModeEngineSolve, NoSystemIsAnError) {
     EXPECT_THROW(engine.getBlockMasses({0}, masses), std::logic_error);
 }
 
-TEST(NormalModeEngineSolve, ProjectedFramesAreAnError) {
-    NormalModeEngine engine(1);
-    engine.m_projections.emplace_back(6, arma::fill::ones);
-    Vector e;
-    Matrix u;
-    EXPECT_THROW(engine.diagonalize(e, u), std::logic_error);
-}
-
 TEST(NormalModeEngineSolve, BlocksOfAnotherModelAreAnError) {
     BlockModel model(24);
     const auto system = model.network();
