@@ -82,12 +82,13 @@ PlaneTransform::PlaneTransform(int rows, int columns, int filledRows)
     , m_joined(batchSize * m_columns)
     , m_transformed(batchSize * m_columns)
     , m_half((m_rows + 1) * m_halfStride)
+    , m_spectrum(m_rows * m_halfStride)
     , m_forward(makeRowPlans(ComplexBatchPlan::Sign::Forward))
     , m_backward(makeRowPlans(ComplexBatchPlan::Sign::Backward))
     , m_columnsForward(columnsOf(m_rows, m_halfRow, m_halfStride), ComplexBatchPlan::Sign::Forward,
-                       m_half.data(), m_half.data())
+                       m_half.data(), m_spectrum.data())
     , m_columnsBackward(columnsOf(m_rows, m_halfRow, m_halfStride), ComplexBatchPlan::Sign::Backward,
-                        m_half.data(), m_half.data()) {}
+                        m_spectrum.data(), m_half.data()) {}
 
 PlaneTransform::RowPlans PlaneTransform::makeRowPlans(ComplexBatchPlan::Sign sign) {
     RowPlans plans;

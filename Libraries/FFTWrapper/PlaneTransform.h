@@ -29,8 +29,8 @@ public:
     /// Pairs in a row of the half spectrum: n_k / 2 + 1.
     std::size_t halfRowSize() const { return m_halfRow; }
 
-    /// Row j of the half spectrum.
-    double (*halfRow(std::size_t j))[2] { return m_half.data() + j * m_halfStride; }
+    /// Row j of the half spectrum: what forward() left and what inverse() starts from.
+    double (*spectrumRow(std::size_t j))[2] { return m_spectrum.data() + j * m_halfStride; }
 
     /// Half spectrum, times 2, of the plane that the source writes.
     /// @param fillRow  fillRow(j, row) writes n_k numbers, for j = 0 .. filledRows - 1 in this order
@@ -53,7 +53,7 @@ public:
         transformColumnsForward();
     }
 
-    /// Unscaled plane of the half spectrum, which is destroyed, times a factor.
+    /// Unscaled plane of the half spectrum, times a factor.
     /// @param takeRow  takeRow(j, row) reads n_k numbers, for j = 0 .. n_j - 1 in this order
     template <class TakeRow>
     void inverse(double factor, TakeRow&& takeRow) {
@@ -78,6 +78,7 @@ private:
     using RowPlans = std::vector<std::unique_ptr<ComplexBatchPlan>>; ///< by the number of rows, less 1
 
     RowPlans makeRowPlans(ComplexBatchPlan::Sign sign);
+    double (*halfRow(std::size_t j))[2] { return m_half.data() + j * m_halfStride; }
     void joinRows(std::size_t slot);
     void transformRows(const RowPlans& plans, std::size_t realRows);
     void separateRows(std::size_t begin, std::size_t end);
@@ -93,7 +94,9 @@ private:
     std::size_t m_halfStride;
     std::vector<double> m_first, m_second; ///< a pair of real rows
     ComplexArray m_joined, m_transformed;  ///< batchSize complex rows before and after their transform
-    ComplexArray m_half;                   ///< n_j rows, and a row of zeros to pair the last of an odd number
+    ComplexArray m_half; ///< between rows and columns; and a row of zeros to pair the last of an odd number
+    ComplexArray
+        m_spectrum; ///< beyond the columns: in place their transform would be slower for many lengths
     RowPlans m_forward, m_backward;
     ComplexBatchPlan m_columnsForward, m_columnsBackward;
 };

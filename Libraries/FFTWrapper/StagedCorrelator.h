@@ -45,6 +45,7 @@ public:
         for (std::size_t i = 0; i < m_filled[0]; ++i) {
             m_plane.forward([&](std::size_t j, double* row) {
                 fillRow(i, j, row);
+                prefetchToStore(i, j);
                 std::fill(row + m_filled[2], row + m_size[2], 0.0);
             });
             storePlane(m_plane, i);
@@ -62,7 +63,10 @@ public:
     void readResult(TakeRow&& takeRow) {
         for (std::size_t i = 0; i < m_size[0]; ++i) {
             loadPlane(i);
-            m_plane.inverse(m_scale, [&](std::size_t j, const double* row) { takeRow(i, j, row); });
+            m_plane.inverse(m_scale, [&](std::size_t j, const double* row) {
+                prefetchToLoad(i + 1, j);
+                takeRow(i, j, row);
+            });
         }
     }
 
@@ -72,6 +76,8 @@ private:
     void storePlane(PlaneTransform& plane, std::size_t i);
     void transformSlab(std::size_t j, std::size_t filledPlanes);
     void loadPlane(std::size_t i);
+    void prefetchToStore(std::size_t i, std::size_t j);
+    void prefetchToLoad(std::size_t i, std::size_t j);
     double (*slab(std::size_t j))[2] { return m_spectrum.data() + j * m_size[0] * m_stride; }
 
     std::array<std::size_t, 3> m_size;
@@ -80,7 +86,7 @@ private:
     std::size_t m_stride; ///< pairs from one row of the spectrum to the next
     PlaneTransform m_plane;
     ComplexArray m_spectrum; ///< rows along z, x next, y slowest, so that a slab is contiguous
-    ComplexArray m_slab;
+    ComplexArray m_slab, m_slabSpectrum;
     ComplexBatchPlan m_columnsForward, m_columnsBackward;
 };
 
