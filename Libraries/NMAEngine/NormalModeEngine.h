@@ -13,6 +13,8 @@
 
 class System;
 class cInfo;
+class cPDBAtom;
+class cTrajectory;
 
 /// The lowest normal modes of an elastic network whose residues move as rigid bodies (rotation-translation
 /// blocks: F. Tama et al., 2000).
@@ -104,6 +106,87 @@ public:
     arma::uword rows() const { return m_prolongation.n_cols; }
     arma::uword cols() const { return m_prolongation.n_cols; }
 
+    // Finite deformations: where the linear displacement shrinks and shears a block, these move it as a rigid
+    // body. `atoms` are all atoms of the engine, `out` receives their positions; an array `out` has room for
+    // as many, a vector `out` becomes a copy of `atoms` at the new positions and may be `atoms` itself. The
+    // blocks' atoms are those of m_blockAtoms. Amplitudes below 1e-11 (one of them, or the norm of several)
+    // copy the positions. Otherwise only listed atoms are written: with a mode outside 0 .. m_nModes - 1, or
+    // without m_blockAtoms, none. A block that turns by less than 1e-11 rad per unit amplitude (in all, for
+    // the large form of several modes) only translates. All throw std::out_of_range for a listed atom outside
+    // `atoms`.
+
+    /// Each block follows its velocity field, a (t + w x (x - c)), exactly: a screw, whose axis need not go
+    /// through the centre c of the block. To first order in the amplitude a the result is x + a v.
+    void applyNonLinearTransformation(int mode, double amplitude, cVector3* out,
+                                      const std::vector<cPDBAtom>& atoms) const;
+    void applyNonLinearTransformation(int mode, double amplitude, std::vector<cPDBAtom>& out,
+                                      const std::vector<cPDBAtom>& atoms) const;
+    /// The same with the fields of several modes added up first.
+    /// @param amplitudes  of the modes 0, 1, ...; entries beyond m_nModes move nothing
+    void applyNonLinearTransformation(const std::vector<double>& amplitudes, cVector3* out,
+                                      const std::vector<cPDBAtom>& atoms) const;
+    void applyNonLinearTransformation(const std::vector<double>& amplitudes, std::vector<cPDBAtom>& out,
+                                      const std::vector<cPDBAtom>& atoms) const;
+
+    /// A form that works from m_modes alone, without the blocks' stored motions: each block is superposed on
+    /// a copy of it that the linear displacement d moved by a small step, and the turn and the travel of its
+    /// centre of mass that this gives are scaled up to |d|.
+    /// @throws std::logic_error   if `amplitudes` doesn't have m_nModes entries
+    /// @throws std::length_error  if `atoms` are not as many as those of m_modes
+    void applyNonLinearTransformation(const arma::Col<double>& amplitudes, std::vector<cPDBAtom>& out,
+                                      const std::vector<cPDBAtom>& atoms) const;
+
+    /// Each block turns by a w about an axis for which its centre of mass travels by exactly a t, whatever
+    /// the angle. (In the other transformation the centre goes on an arc.) At whole turns such an axis is at
+    /// infinity, and the block is where the translation by a t brings it.
+    void applyLargeNonLinearTransformation(int mode, double amplitude, cVector3* out,
+                                           const std::vector<cPDBAtom>& atoms) const;
+    void applyLargeNonLinearTransformation(const std::vector<double>& amplitudes, std::vector<cPDBAtom>& out,
+                                           const std::vector<cPDBAtom>& atoms) const;
+
+    /// The amplitudes that bring one structure nearest to another of the same atoms, by mass-weighted least
+    /// squares along the linear modes. They are not superposed first. Writes a line to the standard output:
+    /// the two deviations and the amplitudes, each as "%12.6f".
+    /// @param nModes      how many modes take part, from the first on; all if there are fewer
+    /// @param amplitudes  overwritten, one per mode that takes part
+    /// @param rmsdBefore, rmsdAfter  mass-weighted root mean square deviation of the atoms that take part, in
+    ///                    angstrom, without and with the amplitudes
+    /// @param atomList    the atoms that take part; null for all. If they are too few to tell all amplitudes,
+    ///                    the amplitudes of smallest norm are taken. With an empty list all values are 0.
+    /// @throws std::length_error  if `from` or `to` are not as many as the atoms of m_modes
+    /// @throws std::out_of_range  for a listed atom that isn't there
+    void computeBestAmplitudes(int nModes, const std::vector<cPDBAtom>& from, const std::vector<cPDBAtom>& to,
+                               std::vector<double>& amplitudes, double& rmsdBefore, double& rmsdAfter,
+                               std::vector<unsigned int>* atomList) const;
+
+    /// Fills m_projections with the frames of a trajectory as they are seen in the space of the columns of P,
+    /// p = P^T M^(1/2) (x - reference) / sqrt(number of frames), and m_frameAverage with the reference in the
+    /// same measure. The sum of p p^T over the frames is the reduced covariance about the reference. Earlier
+    /// projections are replaced.
+    /// @throws std::invalid_argument  without a trajectory
+    /// @throws std::logic_error   without frames
+    /// @throws std::length_error  if a frame or the reference has another number of atoms than the engine
+    void projectTrajectory(const cTrajectory* trajectory,
+                           const std::vector<std::array<double, 3>>& reference);
+    /// About one of the frames. What is given as reference beside the frame is not used.
+    /// @throws std::out_of_range  a frame that isn't there
+    void projectTrajectory(const cTrajectory* trajectory, const std::vector<std::array<double, 3>>& reference,
+                           int frame);
+    void projectTrajectory(const cTrajectory* trajectory, int frame);
+    /// About the average of the frames. What is given as reference is not used.
+    void projectAvTrajectory(const cTrajectory* trajectory,
+                             const std::vector<std::array<double, 3>>& reference);
+
+    /// The range, 0 included, of a mode's share in the projected frames:
+    ///   a = sum_b (sqrt(M_b) p_t . t_b + (L_b p_w) . w_b) / sum_b (|t_b|^2 + |w_b|^2),
+    /// p_t and p_w being the translation and rotation parts of a projection for block b. With alpha the
+    /// amplitude of the mode in a frame and F the number of frames, the mode's own motion gives
+    ///   a = alpha / sqrt(F) * sum_b (M_b |t_b|^2 + |w_b|^2) / sum_b (|t_b|^2 + |w_b|^2),
+    /// a multiple of alpha and not alpha itself.
+    /// @param trajectory  not used; may be null
+    /// @param minMax      two doubles, overwritten; both 0 for a mode outside 0 .. m_nModes - 1
+    void computeMinMaxAmplitudes(const cTrajectory* trajectory, int mode, double* minMax) const;
+
     /// The covariance of the projected frames applied to a vector: out = sum_k (p_k . in) p_k.
     /// @param in, out  cols() doubles each; not owned
     void perform_op(const double* in, double* out) const;
@@ -133,7 +216,7 @@ public:
     std::vector<std::vector<cVector3>> m_blockTranslations; ///< t
 
     std::vector<arma::Col<double>> m_projections; ///< projected frames of a trajectory, cols() entries each
-    arma::Mat<double> m_frameAverage;             ///< their average
+    arma::Mat<double> m_frameAverage;             ///< the projected reference, see projectTrajectory
     arma::SpMat<double> m_prolongation;           ///< P
     std::vector<std::list<int>> m_blockAtoms;     ///< atoms of each block, see loadCAlphaId2AtomId
 

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "NMAEngine/modeFunctions.h"
 
+#include "Math/structure.h"
+#include "NMAEngine/NormalModeEngine.h"
 #include "NMAEngine/rigidBlock.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <stdexcept>
 #include <string>
@@ -53,4 +57,17 @@ arma::Mat<double> buildInfinitesimalRotationMatrix(const arma::Col<double>& posi
     arma::Mat<double> out;
     buildInfinitesimalRotationMatrix(positions, masses, out);
     return out;
+}
+
+arma::Col<double> gererateRandomDeformations(const NormalModeEngine& engine, double scale) {
+    arma::Col<double> amplitudes(engine.m_eigenvalues.n_elem);
+    amplitudes.imbue([] { return myRand(-1.0, 1.0); });
+    return amplitudes * (std::sqrt(scale) / arma::norm(amplitudes)) / arma::sqrt(engine.m_eigenvalues);
+}
+
+double getRMSD(const arma::Col<double>& d, const arma::Mat<double>& B) {
+    if (d.is_empty())
+        return 0.0;
+    const double square = arma::dot(d, d - B * (B.t() * d));
+    return std::sqrt(std::max(square, 0.0) / static_cast<double>(d.n_elem));
 }

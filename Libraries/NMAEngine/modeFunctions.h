@@ -7,6 +7,8 @@
 #include <tuple>
 #include <vector>
 
+class NormalModeEngine;
+
 // Free functions on modes. A flat vector of length 3N holds atom a at the entries 3a, 3a + 1, 3a + 2.
 
 /// The rigid translations along x, y and z by one angstrom, each a column of length 3 nAtoms; not normalised.
@@ -26,5 +28,16 @@ void buildInfinitesimalRotationMatrix(const arma::Col<double>& positions, const 
                                       arma::Mat<double>& out);
 arma::Mat<double> buildInfinitesimalRotationMatrix(const arma::Col<double>& positions,
                                                    const std::vector<double>& masses);
+
+/// Amplitudes of random direction and given energy: x uniform in [-1, 1] per mode from std::rand, scaled to
+/// norm sqrt(scale), entry i divided by sqrt(eigenvalue i). So sum_i eigenvalue_i eta_i^2 = scale. The name's
+/// first word is "generate". Eigenvalues that are not positive give entries that are not finite.
+arma::Col<double> gererateRandomDeformations(const NormalModeEngine& engine, double scale);
+
+/// Root mean square of the part of d outside the span of B, sqrt(d^T (1 - B B^T) d / n), per entry of d and
+/// not per atom; 0 for an empty d.
+/// @param d  n entries
+/// @param B  n rows, orthonormal columns
+double getRMSD(const arma::Col<double>& d, const arma::Mat<double>& B);
 
 #endif

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "NMAEngine/modeFunctions.h"
 
+#include "NMAEngine/NormalModeEngine.h"
 #include "blockModel.h"
 
 #include <cmath>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <tuple>
@@ -73,6 +75,46 @@ TEST(InfinitesimalRotationMatrix, SingleAtomDoesNotTurn) {
 TEST(InfinitesimalRotationMatrix, SizesThatDoNotMatchAreAnError) {
     EXPECT_THROW(buildInfinitesimalRotationMatrix(Vector{1.0, 2.0}, {12.0}), std::length_error);
     EXPECT_THROW(buildInfinitesimalRotationMatrix(Vector{1.0, 2.0, 3.0}, {12.0, 1.0}), std::length_error);
+}
+
+TEST(RandomDeformations, ScaleIsTheSumOfEigenvalueTimesSquaredAmplitude) {
+    NormalModeEngine engine(4u);
+    engine.m_eigenvalues = {0.01, 0.3, 2.0, 50.0};
+    std::srand(3);
+    for (const double scale : {0.5, 20.0}) {
+        const Vector amplitudes = gererateRandomDeformations(engine, scale);
+        ASSERT_EQ(amplitudes.n_elem, 4u);
+        EXPECT_NEAR(arma::accu(engine.m_eigenvalues % amplitudes % amplitudes), scale, 1e-13 * scale);
+    }
+}
+
+TEST(RandomDeformations, DirectionComesFromOneNumberPerModeInTheirOrder) {
+    NormalModeEngine engine(3u);
+    engine.m_eigenvalues = {1.0, 4.0, 9.0};
+    std::srand(17);
+    const Vector found = gererateRandomDeformations(engine, 2.0);
+    std::srand(17);
+    Vector x(3);
+    for (double& value : x)
+        value = 2.0 * std::rand() / 2147483647.0 - 1.0;
+    x *= std::sqrt(2.0) / arma::norm(x);
+    EXPECT_LT(arma::norm(found - x / Vector{1.0, 2.0, 3.0}), 1e-15);
+}
+
+TEST(RandomDeformations, NoModesGiveNoAmplitudes) {
+    EXPECT_TRUE(gererateRandomDeformations(NormalModeEngine(0u), 1.0).is_empty());
+}
+
+TEST(RMSD, IsThePartOutsideTheSpanPerEntry) {
+    arma::arma_rng::set_seed(4);
+    const Matrix axes = arma::orth(Matrix(12, 12, arma::fill::randn));
+    const Matrix B = axes.cols(0, 4);
+    const Vector inside = B * Vector{1.0, -2.0, 3.0, 0.0, 7.0};
+    const Vector outside = axes.cols(5, 11) * Vector{0.5, 0.0, 1.5, -1.0, 0.0, 2.0, 0.25};
+    EXPECT_NEAR(getRMSD(inside + outside, B), arma::norm(outside) / std::sqrt(12.0), 1e-14);
+    EXPECT_NEAR(getRMSD(inside, B), 0.0, 1e-7);
+    EXPECT_NEAR(getRMSD(outside, Matrix(12, 0)), arma::norm(outside) / std::sqrt(12.0), 1e-15);
+    EXPECT_EQ(getRMSD(Vector(), Matrix(0, 2)), 0.0);
 }
 
 } // namespace
