@@ -52,7 +52,7 @@ void RotationScan::offer(LimitedSizeSet<HexaustFlexibleFitConformation>& set) {
     if (m_state != State::Correlated) {
         throw std::logic_error("RotationScan: the present rotation is not correlated");
     }
-    const auto [alpha, beta, gamma] = m_eulerAngles;
+    const double alpha = m_eulerAngles[0], beta = m_eulerAngles[1], gamma = m_eulerAngles[2];
     m_correlator.readResult([&](std::size_t i, std::size_t j, const double* scores) {
         offerScores(set, scores, m_grid->m_size[2], [&](std::size_t k) {
             HexaustFlexibleFitConformation candidate(scores[k], static_cast<int>(i), static_cast<int>(j),
