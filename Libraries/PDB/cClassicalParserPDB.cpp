@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The two passes over the lines of a file.
+// The passes over the lines of a file or a text.
 #include "PDB/cClassicalParserPDB.h"
 
 #include <algorithm>
@@ -10,7 +10,10 @@
 #include <filesystem>
 #include <limits>
 #include <memory>
+#include <stdexcept>
 #include <string_view>
+
+#include "PDB/cTrajectory.h"
 
 namespace {
 
@@ -49,6 +52,17 @@ bool isAtomLine(int kind) {
 bool endsModel(int kind) {
     return kind == cClassicalParserPDB::END || kind == cClassicalParserPDB::NO_LINE ||
            kind == cClassicalParserPDB::ENDMDL;
+}
+
+/// Length of the line at the start of a text that ends with a zero, without its line end.
+long lengthOfLine(const char* text) {
+    return static_cast<long>(std::strcspn(text, "\n"));
+}
+
+/// Start of the line behind the one at `position`, or the end of the text.
+long nextLine(const char* buffer, long position) {
+    const long end = position + lengthOfLine(buffer + position);
+    return buffer[end] == '\n' ? end + 1 : end;
 }
 
 unsigned int chainKey(char chain) {
@@ -264,17 +278,21 @@ void cClassicalParserPDB::addAtom(SegmentState& state, cPDBSegment* segments, cP
         m_sequences[chainKey(chain)];
     }
     cPDBAtom& atom = atoms[m_nAtoms]; // a rejected atom leaves its slot to the next
-    atom = cPDBAtom();
-    const long length = lineEnd(m_position) - m_position;
-    readFields(line, atom, static_cast<int>(std::min<long>(length, std::numeric_limits<int>::max())));
-    assignElement(atom);
+    readAtom(line, lineEnd(m_position) - m_position, atom);
     atom.m_index = m_nAtoms;
     atom.m_segment = m_nSegments;
+    m_nWaters += atom.isWater() && !atom.isHydrogen();
     if (isKept(atom, proteinOnly)) {
         ++m_nAtoms;
         segments[m_nSegments].m_residues.emplace(resSeq, atom.getResCode());
     }
     state.noteAtom(chain, resSeq);
+}
+
+void cClassicalParserPDB::readAtom(const Line& line, long length, cPDBAtom& atom) const {
+    atom = cPDBAtom();
+    readFields(line, atom, static_cast<int>(std::min<long>(length, std::numeric_limits<int>::max())));
+    assignElement(atom);
 }
 
 void cClassicalParserPDB::assignElement(cPDBAtom& atom) const {
@@ -285,12 +303,8 @@ void cClassicalParserPDB::assignElement(cPDBAtom& atom) const {
 }
 
 bool cClassicalParserPDB::isKept(const cPDBAtom& atom, bool proteinOnly) {
-    if (atom.isWater()) {
-        m_nWaters += !atom.isHydrogen();
-        return false;
-    }
     // The first alternative stays by its letter, not by its occupancy.
-    return !atom.isHydrogen() && static_cast<signed char>(atom.m_altLoc[0]) <= 'A' &&
+    return !atom.isWater() && !atom.isHydrogen() && static_cast<signed char>(atom.m_altLoc[0]) <= 'A' &&
            (!proteinOnly || atom.isAMINO() || atom.isNucleic());
 }
 
@@ -302,4 +316,55 @@ void cClassicalParserPDB::closeSegment(SegmentState& state, cPDBSegment* segment
     segment.m_lastResidue = state.m_resSeq;
     ++m_nSegments;
     state.m_firstAtom = m_nAtoms;
+}
+
+int cClassicalParserPDB::kindOfLine(const char* text) {
+    // Only the line is measured: the whole text may be long, and it is looked at model by model.
+    return readPDBLine(text, 0, lineOf(text).m_size);
+}
+
+int cClassicalParserPDB::parseFields(const char* buffer, cTrajectory& out, long& position, bool proteinOnly) {
+    if (position < 0) {
+        throw std::invalid_argument("cClassicalParserPDB: position " + std::to_string(position));
+    }
+    std::vector<cPDBAtom> atoms;
+    long end = position;
+    const bool hasAtomLine = readModel(buffer, end, proteinOnly, atoms);
+    int kind = NO_LINE;
+    do {
+        end = nextLine(buffer, end);
+        kind = kindOfLine(buffer + end);
+    } while (kind != NO_LINE && !isAtomLine(kind));
+    if (hasAtomLine) {
+        out.appendModel(atoms);
+    }
+    position = end;
+    return isAtomLine(kind) ? 1 : 0;
+}
+
+bool cClassicalParserPDB::readModel(const char* buffer, long& position, bool proteinOnly,
+                                    std::vector<cPDBAtom>& atoms) {
+    SegmentState state;
+    int nSegments = 0;
+    for (;; position = nextLine(buffer, position)) {
+        const int kind = kindOfLine(buffer + position);
+        if (isAtomLine(kind)) {
+            const Line line = lineOf(buffer + position);
+            cPDBAtom atom;
+            readAtom(line, lengthOfLine(line.m_text), atom);
+            nSegments += state.isLeftFor(atom.m_chain[0], m_segmentMode);
+            atom.m_index = static_cast<int>(atoms.size());
+            atom.m_segment = nSegments;
+            if (isKept(atom, proteinOnly)) {
+                atoms.push_back(atom);
+            }
+            state.noteAtom(atom.m_chain[0], atom.m_resSeq);
+        } else if (state.isClosedBy(kind, m_segmentMode)) {
+            ++nSegments;
+            state.m_isNew = true;
+        }
+        if (endsModel(kind)) {
+            return state.m_hasChain;
+        }
+    }
 }

@@ -11,6 +11,8 @@
 #include "PDB/cPeriodicTable.h"
 #include "PDB/cSequence.h"
 
+class cTrajectory;
+
 /// Reader of PDB and pqr files. The file is held whole in memory and read in two passes: readFile counts, so
 /// that the caller can size its arrays, and parseFields fills them. The first END or ENDMDL ends the model
 /// that is read.
@@ -55,6 +57,24 @@ public:
     ///                         filled
     /// @param proteinOnly      keep amino and nucleic acids only
     void parseFields(cPDBSegment* segments, cPDBAtom* atoms, bool proteinOnly);
+
+    /// Reads one model and appends it to a trajectory: the atom lines from `position` to the first END or
+    /// ENDMDL or the end of the text, with the same atoms left out as in a file. A text of several models is
+    /// read by calls from position 0 on until one returns 0:
+    ///
+    ///     long position = 0;
+    ///     while (parser.parseFields(text, trajectory, position, false) == 1) {
+    ///     }
+    ///
+    /// Without an atom line nothing is appended. The kind of file and what ends a segment are those of the
+    /// file read last, before that PDB and AT_CHAIN_AND_TER.
+    /// @param buffer    the text, ending with a zero
+    /// @param position  within the text; moved to the next atom line behind the model, or to where no line is
+    ///                  left; as it was if the call throws
+    /// @return 1 if there is a further atom line behind the model, else 0
+    /// @throws std::invalid_argument  a negative position; or a first model of which no atom is kept
+    /// @throws std::length_error      another number of atoms than in the first frame, with the frame
+    int parseFields(const char* buffer, cTrajectory& out, long& position, bool proteinOnly);
 
     /// Kind of the line at `position` in a buffer of `size` characters. Prints "Missing Residues:\n" to
     /// standard output at the heading of that block.
@@ -114,6 +134,9 @@ private:
     /// What a pass remembers from line to line.
     struct SegmentState;
 
+    /// The line at the start of a text that ends with a zero.
+    static Line lineOf(const char* text);
+
     void reset(const std::string& name, int segmentMode);
     void loadBuffer(const std::string& name);
     void warnOfOtherFormat(const std::string& name) const;
@@ -129,11 +152,18 @@ private:
     void readMissingResidue(const Line& line);
 
     void addAtom(SegmentState& state, cPDBSegment* segments, cPDBAtom* atoms, bool proteinOnly);
+    /// @param length  of the line without its line end
+    void readAtom(const Line& line, long length, cPDBAtom& atom) const;
     void readFields(const Line& line, cPDBAtom& atom, int n) const;
     static void readCoords(const Line& line, cVector3& out);
     void assignElement(cPDBAtom& atom) const;
-    bool isKept(const cPDBAtom& atom, bool proteinOnly);
+    static bool isKept(const cPDBAtom& atom, bool proteinOnly);
     void closeSegment(SegmentState& state, cPDBSegment* segments);
+
+    int kindOfLine(const char* text);
+    /// The atoms kept of the model at `position`, which moves to the line that ends the model.
+    /// @return true if there was an atom line
+    bool readModel(const char* buffer, long& position, bool proteinOnly, std::vector<cPDBAtom>& atoms);
 
     int m_nAtoms = 0;
     int m_nSegments = 0;

@@ -92,6 +92,10 @@ double cClassicalParserPDB::Line::real(int offset, int width) const {
     return std::strtod(field, nullptr);
 }
 
+cClassicalParserPDB::Line cClassicalParserPDB::lineOf(const char* text) {
+    return {text, static_cast<long>(strnlen(text, LONGEST_LINE_READ))};
+}
+
 int cClassicalParserPDB::readPDBLine(const char* buffer, long position, long size) {
     const int kind = classify(buffer, position, size);
     if (kind == MISSING_HEADING_LINE) {
@@ -144,7 +148,7 @@ int cClassicalParserPDB::classify(const char* buffer, long position, long size) 
 }
 
 int cClassicalParserPDB::readPDBRecordFields(const char* line, cPDBAtom* atom, int n) const {
-    readFields({line, static_cast<long>(strnlen(line, LONGEST_LINE_READ))}, *atom, n);
+    readFields(lineOf(line), *atom, n);
     return 1;
 }
 
@@ -189,11 +193,11 @@ void cClassicalParserPDB::readCoords(const Line& line, cVector3& out) {
 }
 
 void cClassicalParserPDB::readPDBCoords(const char* line, cVector3& out) const {
-    readCoords({line, static_cast<long>(strnlen(line, LONGEST_LINE_READ))}, out);
+    readCoords(lineOf(line), out);
 }
 
 void cClassicalParserPDB::readMissResRecordFields(const char* line) {
-    readMissingResidue({line, static_cast<long>(strnlen(line, LONGEST_LINE_READ))});
+    readMissingResidue(lineOf(line));
 }
 
 void cClassicalParserPDB::readMissingResidue(const Line& line) {

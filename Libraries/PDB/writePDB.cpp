@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "IO/ResultFile.h"
 #include "Math/cMatrix33.h"
 
 namespace {
@@ -14,19 +15,16 @@ bool writeMoved(const char* name, const cPDBAtom* atoms, int n, FILE* file, Move
     if (n < 1) {
         return true;
     }
-    FILE* out = file != nullptr ? file : std::fopen(name, "w");
-    if (out == nullptr) {
-        return false;
+    if (file == nullptr) {
+        ResultFile result(name);
+        return result.stream() != nullptr && writeMoved(name, atoms, n, result.stream(), move) &&
+               result.commit();
     }
     bool isWritten = true;
     for (int i = 0; i < n && isWritten; ++i) {
         cPDBAtom copy = atoms[i];
         copy.m_position = move(i, copy.m_position);
-        isWritten = writeLinePDB(out, &copy);
-    }
-    if (file == nullptr) {
-        // The lines may still be in the buffer, so a full disk can show here only.
-        isWritten = std::fclose(out) == 0 && isWritten;
+        isWritten = writeLinePDB(file, &copy);
     }
     return isWritten;
 }

@@ -14,9 +14,10 @@ class cMatrix33;
 bool writeLinePDB(FILE* file, const cPDBAtom* atom);
 
 /// Writes n atoms as ATOM lines; no header, no TER, no END. The atoms themselves are not changed.
-/// @param name  opened with "w" and closed again if `file` is null, else ignored
+/// @param name  written as a ResultFile if `file` is null, else ignored: what stood there before stays unless
+///              every line could be written
 /// @param file  written to and left open, if not null
-/// @return true when every line was written (and the file closed) without an error; with n < 1 nothing is
+/// @return true when every line was written (and the file is in its place) without an error; with n < 1 nothing is
 ///         opened or written and the result is true
 bool writePDB(const char* name, const cPDBAtom* atoms, int n, FILE* file = nullptr);
 

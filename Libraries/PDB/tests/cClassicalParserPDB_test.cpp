@@ -6,12 +6,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "PDB/cTrajectory.h"
 
 namespace {
 
@@ -452,4 +458,233 @@ TEST_F(ClassicalParserPDB, OtherFormatsAreNamed) {
     EXPECT_NE(warningFor("data_1ABC\n#\n").find("mmCIF"), std::string::npos);
     EXPECT_NE(warningFor("# comment\nloop_\n_atom_site.id\n").find("mmCIF"), std::string::npos);
     EXPECT_EQ(warningFor("HEADER    data_ _atom_site.id\n" + atom('A', 1)), "");
+}
+
+namespace {
+
+std::string atomAt(double x, const char* name = " CA ") {
+    char text[100];
+    std::snprintf(text, sizeof text, "ATOM      1 %s ALA A   1    %8.3f%8.3f%8.3f  1.00 20.00           C\n",
+                  name, x, 2.0, 3.0);
+    return text;
+}
+
+/// A model of two atoms at x and x + 10.
+std::string model(int number, double x) {
+    return "MODEL " + std::to_string(number) + "\n" + atomAt(x) + "TER\n" + atomAt(x + 10.0) + "ENDMDL\n";
+}
+
+/// All models of a text; what each call returned.
+std::vector<int> readModels(const std::string& text, cTrajectory& trajectory) {
+    Parser parser;
+    long position = 0;
+    std::vector<int> returned;
+    do {
+        returned.push_back(parser.parseFields(text.c_str(), trajectory, position, false));
+    } while (returned.back() == 1);
+    EXPECT_LE(position, static_cast<long>(text.size()));
+    return returned;
+}
+
+std::vector<double> firstCoordinates(const cTrajectory& trajectory) {
+    std::vector<double> x;
+    for (std::size_t f = 0; f < trajectory.getFrameCount(); ++f) {
+        x.push_back(trajectory.getFrame(f)[0][0]);
+    }
+    return x;
+}
+
+} // namespace
+
+TEST(ParserTrajectory, EachCallReadsOneModel) {
+    const std::string text = "REMARK a title\n" + model(1, 1.5) + model(2, 2.5) + model(3, 3.5) + "END\n";
+    cTrajectory trajectory;
+    EXPECT_EQ(readModels(text, trajectory), (std::vector<int>{1, 1, 0}));
+    EXPECT_EQ(firstCoordinates(trajectory), (std::vector<double>{1.5, 2.5, 3.5}));
+    EXPECT_EQ(trajectory.getFrame(2), (cTrajectory::Frame{{3.5, 2, 3}, {13.5, 2, 3}}));
+}
+
+TEST(ParserTrajectory, PositionStandsAtTheNextModelsFirstAtomOrWhereNoLineIsLeft) {
+    const std::string text = model(1, 1.5) + model(2, 2.5) + "END\n";
+    Parser parser;
+    cTrajectory trajectory;
+    long position = 0;
+    EXPECT_EQ(parser.parseFields(text.c_str(), trajectory, position, false), 1);
+    EXPECT_EQ(position, static_cast<long>(text.find("ATOM", text.find("MODEL 2"))));
+    EXPECT_EQ(parser.parseFields(text.c_str(), trajectory, position, false), 0);
+    EXPECT_EQ(text.substr(static_cast<std::size_t>(position)), "END\n"); // too short to be a line
+    EXPECT_EQ(parser.parseFields(text.c_str(), trajectory, position, false), 0);
+    EXPECT_EQ(trajectory.getFrameCount(), 2U);
+}
+
+TEST(ParserTrajectory, AtomsAreThoseOfTheFirstModelAsReadFromAFile) {
+    cTrajectory trajectory;
+    readModels(model(1, 1.5) + model(2, 2.5), trajectory);
+    const std::vector<cPDBAtom>& atoms = trajectory.getAtoms();
+    ASSERT_EQ(atoms.size(), 2U);
+    EXPECT_EQ(atoms[0].m_position.x, 1.5);
+    EXPECT_EQ(atoms[1].m_index, 1);
+    EXPECT_EQ(atoms[0].m_segment, 0);
+    EXPECT_EQ(atoms[1].m_segment, 1);
+    EXPECT_EQ(atoms[1].m_resType, 1);
+    EXPECT_EQ(atoms[1].m_mass, 12.0107F);
+    EXPECT_EQ(atoms[1].m_radius, 1.7F);
+    EXPECT_EQ(atoms[1].m_tempFactor, 20.0F);
+}
+
+TEST_F(ClassicalParserPDB, FirstModelOfATrajectoryIsTheModelOfTheFile) {
+    const std::string text = model(1, 1.5) + named(" H  ", "ALA", " H") + model(2, 2.5);
+    read(text);
+    cTrajectory trajectory;
+    long position = 0;
+    EXPECT_EQ(m_parser.parseFields(text.c_str(), trajectory, position, false), 1);
+    ASSERT_EQ(trajectory.getAtoms().size(), m_atoms.size());
+    for (std::size_t i = 0; i < m_atoms.size(); ++i) {
+        EXPECT_EQ(trajectory.getAtoms()[i].m_position, m_atoms[i].m_position);
+        EXPECT_EQ(trajectory.getAtoms()[i].m_segment, m_atoms[i].m_segment);
+        EXPECT_EQ(trajectory.getAtoms()[i].m_index, m_atoms[i].m_index);
+    }
+    EXPECT_EQ(m_parser.getAtomCount(), 2); // of the file, not touched
+}
+
+TEST_F(ClassicalParserPDB, WrittenFramesReadBack) {
+    cPDBAtom::initMaps();
+    std::vector<cPDBAtom> atoms(3);
+    for (std::size_t i = 0; i < 3; ++i) {
+        cPDBAtom& a = atoms[i];
+        a.m_serial = static_cast<int>(i) + 1;
+        std::strcpy(a.m_name, "CA");
+        std::strcpy(a.m_resName, "GLY");
+        std::strcpy(a.m_element, "C");
+        a.m_chain[0] = 'A';
+        a.m_altLoc[0] = a.m_iCode[0] = ' ';
+        a.m_resSeq = static_cast<int>(i) + 1;
+    }
+    const std::string path = (m_directory / "frames.pdb").string();
+    FILE* file = std::fopen(path.c_str(), "w");
+    ASSERT_NE(file, nullptr);
+    for (int f = 0; f < 4; ++f) {
+        std::fprintf(file, "MODEL     %4d\n", f + 1);
+        for (std::size_t i = 0; i < 3; ++i) {
+            // quarters are exact in three decimals and in single precision
+            atoms[i].m_position = cVector3(0.25 * f, -10.0 * static_cast<double>(i), 0.5);
+            atoms[i].toFile(file);
+        }
+        std::fputs("ENDMDL\n", file);
+    }
+    std::fclose(file);
+    std::ifstream in(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+
+    cTrajectory trajectory;
+    EXPECT_EQ(readModels(text, trajectory).size(), 4U);
+    ASSERT_EQ(trajectory.getFrameCount(), 4U);
+    for (std::size_t f = 0; f < 4; ++f) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(
+                trajectory.getFrame(f)[i],
+                (std::array<double, 3>{0.25 * static_cast<double>(f), -10.0 * static_cast<double>(i), 0.5}));
+        }
+    }
+}
+
+TEST(ParserTrajectory, AModelOfAnotherNumberOfAtomsIsRefusedAndLeavesThePosition) {
+    const std::string text = model(1, 1.5) + "MODEL 2\n" + atomAt(2.5) + "ENDMDL\n";
+    Parser parser;
+    cTrajectory trajectory;
+    long position = 0;
+    EXPECT_EQ(parser.parseFields(text.c_str(), trajectory, position, false), 1);
+    const long before = position;
+    try {
+        parser.parseFields(text.c_str(), trajectory, position, false);
+        FAIL() << "no exception";
+    } catch (const std::length_error& e) {
+        EXPECT_STREQ(e.what(), "cTrajectory: frame 1 has 1 atoms, but the first frame has 2");
+    }
+    EXPECT_EQ(position, before);
+    EXPECT_EQ(trajectory.getFrameCount(), 1U);
+}
+
+TEST(ParserTrajectory, WithoutModelRecordsOneModelGoesToTheEnd) {
+    cTrajectory trajectory;
+    EXPECT_EQ(readModels(atomAt(1.5) + atomAt(2.5), trajectory), std::vector<int>{0});
+    EXPECT_EQ(trajectory.getAtomCount(), 2U);
+    EXPECT_EQ(trajectory.getFrameCount(), 1U);
+}
+
+// As in a file, MODEL begins nothing: only ENDMDL and END tell models apart.
+TEST(ParserTrajectory, WithoutEndmdlModelsRunTogether) {
+    cTrajectory trajectory;
+    EXPECT_EQ(readModels("MODEL 1\n" + atomAt(1.5) + "MODEL 2\n" + atomAt(2.5), trajectory),
+              std::vector<int>{0});
+    EXPECT_EQ(trajectory.getAtomCount(), 2U);
+}
+
+TEST(ParserTrajectory, EndEndsAModelToo) {
+    cTrajectory trajectory;
+    EXPECT_EQ(readModels(atomAt(1.5) + "ENDMDL\nEND   \n" + atomAt(2.5) + "END   \nEND   \n", trajectory),
+              (std::vector<int>{1, 0}));
+    EXPECT_EQ(firstCoordinates(trajectory), (std::vector<double>{1.5, 2.5}));
+}
+
+TEST(ParserTrajectory, AModelWithoutAtomLinesAppendsNothing) {
+    cTrajectory trajectory;
+    EXPECT_EQ(readModels("", trajectory), std::vector<int>{0});
+    EXPECT_EQ(readModels("\n\n", trajectory), std::vector<int>{0});
+    EXPECT_EQ(readModels("REMARK nothing\nENDMDL\n", trajectory), std::vector<int>{0});
+    EXPECT_EQ(trajectory.getFrameCount(), 0U);
+    EXPECT_EQ(readModels("ENDMDL\n" + model(1, 1.5), trajectory), (std::vector<int>{1, 0}));
+    EXPECT_EQ(trajectory.getFrameCount(), 1U);
+}
+
+TEST(ParserTrajectory, LineEndsOfTwoCharactersChangeNothing) {
+    const std::string text = model(1, 1.5) + model(2, 2.5) + "END\n";
+    std::string twoCharacters;
+    for (const char c : text) {
+        twoCharacters += c == '\n' ? "\r\n" : std::string(1, c);
+    }
+    cTrajectory plain;
+    cTrajectory trajectory;
+    EXPECT_EQ(readModels(twoCharacters, trajectory), readModels(text, plain));
+    ASSERT_EQ(trajectory.getFrameCount(), 2U);
+    EXPECT_EQ(trajectory.getFrame(1), plain.getFrame(1));
+    EXPECT_EQ(trajectory.getAtoms()[1].m_mass, plain.getAtoms()[1].m_mass);
+    EXPECT_STREQ(trajectory.getAtoms()[1].m_element, "C");
+}
+
+TEST(ParserTrajectory, ATextMayEndWithinALine) {
+    std::string text = model(1, 1.5) + atomAt(2.5) + atomAt(12.5);
+    text.resize(text.size() - 27); // behind the coordinates of the last atom
+    cTrajectory trajectory;
+    EXPECT_EQ(readModels(text, trajectory), (std::vector<int>{1, 0}));
+    EXPECT_EQ(trajectory.getFrame(1), (cTrajectory::Frame{{2.5, 2, 3}, {12.5, 2, 3}}));
+}
+
+TEST(ParserTrajectory, WatersHydrogensAndLigandsAreLeftOutAsInAFile) {
+    const std::string text = atomAt(1.5) + named(" O  ", "HOH", " O") + named(" H  ", "ALA", " H") +
+                             alternative('B', 1) + named(" C1 ", "LIG", " C", "HETATM") + "ENDMDL\n";
+    Parser parser;
+    cTrajectory all;
+    cTrajectory protein;
+    long position = 0;
+    parser.parseFields(text.c_str(), all, position, false);
+    EXPECT_EQ(all.getAtomCount(), 2U);
+    EXPECT_EQ(parser.getWaterCount(), 0); // counted of files alone
+    position = 0;
+    parser.parseFields(text.c_str(), protein, position, true);
+    EXPECT_EQ(protein.getAtomCount(), 1U);
+}
+
+TEST(ParserTrajectory, AModelOfWhichNoAtomIsKeptIsRefused) {
+    cTrajectory trajectory;
+    EXPECT_THROW(readModels(named(" O  ", "HOH", " O"), trajectory), std::invalid_argument);
+    readModels(model(1, 1.5), trajectory);
+    EXPECT_THROW(readModels(named(" O  ", "HOH", " O"), trajectory), std::length_error);
+}
+
+TEST(ParserTrajectory, ANegativePositionIsRefused) {
+    Parser parser;
+    cTrajectory trajectory;
+    long position = -1;
+    EXPECT_THROW(parser.parseFields("", trajectory, position, false), std::invalid_argument);
 }
