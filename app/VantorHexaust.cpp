@@ -21,7 +21,7 @@ void VantorHexaust::checkWorkerCount() const {
     constexpr std::size_t bytesPerWorker =
         sizeof(decltype(m_localEulerAngles)::value_type) + sizeof(decltype(m_local_ccf)::value_type) +
         sizeof(decltype(m_localConformations)::value_type) + sizeof(decltype(m_localEdmValues)::value_type) +
-        sizeof(decltype(m_localTopConformations)::value_type) + sizeof(decltype(m_localMaps)::value_type);
+        sizeof(decltype(m_localTopConformations)::value_type);
     if (static_cast<double>(m_nThread) * static_cast<double>(bytesPerWorker) > resources::memory().total) {
         fail(std::to_string(m_nThread) + " workers do not fit into the memory of this machine or its control "
                                          "group. Use fewer (--nthread).");
@@ -36,7 +36,6 @@ void VantorHexaust::initThreaded() {
     } else {
         m_local_ccf.resize(m_nThread);
     }
-    m_localMaps.resize(m_nThread);
     m_localConformations.resize(m_nThread);
     m_localEdmValues.resize(m_nThread);
     const auto capacity = static_cast<std::size_t>(m_workflow.getCapacity());
@@ -155,6 +154,11 @@ void VantorHexaust::mergeConformationOpt() {
     m_localEulerAngles.clear();
     m_ccf.reset();
     releaseOracles();
+    for (const auto& scan : m_local_ccf) {
+        if (scan) {
+            m_filters.insert(scan->filters().begin(), scan->filters().end());
+        }
+    }
     m_local_ccf.clear();
     m_pattern.reset();
     m_localEdmValues.clear();
@@ -182,23 +186,31 @@ void VantorHexaust::tellNoPoses() const {
     }
 }
 
-void VantorHexaust::refineTopConformation(unsigned long threadId, unsigned long solution) {
+void VantorHexaust::refineTopConformation(unsigned long, unsigned long solution) {
     HexaustFlexibleFitConformation& pose = m_topConformations[solution];
     if (pose.m_gradient.is_empty()) {
-        completePose(threadId, pose);
+        completePose(pose);
     }
     if (!pose.solveConvexSubProblem(m_trustNorm[0])) {
         countNonConvex();
     }
 }
 
-void VantorHexaust::completePose(unsigned long threadId, HexaustFlexibleFitConformation& pose) {
+void VantorHexaust::completePose(HexaustFlexibleFitConformation& pose) {
     std::call_once(m_derivativesMade, [&] { m_derivatives = m_patternDensity->tabulate(); });
-    std::unique_ptr<RotatedMap>& map = m_localMaps[threadId];
-    if (!map) {
-        map = std::make_unique<RotatedMap>(m_edmValues, m_edm.m_grid, m_workflow.m_filtersigma.getValue());
+    const std::array<double, 3> angles{pose.m_alpha, pose.m_beta, pose.m_gamma};
+    completeCandidate(m_derivatives, RotatedNodes(m_edmValues, m_edm.m_grid, angles, filterOf(angles)), pose);
+}
+
+/// A filter that the scan left behind spares rotating the whole map once more.
+fccf::SigmaFilter VantorHexaust::filterOf(const std::array<double, 3>& angles) const {
+    const auto known = m_filters.find(angles);
+    if (known != m_filters.end()) {
+        return known->second;
     }
-    completeCandidate(m_derivatives, *map, pose);
+    RotatedMap map(m_edmValues, m_edm.m_grid, m_workflow.m_filtersigma.getValue());
+    map.rotate(angles);
+    return map.filter();
 }
 
 unsigned long VantorHexaust::getNSolutions() {

@@ -2,6 +2,7 @@
 #ifndef SELVANE_APP_VANTORHEXAUST_H
 #define SELVANE_APP_VANTORHEXAUST_H
 
+#include <map>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -9,11 +10,11 @@
 #include "CrossCorrelation/DensityTable.h"
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
 #include "CrossCorrelation/LimitedSizeSet.h"
+#include "CrossCorrelation/fccf.h"
 #include "app/Vantor.h"
 
 class CrossCorrelationOracle;
 class ElectronDensity;
-class RotatedMap;
 class RotationScan;
 class ThirdOrderCrossCorrelation;
 struct ScanPattern;
@@ -71,7 +72,8 @@ protected:
 private:
     void checkWorkerCount() const;
     void evaluatePattern(RotationScan& scan);
-    void completePose(unsigned long threadId, HexaustFlexibleFitConformation& pose);
+    void completePose(HexaustFlexibleFitConformation& pose);
+    fccf::SigmaFilter filterOf(const std::array<double, 3>& angles) const;
     std::shared_ptr<const ElectronDensity> modelDensity() const;
     void dumpPattern(const ElectronDensity& density) const;
     cVector3 modelRotationCenter() const;
@@ -89,7 +91,7 @@ private:
     std::shared_ptr<const ScanPattern> m_pattern;
     std::once_flag m_patternMade;
     std::shared_ptr<const ElectronDensity> m_patternDensity; ///< outlives the scan
-    std::vector<std::unique_ptr<RotatedMap>> m_localMaps;    ///< of the refinement
+    std::map<std::array<double, 3>, fccf::SigmaFilter> m_filters; ///< of the scan's rotations, by their angles
     DensityTable m_derivatives; ///< of the pattern, made by the first pose refined
     std::once_flag m_derivativesMade;
 };

@@ -82,8 +82,10 @@ public:
         std::size_t rank = 0;
         for (const auto& pose : poses) {
             if (rank++ % (solutions / 4) == 0) {
-                turned.rotate({pose.m_alpha, pose.m_beta, pose.m_gamma});
-                if (!(std::abs(pose.m_rigidScore - directSum(density, turned.field(), pose)) <=
+                const std::array<double, 3> angles{pose.m_alpha, pose.m_beta, pose.m_gamma};
+                turned.rotate(angles);
+                const RotatedNodes target(m_map, *m_mapGrid, angles, turned.filter());
+                if (!(std::abs(pose.m_rigidScore - directSum(density, target, pose)) <=
                       1e-10 * poses.begin()->m_rigidScore)) {
                     return false;
                 }
@@ -121,7 +123,7 @@ private:
         return map;
     }
 
-    double directSum(const std::vector<double>& density, const CornerField& target,
+    double directSum(const std::vector<double>& density, const RotatedNodes& target,
                      const HexaustFlexibleFitConformation& pose) const {
         const std::size_t n = m_paddedGrid->m_size[0];
         const std::size_t shift[3] = {static_cast<std::size_t>(pose.m_i), static_cast<std::size_t>(pose.m_j),

@@ -95,7 +95,7 @@ std::vector<double> AnyOrderCrossCorrelation::derivativesAt(const std::vector<st
     if (!isTabulated() && evaluationsOfMoments * shifts.size() <= columns()) {
         return derivativesOfMoments(shifts, target);
     }
-    return shiftedSums(tableAsExecuted(), *m_grid, CornerField::whole(target, *m_grid), shifts);
+    return shiftedSums(tableAsExecuted(), *m_grid, target, shifts);
 }
 
 std::vector<double> AnyOrderCrossCorrelation::derivativesOfMoments(const std::vector<std::size_t>& shifts,

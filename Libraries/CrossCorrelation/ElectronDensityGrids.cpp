@@ -82,9 +82,16 @@ void ElectronDensity::zeroPadd(const std::vector<double>& source, const cGrid& s
 void ElectronDensity::rotateNonZeroPadded(const std::vector<double>& source, const cGrid& sourceGrid,
                                           const std::array<double, 3>& eulerAngles, const cGrid& targetGrid,
                                           double* target, double threshold) {
+    requireLarger(targetGrid, sourceGrid);
     RotatedMap map(source, sourceGrid, threshold);
     map.rotate(eulerAngles);
-    zeroPadd(map.row(0, 0), sourceGrid, targetGrid, target);
+    std::fill_n(target, targetGrid.getTotalSize(), 0.0);
+    for (unsigned int i = 0; i < sourceGrid.m_size[0]; ++i) {
+        for (unsigned int j = 0; j < sourceGrid.m_size[1]; ++j) {
+            map.copyRow(i, j,
+                        target + targetGrid.indexToFlatIndex(static_cast<int>(i), static_cast<int>(j), 0));
+        }
+    }
 }
 
 cBBox ElectronDensity::getBoundingBox(const std::vector<std::array<double, 3>>& positions, double sigma,

@@ -6,8 +6,9 @@
 #include <cstddef>
 #include <vector>
 
-#include "CrossCorrelation/CornerField.h"
+#include "CrossCorrelation/fccf.h"
 #include "Interpolation/TrilinearSampler.h"
+#include "Math/RotatedLattice.h"
 #include "Math/cGrid.h"
 
 /// A map turned about the centre of its grid and resampled on the same grid, with zeros where it lies below
@@ -22,26 +23,39 @@ public:
     /// @throws std::length_error if the source hasn't as many values as the grid
     RotatedMap(const std::vector<double>& source, const cGrid& grid, double filterSigmas);
 
-    /// Takes up a rotation, angles in radians. The present one costs nothing.
+    /// Takes up a rotation, angles in radians.
     void rotate(const std::array<double, 3>& eulerAngles);
 
-    /// The density at the nodes (i, j, 0), (i, j, 1), ...; after the first rotate().
-    const double* row(std::size_t i, std::size_t j) const {
-        return m_values.data() + (i * m_grid.m_size[1] + j) * m_grid.m_size[2];
-    }
+    /// Writes the density at the nodes (i, j, 0), (i, j, 1), ...; after the first rotate().
+    void copyRow(std::size_t i, std::size_t j, double* out) const;
 
-    /// The density as a field on any grid that begins at the same node and has no fewer nodes; it changes
-    /// with the rotation.
-    CornerField field() const { return CornerField::whole(m_values.data(), m_grid); }
-
-    const cGrid& grid() const { return m_grid; }
+    /// The filter of the present rotation.
+    const fccf::SigmaFilter& filter() const { return m_filter; }
 
 private:
     const cGrid& m_grid;
     lerp::TrilinearSampler m_sampler;
     double m_filterSigmas;
-    std::array<double, 3> m_eulerAngles{};
-    std::vector<double> m_values; ///< empty before the first rotation
+    std::vector<double> m_values; ///< rotated, before the filter; empty before the first rotation
+    fccf::SigmaFilter m_filter;
+};
+
+/// One rotation of a map, read at single nodes: what RotatedMap holds there, bit for bit, if the filter is
+/// the one that it had at that rotation.
+class RotatedNodes {
+public:
+    /// The source and its grid as for RotatedMap.
+    RotatedNodes(const std::vector<double>& source, const cGrid& grid,
+                 const std::array<double, 3>& eulerAngles, const fccf::SigmaFilter& filter);
+
+    /// The density at a node; 0 for one that the grid doesn't have.
+    double operator()(std::size_t i, std::size_t j, std::size_t k) const;
+
+private:
+    std::array<std::size_t, 3> m_size;
+    lerp::TrilinearSampler m_sampler;
+    RotatedLattice m_lattice;
+    fccf::SigmaFilter m_filter;
 };
 
 #endif

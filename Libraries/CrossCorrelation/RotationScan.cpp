@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CrossCorrelation/RotationScan.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 #include "CrossCorrelation/localModel.h"
@@ -33,6 +32,7 @@ std::shared_ptr<const ScanPattern> RotationScan::makePattern(std::shared_ptr<con
 void RotationScan::rotate(const std::array<double, 3>& eulerAngles) {
     m_map.rotate(eulerAngles);
     m_eulerAngles = eulerAngles;
+    m_filters.insert_or_assign(eulerAngles, m_map.filter());
     m_state = State::Rotated;
 }
 
@@ -40,9 +40,8 @@ void RotationScan::correlate(const ScanPattern& pattern) {
     if (m_state == State::Empty) {
         throw std::logic_error("RotationScan: no rotation to correlate");
     }
-    const std::size_t rowSize = m_map.grid().m_size[2];
     m_correlator.transformTarget(
-        [&](std::size_t i, std::size_t j, double* row) { std::copy_n(m_map.row(i, j), rowSize, row); });
+        [this](std::size_t i, std::size_t j, double* row) { m_map.copyRow(i, j, row); });
     m_correlator.correlate(pattern.spectrum);
     m_eta.zeros(pattern.density->nDof() - 6);
     m_state = State::Correlated;
@@ -55,18 +54,16 @@ void RotationScan::offer(LimitedSizeSet<HexaustFlexibleFitConformation>& set) {
     const double alpha = m_eulerAngles[0], beta = m_eulerAngles[1], gamma = m_eulerAngles[2];
     m_correlator.readResult([&](std::size_t i, std::size_t j, const double* scores) {
         offerScores(set, scores, m_grid->m_size[2], [&](std::size_t k) {
-            HexaustFlexibleFitConformation candidate(scores[k], static_cast<int>(i), static_cast<int>(j),
-                                                     static_cast<int>(k), m_eta, m_grid, alpha, beta, gamma);
-            return candidate;
+            return HexaustFlexibleFitConformation(scores[k], static_cast<int>(i), static_cast<int>(j),
+                                                  static_cast<int>(k), m_eta, m_grid, alpha, beta, gamma);
         });
     });
 }
 
-void completeCandidate(const DensityTable& table, RotatedMap& map,
+void completeCandidate(const DensityTable& table, const RotatedNodes& map,
                        HexaustFlexibleFitConformation& candidate) {
-    map.rotate({candidate.m_alpha, candidate.m_beta, candidate.m_gamma});
     const cGrid& grid = *candidate.m_grid;
-    const std::vector<double> row = shiftedSums(
-        table, grid, map.field(), {grid.indexToFlatIndex(candidate.m_i, candidate.m_j, candidate.m_k)});
+    const std::vector<double> row =
+        shiftedSums(table, grid, map, {grid.indexToFlatIndex(candidate.m_i, candidate.m_j, candidate.m_k)});
     setLocalModel(row.data(), table.nDof, candidate);
 }

@@ -3,6 +3,7 @@
 #define SELVANE_CROSSCORRELATION_ROTATIONSCAN_H
 
 #include <array>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -51,6 +52,9 @@ public:
     /// @throws std::logic_error if the map was rotated since it was correlated last
     void offer(LimitedSizeSet<HexaustFlexibleFitConformation>& set);
 
+    /// The filter of every rotation so far, by its angles.
+    const std::map<std::array<double, 3>, fccf::SigmaFilter>& filters() const { return m_filters; }
+
 private:
     enum class State { Empty, Rotated, Correlated };
 
@@ -59,12 +63,14 @@ private:
     dft::StagedCorrelator m_correlator;
     State m_state = State::Empty;
     std::array<double, 3> m_eulerAngles{};
+    std::map<std::array<double, 3>, fccf::SigmaFilter> m_filters;
     arma::Col<double> m_eta; ///< zeros, an amplitude per mode of the pattern
 };
 
 /// Gives a candidate of a scan the gradient and the Hessian of its score.
 /// @param table  of the pattern's density on the grid of the correlation, with second derivatives
-/// @param map    is turned to the candidate's rotation
-void completeCandidate(const DensityTable& table, RotatedMap& map, HexaustFlexibleFitConformation& candidate);
+/// @param map    at the candidate's rotation
+void completeCandidate(const DensityTable& table, const RotatedNodes& map,
+                       HexaustFlexibleFitConformation& candidate);
 
 #endif

@@ -151,7 +151,9 @@ TEST_P(Scan, CompletedCandidatesHaveTheDerivativesOfThePlainStep) {
     RotatedMap turned(map, mapGrid, given.filterSigmas);
     for (std::size_t n = 0; n < kept.size(); ++n) {
         EXPECT_TRUE(kept[n].m_gradient.is_empty());
-        completeCandidate(table, turned, kept[n]);
+        const Angles angles{kept[n].m_alpha, kept[n].m_beta, kept[n].m_gamma};
+        turned.rotate(angles);
+        completeCandidate(table, RotatedNodes(map, mapGrid, angles, turned.filter()), kept[n]);
         EXPECT_TRUE(arma::approx_equal(kept[n].m_gradient, expected[n].m_gradient, "absdiff",
                                        1e-10 * largestOf(expected[n].m_gradient)));
         EXPECT_TRUE(arma::approx_equal(kept[n].m_hessian, expected[n].m_hessian, "absdiff",
@@ -217,29 +219,29 @@ TEST(RotationScan, RefusesAMapThatDoesNotFit) {
     EXPECT_THROW(RotationScan(map, *model.grid, smaller, 1.0), std::length_error);
 }
 
-TEST(RotatedMap, StaysAtARotationThatItHas) {
-    const TestModel model;
-    std::vector<double> source = noise(model.grid->getTotalSize(), 9);
-    RotatedMap map(source, *model.grid, 0.5);
-    map.rotate({0.1, 0.2, 0.3});
-    const std::vector<double> before(map.row(0, 0), map.row(0, 0) + source.size());
-    std::fill(source.begin(), source.end(), 1.0);
-    map.rotate({0.1, 0.2, 0.3});
-    EXPECT_TRUE(std::equal(before.begin(), before.end(), map.row(0, 0)));
-    map.rotate({0.1, 0.2, 0.4});
-    EXPECT_FALSE(std::equal(before.begin(), before.end(), map.row(0, 0)));
-}
-
-TEST(RotatedMap, TakesUpTheZeroRotationToo) {
-    const TestModel model;
-    const std::vector<double> source = noise(model.grid->getTotalSize(), 9, 0.5, 1.0);
-    RotatedMap map(source, *model.grid, -100.0);
-    map.rotate({0.0, 0.0, 0.0});
-    const auto [nx, ny, nz] = model.grid->m_size;
-    EXPECT_NEAR(map.row(nx / 2, ny / 2)[nz / 2],
-                source[model.grid->indexToFlatIndex(static_cast<int>(nx / 2), static_cast<int>(ny / 2),
-                                                    static_cast<int>(nz / 2))],
-                1e-12);
+TEST_P(Scan, NodesReadOneByOneAreThoseOfTheRotatedMapBitForBit) {
+    RotationScan step(map, mapGrid, modelGrid, given.filterSigmas);
+    RotatedMap turned(map, mapGrid, given.filterSigmas);
+    for (const Angles& angles : rotations) {
+        step.rotate(angles);
+        turned.rotate(angles);
+    }
+    for (const Angles& angles : rotations) {
+        turned.rotate(angles);
+        const RotatedNodes nodes(map, mapGrid, angles, step.filters().at(angles));
+        std::vector<double> row(mapGrid.m_size[2]);
+        for (std::size_t i = 0; i < mapGrid.m_size[0]; ++i) {
+            for (std::size_t j = 0; j < mapGrid.m_size[1]; ++j) {
+                turned.copyRow(i, j, row.data());
+                for (std::size_t k = 0; k < row.size(); ++k) {
+                    ASSERT_EQ(nodes(i, j, k), row[k]);
+                }
+            }
+        }
+        EXPECT_EQ(nodes(mapGrid.m_size[0], 0, 0), 0.0);
+        EXPECT_EQ(nodes(0, mapGrid.m_size[1], 0), 0.0);
+        EXPECT_EQ(nodes(0, 0, mapGrid.m_size[2]), 0.0);
+    }
 }
 
 TEST(OfferScores, PassesOverWhatAFullSetWouldRefuse) {

@@ -519,8 +519,7 @@ TEST(ShiftedSums, EqualTheDirectSumOverAllVoxels) {
     const DensityTable table = model.density().tabulate();
     const std::vector<double> target = noise(model.grid->getTotalSize(), 2);
     const std::vector<std::size_t> shifts{0, 5, 400, model.grid->getTotalSize() - 1};
-    const std::vector<double> sums =
-        shiftedSums(table, *model.grid, CornerField::whole(target.data(), *model.grid), shifts);
+    const std::vector<double> sums = shiftedSums(table, *model.grid, target.data(), shifts);
     const std::size_t columns = table.columns() - 1;
     ASSERT_EQ(sums.size(), shifts.size() * columns);
     const cGrid& grid = *model.grid;
