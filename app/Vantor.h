@@ -5,6 +5,7 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -139,7 +140,10 @@ protected:
     double rotationCount() const;
     void fillPaddedMap(std::vector<double>& target) const;
     void countNonConvex() { m_nonConvexCount.fetch_add(1, std::memory_order_relaxed); }
-    void reportIncompleteFile(const std::string& path);
+    /// Lets `write` fill a file that appears under its name only when complete. Both failures are told on the
+    /// standard error stream; one after the opening leaves the earlier file and makes hasIncompleteFiles().
+    /// @return whether the file could be opened
+    bool writeResult(const std::string& path, const std::function<bool(std::FILE*)>& write);
 
     double m_sigma = 0.0;
     std::vector<double> m_edmValues;
@@ -178,6 +182,7 @@ private:
     struct SolutionFile;
     PoseMove moveOfPose(const SolutionFile& output, unsigned long solution) const;
     void writeRemarks(std::FILE* file, unsigned long solution, const PoseMove& move) const;
+    bool writePoses(std::FILE* file);
     bool writePose(SolutionFile& output, unsigned long solution) const;
     void writeInputCopies();
     void writeRefinedInput(const arma::Col<double>& x, const cVector3& center);

@@ -108,12 +108,12 @@ cVector3 VantorHexaust::modelRotationCenter() const {
 }
 
 /// Writes the simulated density to the working directory, whatever the output directory: a diagnostic.
-void VantorHexaust::dumpPattern(const ElectronDensity& density) const {
+void VantorHexaust::dumpPattern(const ElectronDensity& density) {
     cDensityMapCCP4 dump(m_edm);
     std::vector<double> values(m_paddedStructureGrid->getTotalSize(), 0.0);
     density.eval(values);
     dump.loadFromValues(values, m_paddedGrid);
-    dump.save("density.map");
+    writeResult("density.map", [&](std::FILE* file) { return dump.write(file); });
 }
 
 void VantorHexaust::threadedSetEulerAngles(const std::array<double, 3>& angles, unsigned long threadId) {

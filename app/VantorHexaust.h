@@ -75,7 +75,7 @@ private:
     void completePose(HexaustFlexibleFitConformation& pose);
     fccf::SigmaFilter filterOf(const std::array<double, 3>& angles) const;
     std::shared_ptr<const ElectronDensity> modelDensity() const;
-    void dumpPattern(const ElectronDensity& density) const;
+    void dumpPattern(const ElectronDensity& density);
     cVector3 modelRotationCenter() const;
     bool isMultistep() const;
     std::shared_ptr<CrossCorrelationOracle> makeOracle(double* target) const;

@@ -59,7 +59,8 @@ void Vantor::writeRefinedInput(const arma::Col<double>& x, const cVector3& cente
     const std::string& input = m_workflow.m_ipdb.getValue();
     const std::string path =
         m_workflow.m_odir.getValue() + "/Refined-" + input.substr(input.find_last_of('/') + 1);
-    if (!writePDB(path.c_str(), m_atoms.data(), static_cast<int>(m_atoms.size()), displacement)) {
-        reportIncompleteFile(path);
-    }
+    const bool isOpened = writeResult(path, [&](std::FILE* file) {
+        return writePDB(nullptr, m_atoms.data(), static_cast<int>(m_atoms.size()), displacement, file);
+    });
+    m_incompleteFiles = m_incompleteFiles || !isOpened;
 }

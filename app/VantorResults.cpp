@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The scale of the local moves, and the solution files.
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
-#include <unistd.h>
-
+#include "IO/ResultFile.h"
 #include "Math/structure.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "PDB/AtomLines.h"
@@ -62,11 +63,14 @@ struct Vantor::SolutionFile {
 
 void Vantor::saveTopSolution(std::string name) {
     const std::string path = m_workflow.m_odir.getValue() + "/" + name + ".pdb";
-    std::FILE* file = std::fopen(path.c_str(), "w");
-    if (file == nullptr) {
+    if (!writeResult(path, [this](std::FILE* file) { return writePoses(file); })) {
         m_info.printInfo("[ERROR] couldn't create the file ", path, nullptr);
         return;
     }
+    writeInputCopies();
+}
+
+bool Vantor::writePoses(std::FILE* file) {
     const std::array<double, 3> middle = getCenter(m_positions);
     SolutionFile output{file,
                         rotationCenterOfPoses(),
@@ -79,39 +83,30 @@ void Vantor::saveTopSolution(std::string name) {
     for (unsigned long solution = 0; solution < count && complete; ++solution) {
         complete = writePose(output, solution);
     }
-    complete = std::fclose(file) == 0 && complete;
-    if (!complete) {
-        reportIncompleteFile(path);
+    return complete;
+}
+
+bool Vantor::writeResult(const std::string& path, const std::function<bool(std::FILE*)>& write) {
+    ResultFile file(path);
+    if (file.stream() == nullptr) {
+        warn(path + " could not be opened for writing: " + std::strerror(errno) +
+             ". Check its directory and the permissions.");
+        return false;
     }
-    writeInputCopies();
+    if (!write(file.stream()) || !file.commit()) {
+        m_incompleteFiles = true;
+        warn(path + " could not be written completely. Check the free space of its disk and the limits of "
+                    "file sizes.");
+    }
+    return true;
 }
-
-void Vantor::reportIncompleteFile(const std::string& path) {
-    m_incompleteFiles = true;
-    warn(path + " could not be written completely. Check the free space of its disk.");
-}
-
-namespace {
-
-/// Whether a file that could not be written could at least be opened; one that could not fails without a
-/// word.
-bool wasOpened(const std::string& path) {
-    return access(path.c_str(), W_OK) == 0;
-}
-
-} // namespace
 
 void Vantor::writeInputCopies() {
     const std::string directory = m_workflow.m_odir.getValue();
-    const std::string model = directory + "/original.pdb";
-    if (!writePDB(model.c_str(), m_atoms.data(), static_cast<int>(m_atoms.size()), nullptr) &&
-        wasOpened(model)) {
-        reportIncompleteFile(model);
-    }
-    const std::string map = directory + "/edm.map";
-    if (!m_edm.save(map) && wasOpened(map)) {
-        reportIncompleteFile(map);
-    }
+    writeResult(directory + "/original.pdb", [this](std::FILE* file) {
+        return writePDB(nullptr, m_atoms.data(), static_cast<int>(m_atoms.size()), file);
+    });
+    writeResult(directory + "/edm.map", [this](std::FILE* file) { return m_edm.write(file); });
 }
 
 PoseMove Vantor::moveOfPose(const SolutionFile& output, unsigned long solution) const {

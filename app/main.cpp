@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The stages of a run, in their order, with the stopwatch between them.
+#include <csignal>
 #include <memory>
 #include <string>
 
@@ -122,6 +123,8 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     installTerminateHandler();
+    // A file that would grow beyond the limit of the user fails as one on a full disk, with a message.
+    std::signal(SIGXFSZ, SIG_IGN);
     openblas_set_num_threads(1);
     return run(argc, argv);
 }

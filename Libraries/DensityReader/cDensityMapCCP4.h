@@ -5,6 +5,7 @@
 #include "DensityReader/cDensityMapInterface.h"
 
 #include <array>
+#include <cstdio>
 #include <iosfwd>
 #include <optional>
 #include <set>
@@ -42,8 +43,11 @@ public:
     /// and no symmetry records, in native byte order. Of a larger voxel array it writes the corner at (0, 0,
     /// 0). Silent: nothing is written, an older file included, when the voxel array is smaller than m_extent
     /// or the axis order is no permutation.
-    /// @return whether the file was written completely
+    /// It is a ResultFile: what stood there before stays unless the map could be written completely.
+    /// @return whether it was
     bool save(const std::string& name) override;
+    /// The same to a file that is open already and stays so; what its buffer holds is the caller's to flush.
+    bool write(std::FILE* file);
     const std::set<std::string>& supportedExtension() const override { return m_extensions; }
 
     /// By how much the place that the ORIGIN words give to the first voxel differs from that of the start
@@ -54,6 +58,8 @@ public:
 private:
     class Header;
 
+    bool hasExtent() const;
+    bool isWritable() const;
     void readFields(const Header& header);
     std::optional<bool> settleByteOrder(const Header& header, const std::string& name);
     void reverseFields();

@@ -2,10 +2,10 @@
 #include "DensityReader/cDensityMapCCP4.h"
 
 #include "DensityReader/ccp4Layout.h"
+#include "IO/ResultFile.h"
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <vector>
 
@@ -30,28 +30,53 @@ bool covers(const std::array<std::size_t, 3>& shape, const std::array<int, 3>& s
     return true;
 }
 
-void writeVoxels(std::ostream& file, const VoxelArray<double>& voxels, const std::array<int, 3>& extent,
+bool writeBytes(std::FILE* file, const void* bytes, std::size_t count) {
+    return std::fwrite(bytes, 1, count, file) == count;
+}
+
+bool writeVoxels(std::FILE* file, const VoxelArray<double>& voxels, const std::array<int, 3>& extent,
                  const std::array<int, 3>& xyz2crs) {
     const auto strides = ccp4::crsStrides(voxels.shape(), xyz2crs);
     const auto columns = static_cast<std::size_t>(extent[0]), rows = static_cast<std::size_t>(extent[1]);
     std::vector<float> buffer(columns);
-    for (std::size_t row = 0; row < rows * static_cast<std::size_t>(extent[2]) && file; ++row) {
+    for (std::size_t row = 0; row < rows * static_cast<std::size_t>(extent[2]); ++row) {
         const double* first = voxels.values().data() + row % rows * strides[1] + row / rows * strides[2];
         for (std::size_t c = 0; c < columns; ++c) {
             buffer[c] = static_cast<float>(first[c * strides[0]]);
         }
-        file.write(reinterpret_cast<const char*>(buffer.data()),
-                   static_cast<std::streamsize>(columns * sizeof(float)));
+        if (!writeBytes(file, buffer.data(), columns * sizeof(float))) {
+            return false;
+        }
     }
+    return true;
 }
 
 } // namespace
 
+bool cDensityMapCCP4::hasExtent() const {
+    return *std::min_element(m_extent.begin(), m_extent.end()) > 0;
+}
+
+bool cDensityMapCCP4::isWritable() const {
+    if (!hasExtent()) {
+        return true;
+    }
+    const auto xyz2crs = ccp4::invertAxisOrder(m_axisOrder);
+    return !isEmpty() && xyz2crs && covers(m_data->shape(), ccp4::toAxes(m_extent, *xyz2crs));
+}
+
 bool cDensityMapCCP4::save(const std::string& name) {
     m_mode = ccp4::FLOAT_MODE;
-    const bool hasVoxels = *std::min_element(m_extent.begin(), m_extent.end()) > 0;
-    const auto xyz2crs = ccp4::invertAxisOrder(m_axisOrder);
-    if (hasVoxels && (isEmpty() || !xyz2crs || !covers(m_data->shape(), ccp4::toAxes(m_extent, *xyz2crs)))) {
+    if (!isWritable()) {
+        return false;
+    }
+    ResultFile file(name);
+    return file.stream() != nullptr && write(file.stream()) && file.commit();
+}
+
+bool cDensityMapCCP4::write(std::FILE* file) {
+    m_mode = ccp4::FLOAT_MODE;
+    if (!isWritable()) {
         return false;
     }
     HeaderBytes header{};
@@ -68,12 +93,9 @@ bool cDensityMapCCP4::save(const std::string& name) {
     put(header, ccp4::SPACE_GROUP, int{1});
     put(header, ccp4::MAP_WORD, std::array<char, 4>{'M', 'A', 'P', ' '});
 
-    std::ofstream file(name, std::ios::binary | std::ios::trunc);
-    file.write(header.data(), ccp4::UNWRITTEN);
-    file.seekp(ccp4::HEADER_SIZE);
-    if (hasVoxels) {
-        writeVoxels(file, *m_data, m_extent, *xyz2crs);
+    if (!hasExtent()) {
+        return writeBytes(file, header.data(), ccp4::UNWRITTEN);
     }
-    file.close();
-    return !file.fail();
+    return writeBytes(file, header.data(), header.size()) &&
+           writeVoxels(file, *m_data, m_extent, *ccp4::invertAxisOrder(m_axisOrder));
 }

@@ -17,8 +17,8 @@ bool writeLinePDB(FILE* file, const cPDBAtom* atom);
 /// @param name  written as a ResultFile if `file` is null, else ignored: what stood there before stays unless
 ///              every line could be written
 /// @param file  written to and left open, if not null
-/// @return true when every line was written (and the file is in its place) without an error; with n < 1 nothing is
-///         opened or written and the result is true
+/// @return true when every line was written, and the file put in its place, without an error; with n < 1
+///         nothing is opened or written and the result is true
 bool writePDB(const char* name, const cPDBAtom* atoms, int n, FILE* file = nullptr);
 
 /// The same with atom i moved by the entries 3i, 3i + 1, 3i + 2 of `displacement`.

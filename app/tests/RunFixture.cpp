@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,6 +26,12 @@ void redirect(const char* path, int stream) {
     const int file = open(path, O_WRONLY | O_CREAT | O_TRUNC, 0644);
     if (file < 0 || dup2(file, stream) < 0)
         _exit(126);
+}
+
+void limitFiles(std::uintmax_t size) {
+    const rlimit limit{size, size};
+    if (size > 0 && setrlimit(RLIMIT_FSIZE, &limit) != 0)
+        _exit(125);
 }
 
 [[noreturn]] void becomeProgram(const fs::path& directory, const fs::path& out, const fs::path& err,
@@ -63,8 +70,10 @@ RunResult RunFixture::run(const Arguments& arguments) const {
     const fs::path err = m_directory / "streams" / "err";
 
     const pid_t child = fork();
-    if (child == 0)
+    if (child == 0) {
+        limitFiles(m_largestFile);
         becomeProgram(m_directory / "work", out, err, pointers);
+    }
     int state = 0;
     if (child < 0 || waitpid(child, &state, 0) != child)
         throw std::runtime_error("the program could not be run");

@@ -2,6 +2,7 @@
 #ifndef SELVANE_APP_TESTS_RUNFIXTURE_H
 #define SELVANE_APP_TESTS_RUNFIXTURE_H
 
+#include <cstdint>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -46,8 +47,9 @@ protected:
     std::set<std::string> entries(const std::string& directory = ".") const;
 
     std::filesystem::path m_directory;
-    std::vector<TestAtom> m_model; ///< as in model.pdb
-    TestMap m_map;                 ///< as in map.ccp4
+    std::uintmax_t m_largestFile = 0; ///< that a run may write, in bytes; 0 for no limit
+    std::vector<TestAtom> m_model;    ///< as in model.pdb
+    TestMap m_map;                    ///< as in map.ccp4
 };
 
 /// The path that the program is started by.

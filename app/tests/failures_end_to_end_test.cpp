@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // How runs end that cannot go on, and how runs go on that can.
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -267,6 +268,11 @@ TEST_F(Failures, OutputDirectoryThatCannotBeMade) {
         EXPECT_TRUE(contains(result.out, "[ERROR] couldn't create the file " + std::string(47, '.') + " : " +
                                              path + "\n"))
             << result.out;
+    for (const char* path : {"out/Rigid_solution.pdb", "out/Solution.pdb"})
+        EXPECT_TRUE(contains(result.err, "selvane: " + std::string(path) +
+                                             " could not be opened for writing: Not a directory. Check its "
+                                             "directory and the permissions.\n"))
+            << result.err;
     EXPECT_TRUE(contains(result.out, " Timing : "));
     EXPECT_EQ(read("out"), "a file in the way");
 }
@@ -278,6 +284,59 @@ TEST_F(Failures, LogThatCannotBeWrittenStaysSilent) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(entries("out").size(), 5U);
+}
+
+TEST_F(Failures, CopyOfTheInputThatCannotBeOpenedSparesTheOtherFiles) {
+    writeInputs();
+    for (const char* name : {"out/original.pdb", "out/edm.map", "density.map"}) {
+        fs::create_directories(m_directory / "work" / name);
+        const RunResult result = fit(quick({"--odir", "out"}));
+        EXPECT_EQ(result.status, 0);
+        EXPECT_TRUE(
+            contains(result.err, "selvane: " + std::string(name) + " could not be opened for writing: "))
+            << result.err;
+        EXPECT_TRUE(exists("out/Solution.pdb"));
+        fs::remove_all(m_directory / "work" / "out");
+        fs::remove_all(m_directory / "work" / "density.map");
+    }
+}
+
+/// Bytes that are enough for the report of a quick run and too few for any of its results.
+constexpr std::uintmax_t REPORT_ONLY = 7000;
+
+TEST_F(Failures, FullDiskLeavesTheResultsOfAnEarlierRun) {
+    writeInputs();
+    ASSERT_EQ(fit(quick({"--odir", "out"})).status, 0);
+    const std::vector<std::string> paths = {"out/Rigid_solution.pdb", "out/Solution.pdb", "out/original.pdb",
+                                            "out/edm.map", "density.map"};
+    std::vector<std::string> before;
+    for (const std::string& path : paths)
+        before.push_back(read(path));
+    const std::set<std::string> entriesBefore = entries();
+    const std::set<std::string> resultsBefore = entries("out");
+
+    m_largestFile = REPORT_ONLY;
+    const RunResult result = fit(quick({"--odir", "out", "--sigma", "3"}));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.signal, 0);
+    EXPECT_TRUE(contains(result.out, " Timing : ")) << result.out;
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        EXPECT_TRUE(contains(result.err, "selvane: " + paths[i] +
+                                             " could not be written completely. Check the "
+                                             "free space of its disk"))
+            << result.err;
+        EXPECT_TRUE(read(paths[i]) == before[i]) << paths[i];
+    }
+    EXPECT_EQ(entries(), entriesBefore);
+    EXPECT_EQ(entries("out"), resultsBefore);
+}
+
+TEST_F(Failures, FullDiskLeavesNoHalfResult) {
+    writeInputs();
+    m_largestFile = REPORT_ONLY;
+    EXPECT_EQ(fit(quick({"--odir", "out"})).status, 1);
+    EXPECT_EQ(entries(), (std::set<std::string>{"model.pdb", "map.ccp4", "out"}));
+    EXPECT_EQ(entries("out"), std::set<std::string>{"log.txt"});
 }
 
 TEST_F(Failures, FullDiskSparesTheOtherFiles) {

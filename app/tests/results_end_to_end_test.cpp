@@ -207,6 +207,27 @@ TEST_F(Results, SameRunTwiceGivesTheSameBytes) {
     EXPECT_EQ(read("density.map"), density);
 }
 
+TEST_F(Results, FilesThatStoodThereKeepTheirLinksAndModes) {
+    namespace fs = std::filesystem;
+    constexpr fs::perms mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::others_read;
+    writeInputs();
+    const fs::path work = m_directory / "work";
+    fs::create_directory(work / "kept");
+    fs::create_directory(work / "out");
+    const std::vector<std::string> names = {"Rigid_solution.pdb", "Solution.pdb", "original.pdb", "edm.map"};
+    for (const std::string& name : names) {
+        write("kept/" + name, "old");
+        fs::permissions(work / "kept" / name, mode);
+        fs::create_symlink("../kept/" + name, work / "out" / name);
+    }
+    ASSERT_EQ(fit(quick({"--odir", "out"})).status, 0);
+    for (const std::string& name : names) {
+        EXPECT_TRUE(fs::is_symlink(work / "out" / name)) << name;
+        EXPECT_GT(read("kept/" + name).size(), 1000U) << name;
+        EXPECT_EQ(fs::status(work / "kept" / name).permissions(), mode) << name;
+    }
+}
+
 TEST_F(Results, SimulatedDensityHoldsOneUnitPerAtom) {
     writeInputs();
     ASSERT_EQ(fit(quick()).status, 0);
