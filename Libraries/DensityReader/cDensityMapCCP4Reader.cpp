@@ -26,7 +26,7 @@ constexpr std::int64_t LARGEST_SURPLUS = 1048576; // bytes before the voxels, he
 
 /// A line beyond the fixed messages, for a user who has to find out what to do.
 void printNote(const std::string& name, const std::string& text) {
-    std::cerr << "Note: " << name << ": " << text << std::endl;
+    std::cerr << "selvane: " << name << ": " << text << std::endl;
 }
 
 void printTruncated(std::int64_t fileSize, std::int64_t dataOffset) {
@@ -49,11 +49,15 @@ void reverseBytesOfEach(Words& words) {
     }
 }
 
+/// Only a regular file has a length that tells where its voxels are; a pipe would wait for its other end.
 std::ifstream openMap(const std::string& name) {
     std::ifstream file;
     std::error_code ignored;
-    if (!std::filesystem::is_directory(name, ignored)) {
+    const auto status = std::filesystem::status(name, ignored);
+    if (std::filesystem::is_regular_file(status)) {
         file.open(name, std::ios::binary);
+    } else if (std::filesystem::exists(status)) {
+        printNote(name, "not a regular file");
     }
     if (!file.is_open()) {
         throw std::string("Error: could not open CCP4 density map file " + name);

@@ -8,6 +8,8 @@
 #include <limits>
 #include <utility>
 
+#include <sys/stat.h>
+
 namespace {
 
 const std::string TRUNCATED = "Error: File appears truncated and doesn't match header. \n";
@@ -88,6 +90,18 @@ TEST(cDensityMapCCP4HostileInput, DirectoryCannotBeOpened) {
     const TemporaryDirectory directory;
     cDensityMapCCP4 map;
     EXPECT_THROW(map.load(directory.path()), std::string);
+}
+
+TEST(cDensityMapCCP4HostileInput, PipesAndDevicesAreToldAndNotWaitedFor) {
+    const TemporaryDirectory directory;
+    const std::string pipe = directory.file("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& path : {pipe, std::string("/dev/zero"), directory.path()}) {
+        cDensityMapCCP4 map;
+        const CapturedErrors errors;
+        EXPECT_THROW(map.load(path), std::string);
+        EXPECT_EQ(errors.text(), "selvane: " + path + ": not a regular file\n");
+    }
 }
 
 TEST(cDensityMapCCP4HostileInput, GzipIsNamedAsSuch) {
