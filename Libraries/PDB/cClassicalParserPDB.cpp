@@ -141,9 +141,15 @@ void cClassicalParserPDB::loadBuffer(const std::string& name) {
     }
 }
 
-void cClassicalParserPDB::warnOfOtherFormat(const std::string& name) const {
+bool cClassicalParserPDB::warnOfOtherFormat(const std::string& name) const {
     const std::string_view text(m_buffer.data(),
                                 static_cast<std::size_t>(std::min(bufferSize(), FORMAT_PROBE_SIZE)));
+    if (text.substr(0, 3) == "\xEF\xBB\xBF") {
+        std::fprintf(stderr,
+                     "selvane: %s begins with a byte-order mark, so that its first line is not taken for a "
+                     "record; save it as text without the mark\n",
+                     name.c_str());
+    }
     if (text.substr(0, 2) == "\x1f\x8b") {
         std::fprintf(stderr,
                      "selvane: %s is compressed (gzip); unpack it first, with gzip -dc FILE > model.pdb\n",
@@ -156,7 +162,18 @@ void cClassicalParserPDB::warnOfOtherFormat(const std::string& name) const {
             "in a molecular viewer and saving it as PDB. Read as PDB lines, as they are here, "
             "its atoms stand at meaningless places\n",
             name.c_str());
+    } else {
+        return false;
     }
+    return true;
+}
+
+void cClassicalParserPDB::warnOfOddCoordinates(const std::string& name, int count, int firstSerial) {
+    std::fprintf(
+        stderr,
+        "selvane: %s: the coordinates of %d atom lines, the first with serial number %d, are no "
+        "numbers in columns 31 to 38, 39 to 46 and 47 to 54; check that the columns are not shifted\n",
+        name.c_str(), count, firstSerial);
 }
 
 cClassicalParserPDB::Line cClassicalParserPDB::lineAt(long position) const {
@@ -171,9 +188,11 @@ long cClassicalParserPDB::lineEnd(long position) const {
 void cClassicalParserPDB::readFile(const std::string& name, int& nSegments, int& nAtoms, int segmentMode) {
     reset(name, segmentMode);
     loadBuffer(name);
-    warnOfOtherFormat(name);
+    const bool isOtherFormat = warnOfOtherFormat(name);
     nSegments = 0;
     nAtoms = 0;
+    int nOdd = 0;
+    int firstOdd = 0;
     SegmentState state;
     for (;;) {
         const int kind = readPDBLine(m_buffer.data(), m_position, bufferSize());
@@ -183,6 +202,9 @@ void cClassicalParserPDB::readFile(const std::string& name, int& nSegments, int&
         if (isAtomLine(kind)) {
             const Line line = lineAt(m_position);
             ++nAtoms;
+            if (!line.holdsCoordinates() && nOdd++ == 0) {
+                firstOdd = line.integer(SERIAL_OFFSET, SERIAL_WIDTH);
+            }
             nSegments += state.isLeftFor(line.at(CHAIN_OFFSET), m_segmentMode);
             countResidue(line.at(CHAIN_OFFSET), line.integer(RESSEQ_OFFSET, RESSEQ_WIDTH), state);
         } else if (kind == MISSING_RESIDUE) {
@@ -193,6 +215,9 @@ void cClassicalParserPDB::readFile(const std::string& name, int& nSegments, int&
         }
         if (endsModel(kind)) {
             nSegments += !state.m_isNew;
+            if (nOdd > 0 && !isOtherFormat) {
+                warnOfOddCoordinates(name, nOdd, firstOdd);
+            }
             lookForMoreModels();
             return;
         }

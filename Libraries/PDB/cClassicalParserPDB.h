@@ -110,6 +110,8 @@ public:
 
 private:
     // Offsets and widths of the fields of an atom line that both passes read.
+    static constexpr int SERIAL_OFFSET = 6;
+    static constexpr int SERIAL_WIDTH = 5;
     static constexpr int NAME_OFFSET = 12;
     static constexpr int NAME_WIDTH = 4;
     static constexpr int RESNAME_OFFSET = 17;
@@ -130,6 +132,8 @@ private:
         void copy(int offset, int width, char* field) const;
         int integer(int offset, int width) const;
         double real(int offset, int width) const;
+        /// Whether the three fields of the coordinates hold a number each, and nothing else.
+        bool holdsCoordinates() const;
     };
     /// What a pass remembers from line to line.
     struct SegmentState;
@@ -139,7 +143,9 @@ private:
 
     void reset(const std::string& name, int segmentMode);
     void loadBuffer(const std::string& name);
-    void warnOfOtherFormat(const std::string& name) const;
+    /// @return  whether the file is of another format, so that its records mean nothing
+    bool warnOfOtherFormat(const std::string& name) const;
+    static void warnOfOddCoordinates(const std::string& name, int count, int firstSerial);
     long bufferSize() const { return static_cast<long>(m_buffer.size()); }
     Line lineAt(long position) const;
     long lineEnd(long position) const;

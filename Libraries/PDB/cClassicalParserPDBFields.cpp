@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 #include "PDB/cClassicalParserPDB.h"
@@ -13,6 +14,8 @@ namespace {
 constexpr std::string_view MISSING_HEADING = "REMARK 465   M RES C SSSEQI";
 constexpr std::size_t LONGEST_LINE_READ = 78; // the element ends there
 constexpr int MAX_FIELD_WIDTH = 8;
+constexpr int COORDINATE_OFFSETS[3] = {30, 38, 46};
+constexpr int COORDINATE_WIDTH = 8;
 
 // Offsets in an atom line at which the optional fields begin.
 constexpr int OCCUPANCY_OFFSET = 54;
@@ -92,6 +95,16 @@ double cClassicalParserPDB::Line::real(int offset, int width) const {
     return std::strtod(field, nullptr);
 }
 
+bool cClassicalParserPDB::Line::holdsCoordinates() const {
+    return std::all_of(std::begin(COORDINATE_OFFSETS), std::end(COORDINATE_OFFSETS), [this](int offset) {
+        char field[MAX_FIELD_WIDTH + 1];
+        copy(offset, COORDINATE_WIDTH, field);
+        char* end = nullptr;
+        std::strtod(field, &end);
+        return end != field && end[std::strspn(end, " ")] == '\0';
+    });
+}
+
 cClassicalParserPDB::Line cClassicalParserPDB::lineOf(const char* text) {
     return {text, static_cast<long>(strnlen(text, LONGEST_LINE_READ))};
 }
@@ -153,7 +166,7 @@ int cClassicalParserPDB::readPDBRecordFields(const char* line, cPDBAtom* atom, i
 }
 
 void cClassicalParserPDB::readFields(const Line& line, cPDBAtom& atom, int n) const {
-    atom.m_serial = line.integer(6, 5);
+    atom.m_serial = line.integer(SERIAL_OFFSET, SERIAL_WIDTH);
     line.copy(NAME_OFFSET, NAME_WIDTH, atom.m_name);
     deleteSpacesInAString(atom.m_name, NAME_WIDTH);
     line.copy(16, 1, atom.m_altLoc);
@@ -187,9 +200,11 @@ void cClassicalParserPDB::readFields(const Line& line, cPDBAtom& atom, int n) co
 
 void cClassicalParserPDB::readCoords(const Line& line, cVector3& out) {
     // Single precision is part of the result: every coordinate of a run is a float.
-    out = cVector3(static_cast<double>(static_cast<float>(line.real(30, 8))),
-                   static_cast<double>(static_cast<float>(line.real(38, 8))),
-                   static_cast<double>(static_cast<float>(line.real(46, 8))));
+    const auto coordinate = [&](int offset) {
+        return static_cast<double>(static_cast<float>(line.real(offset, COORDINATE_WIDTH)));
+    };
+    out = cVector3(coordinate(COORDINATE_OFFSETS[0]), coordinate(COORDINATE_OFFSETS[1]),
+                   coordinate(COORDINATE_OFFSETS[2]));
 }
 
 void cClassicalParserPDB::readPDBCoords(const char* line, cVector3& out) const {

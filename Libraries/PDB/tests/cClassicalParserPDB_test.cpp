@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -458,6 +459,29 @@ TEST_F(ClassicalParserPDB, OtherFormatsAreNamed) {
     EXPECT_NE(warningFor("data_1ABC\n#\n").find("mmCIF"), std::string::npos);
     EXPECT_NE(warningFor("# comment\nloop_\n_atom_site.id\n").find("mmCIF"), std::string::npos);
     EXPECT_EQ(warningFor("HEADER    data_ _atom_site.id\n" + atom('A', 1)), "");
+    EXPECT_NE(warningFor("\xEF\xBB\xBF" + atom('A', 1)).find("byte-order mark"), std::string::npos);
+}
+
+TEST_F(ClassicalParserPDB, CoordinatesThatAreNoNumbersAreToldOnce) {
+    const auto warningFor = [&](const std::string& fields) {
+        ::testing::internal::CaptureStderr();
+        read("ATOM      1  CA  ALA A   1       1.000   2.000   3.000\n"
+             "ATOM      7  CA  ALA A   2    " +
+             fields + "\nATOM      8  CA  ALA A   3    " + fields + "\n");
+        return ::testing::internal::GetCapturedStderr();
+    };
+    for (const char* numbers :
+         {"   1.000   2.000   3.000", "1.0     -2      3e1     ", "     nan     inf       0"}) {
+        EXPECT_EQ(warningFor(numbers), "") << numbers;
+    }
+    for (const char* odd : {"                        ", "   1.000     two   3.000", "   1.000   2.000",
+                            "    1.000   2.000   3.000", "\t1.000\t2.000\t3.000"}) {
+        const std::string warning = warningFor(odd);
+        EXPECT_NE(warning.find("the coordinates of 2 atom lines, the first with serial number 7,"),
+                  std::string::npos)
+            << odd << warning;
+        EXPECT_EQ(std::count(warning.begin(), warning.end(), '\n'), 1);
+    }
 }
 
 namespace {
