@@ -164,6 +164,8 @@ void FittingWorkflow::checkScales() const {
          {&m_cutoff, &m_stiffness, &m_maxrmsd, &m_sigma, &m_filtersigma, &m_dangle, &m_clusterThreshold})
         if (!std::isfinite(option->getValue()))
             reject(*option, "The value has to be a finite number");
+    if (!std::isfinite(m_maxrmsd.getValue() * m_maxrmsd.getValue()))
+        reject(m_maxrmsd, "The square of the value has to be a finite number");
     for (const auto* option : {&m_cutoff, &m_stiffness})
         if (!(option->getValue() > 0.0))
             reject(*option, "The value has to be above 0");

@@ -3,7 +3,6 @@
 #define SELVANE_APP_PROGRESSBAR_H
 
 #include <iostream>
-#include <limits>
 
 #include "Math/cVector3.h"
 
@@ -14,10 +13,9 @@ struct ProgressBar {
     int m_last = -1; ///< the position drawn last
 
     /// Draws "[===>   ] 42 %" over the previous bar, if its position changed since.
-    /// @param done  tasks counted as done; 0 of 0 tasks is not a number, draws blanks and the lowest int
+    /// @param done  tasks counted as done; of no tasks none is done
     void draw(int done) {
-        const float fraction = m_total == 0 ? std::numeric_limits<float>::quiet_NaN()
-                                            : static_cast<float>(done) / static_cast<float>(m_total);
+        const float fraction = m_total == 0 ? 0.0F : static_cast<float>(done) / static_cast<float>(m_total);
         const int position = truncateToInt(static_cast<float>(m_width) * fraction);
         if (position == m_last)
             return;

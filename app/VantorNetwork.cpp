@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The stages of the elastic network and its modes.
 #include <algorithm>
+#include <exception>
 #include <numeric>
 #include <stdexcept>
 
@@ -14,9 +15,9 @@
 void Vantor::buildHessian() {
     m_info.printInfo(" Constructing Hessian ");
     checkLonelyAtoms();
+    tellCoincidentAtoms();
     // Nobody reads the network when no modes are asked for.
     if (m_workflow.m_nmodes.getValue() == 0) {
-        tellCoincidentAtoms();
         return;
     }
     const int count = static_cast<int>(m_atoms.size());
@@ -66,7 +67,8 @@ void Vantor::tellCoincidentAtoms() const {
     });
     if (pair != order.end()) {
         warn(m_workflow.m_ipdb.getValue() + ": atoms " + std::to_string(m_atoms[*pair].m_serial) + " and " +
-             std::to_string(m_atoms[*(pair + 1)].m_serial) + " stand at one position.");
+             std::to_string(m_atoms[*(pair + 1)].m_serial) +
+             " stand at one position; no spring joins them. Check the model.");
     }
 }
 
@@ -90,6 +92,13 @@ void Vantor::performNMA() {
     }
     tellTooManyModes();
     constexpr double gasConstant = 0.0083144621; // kJ / (mol K)
-    m_nma = std::make_shared<NormalModeEngine>(m_system, m_positions, m_masses, m_blockIds, nModes,
-                                               1.0 / (gasConstant + gasConstant), &m_info);
+    try {
+        m_nma = std::make_shared<NormalModeEngine>(m_system, m_positions, m_masses, m_blockIds, nModes,
+                                                   1.0 / (gasConstant + gasConstant), &m_info);
+    } catch (const std::exception&) {
+        warn(m_workflow.m_ipdb.getValue() +
+             ": its normal modes could not be computed. Use a smaller --nmodes, a larger --cutoff or a "
+             "--stiffness near 1.");
+        throw;
+    }
 }

@@ -81,20 +81,6 @@ void checkEveryAtomHasNeighbours(const RecordsByAtom& records, std::size_t nAtom
     endWithCount(info, entries, "values");
 }
 
-void warnOfSharedPositions(const Neighbours& neighbours) {
-    const auto shared = [](const auto& record) { return record.m_distance2 == 0.0; };
-    const auto first = std::find_if(neighbours.begin(), neighbours.end(), shared);
-    if (first == neighbours.end())
-        return;
-    // Every pair is listed from both sides.
-    const auto pairs = (std::count_if(first, neighbours.end(), shared) + 1) / 2;
-    std::fprintf(stderr,
-                 "selvane: no spring joins atoms at one position, such as %d and %d (counted from 0; pairs "
-                 "in all: %lld)\n",
-                 std::min(first->m_firstIndex, first->m_secondIndex),
-                 std::max(first->m_firstIndex, first->m_secondIndex), static_cast<long long>(pairs));
-}
-
 struct Block {
     std::size_t neighbour;
     double elements[3][3];
@@ -236,7 +222,6 @@ void System::buildMassWeightedStiffnessMatrix(const NeighbourList<std::array<dou
         m_info->printInfo(" Memory required for the Hessian matrix",
                           static_cast<double>(2 * nnz + nnz) * 8.0 / megabyte, "Mb");
     checkEveryAtomHasNeighbours(records, nAtoms, nnz, m_info);
-    warnOfSharedPositions(neighbours);
 
     m_hessian = assemble(neighbours, records, m_isqrtMass, m_springConstant, nnz);
 }

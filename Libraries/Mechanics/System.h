@@ -55,7 +55,7 @@ public:
     ///   H_ij = -(k / d^2) r r^T for every record, r = x_i - x_j;  H_ii = -(sum of H_ij over the records of
     ///   i).
     /// An atom without a neighbour ends the process with status 0 and a message. Two atoms at one position
-    /// have no direction: their block is zero, and one line on the standard error stream says so.
+    /// have no direction: their block is zero, and it is for the caller, who knows their names, to say so.
     /// The peak of memory is the matrix itself, 16 bytes per entry, and 8 bytes per record.
     /// @throws std::length_error  if nAtoms isn't the number of masses
     /// @throws std::out_of_range  for an atom index outside 0 .. nAtoms - 1

@@ -240,6 +240,11 @@ TEST(FittingWorkflow, DoublesThatAreNoFiniteNumbersAreRefused) {
             EXPECT_TRUE(contains(errorOf({option, value}), "(" + option + ")")) << option << " " << value;
 }
 
+TEST(FittingWorkflow, SquareOfTheBendingHasToBeFinite) {
+    EXPECT_EQ(errorOf({"--maxrmsd", "1e100"}), "");
+    EXPECT_TRUE(contains(errorOf({"--maxrmsd", "-1e200"}), "(--maxrmsd)"));
+}
+
 TEST(FittingWorkflow, NumberOfModesIsNotCutToFewerBits) {
     EXPECT_EQ(errorOf({"--nmodes", "2147483647"}), "");
     EXPECT_TRUE(contains(errorOf({"--nmodes", "4294967296"}), "Argument: (--nmodes): "));

@@ -282,8 +282,8 @@ TEST(DynamicParallelForEach, SurplusWorkersFindThePoolEmpty) {
     EXPECT_EQ(countVisits<DynamicLoop>(8, 3), std::vector<int>(3, 1));
 }
 
-TEST(DynamicParallelForEach, NoTasksDrawOneBarOfNotANumber) {
-    EXPECT_EQ(output<DynamicLoop>(3, 0), "[" + std::string(70, ' ') + "] -2147483648 %\r\n");
+TEST(DynamicParallelForEach, NoTasksDrawOneBarAtItsStart) {
+    EXPECT_EQ(output<DynamicLoop>(3, 0), "[>" + std::string(69, ' ') + "] 0 %\r\n");
 }
 
 TEST(DynamicParallelForEach, BarOfOneWorkerEndsAtHundredPercent) {

@@ -124,6 +124,8 @@ TEST_F(Failures, AtomsAtOnePlaceAreToldAndTheRunGoesOn) {
     EXPECT_EQ(result.status, 0);
     EXPECT_TRUE(contains(result.err, "selvane: model.pdb: atoms 7 and 8")) << result.err;
     EXPECT_EQ(linesOf(result.err).size(), 1U);
+    // With modes the network is built, and the line is the same.
+    EXPECT_EQ(fit(quick({"--nmodes", "3"})).err, result.err);
 }
 
 struct BrokenMap {

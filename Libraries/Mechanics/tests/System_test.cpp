@@ -275,22 +275,13 @@ TEST(System, ReportsTheMemoryOfLocationsAndValues) {
 
 TEST(System, AtomsAtOnePositionHaveAZeroBlockAndAreNeighbours) {
     const Positions x = {{1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}};
-    testing::internal::CaptureStderr();
     const System system(bruteForceList(x, 10.0), {1.0, 1.0}, 1.0, nullptr); // neither ends as lonely
-    const std::string err = testing::internal::GetCapturedStderr();
     EXPECT_TRUE(Matrix(*system.m_hessian).is_zero());
-    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1);
-    EXPECT_NE(err.find("0 and 1"), std::string::npos) << err;
-    EXPECT_NE(err.find("in all: 1"), std::string::npos) << err;
 }
 
-TEST(System, SharedPositionsAreReportedInOneLine) {
+TEST(System, AtomsAtOnePositionLeaveTheOtherSpringsFinite) {
     const Positions x = {{0.0, 0.0, 0.0}, {1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}, {1.0, 1.0, 1.0}};
-    testing::internal::CaptureStderr();
     const System system(bruteForceList(x, 10.0), std::vector<double>(4, 1.0), 1.0, nullptr);
-    const std::string err = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1);
-    EXPECT_NE(err.find("in all: 3"), std::string::npos) << err;
     EXPECT_TRUE(system.m_hessian->is_finite());
     EXPECT_NEAR((*system.m_hessian)(0, 0), 1.0, 1e-15); // three springs along the diagonal, a third each
 }
