@@ -16,6 +16,8 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -380,6 +382,47 @@ TEST_F(ResultFiles, FullDiskLeavesTheOldContent) {
     EXPECT_EQ(read("result"), "old");
     EXPECT_EQ(read("twin"), "linked");
     EXPECT_EQ(entries(), (Names{"linked", "result", "twin"}));
+}
+
+/// Mounts a disk of 1 MiB and six entries on a directory, for this process alone. Not every system lets one.
+bool mountSmallDisk(const std::string& directory) {
+    return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("none", directory.c_str(), "tmpfs", 0, "size=1m,nr_inodes=7") == 0;
+}
+
+/// Its root takes one of the seven. The process ends with the number of the first expectation that fails;
+/// where nothing can be mounted, the test with a size limit stands for this one.
+TEST_F(ResultFiles, FullDiskOrOneWithoutEntriesLeavesTheOldContent) {
+    const int state = stateAfter([&] {
+        if (!isSuperuser() || seteuid(0) != 0 || !mountSmallDisk(m_directory.string()))
+            return;
+        write("old", "old");
+        write("twin", "twin");
+        fs::create_hard_link(path("twin"), path("linked"));
+        for (const char* name : {"old", "linked", "fresh"})
+            if (save(path(name), std::string(1U << 20U, 'n')))
+                _exit(1);
+        if (read("old") != "old" || read("twin") != "twin" || fs::exists(path("fresh")))
+            _exit(2);
+        // Room for one copy, but not for a second one behind the name with two links.
+        if (save(path("linked"), std::string(600000, 'n')) || read("twin") != "twin")
+            _exit(3);
+        if (!save(path("old"), std::string(600000, 'n')) || save(path("old"), std::string(600000, 'm')) ||
+            read("old") != std::string(600000, 'n'))
+            _exit(4);
+        for (const char* name : {"1", "2", "3", "4", "5", "6"})
+            write(name, "");
+        if (save(path("old"), "no room for a hidden file") || read("old") != std::string(600000, 'n'))
+            _exit(5);
+        fs::remove(path("1"));
+        if (!save(path("old"), "room") || read("old") != "room")
+            _exit(6);
+        // A mount point cannot be renamed over.
+        if (mount(path("twin").c_str(), path("old").c_str(), nullptr, MS_BIND, nullptr) != 0 ||
+            !save(path("old"), "through") || read("linked") != "through")
+            _exit(7);
+    });
+    EXPECT_EQ(state, 0) << WEXITSTATUS(state);
 }
 
 TEST_F(ResultFiles, KilledProcessLeavesTheOldContentAndAHiddenFile) {
