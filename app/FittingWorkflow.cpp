@@ -93,6 +93,7 @@ FittingWorkflow::FittingWorkflow()
     , m_clustering("", "clustering", "turn the clustering on (default)")
     , m_nopadding("", "nopadding", "turn the padding off and the periodicity on")
     , m_multistep("", "multistep", "use multistep algorithm to refine the top conformations")
+    , m_resume("", "resume", "continue the scan of an interrupted run from its checkpoint in odir")
     , m_changelogVisitor(*this, "")
     , m_changelog("log", "changelog", "Displays ChangeLog information and exits.", &m_changelogVisitor) {
     addOptions();
@@ -102,8 +103,8 @@ void FittingWorkflow::addOptions() {
     TCLAP::Arg* const options[] = {
         &m_ipdb,       &m_iedm,      &m_nmodes,      &m_nthread,   &m_cutoff,           &m_stiffness,
         &m_maxrmsd,    &m_sigma,     &m_filtersigma, &m_dangle,    &m_clusterThreshold, &m_odir,
-        &m_nsolutions, &m_nclusters, &m_clustering,  &m_nopadding, &m_multistep};
-    TCLAP::Arg* const hidden[] = {&m_nmodes, &m_cutoff, &m_stiffness, &m_maxrmsd, &m_multistep};
+        &m_nsolutions, &m_nclusters, &m_clustering,  &m_nopadding, &m_multistep,        &m_resume};
+    TCLAP::Arg* const hidden[] = {&m_nmodes, &m_cutoff, &m_stiffness, &m_maxrmsd, &m_multistep, &m_resume};
 
     add(m_changelog);
     for (TCLAP::Arg* option : options) {
@@ -187,9 +188,13 @@ void FittingWorkflow::checkPaths() const {
     const std::string& directory = m_odir.getValue();
     if (directory.empty())
         reject(m_odir, "The output directory is empty: give a path, or leave the option out for ./");
-    const std::string outputs[] = {
-        directory + "/edm.map",      directory + "/original.pdb", directory + "/Rigid_solution.pdb",
-        directory + "/Solution.pdb", directory + "/log.txt",      "./density.map"};
+    const std::string outputs[] = {directory + "/edm.map",
+                                   directory + "/original.pdb",
+                                   directory + "/Rigid_solution.pdb",
+                                   directory + "/Solution.pdb",
+                                   directory + "/log.txt",
+                                   "./density.map",
+                                   directory + "/.selvane-checkpoint"};
     for (const auto* input : {&m_ipdb, &m_iedm})
         for (const std::string& output : outputs)
             if (isSameFile(input->getValue(), output))

@@ -79,6 +79,7 @@ public:
     TCLAP::SwitchArg m_clustering;
     TCLAP::SwitchArg m_nopadding;
     TCLAP::SwitchArg m_multistep;
+    TCLAP::SwitchArg m_resume;
 
 private:
     void addOptions();

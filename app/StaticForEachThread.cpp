@@ -14,7 +14,7 @@ void StaticForEachThread::setProgress(ProgressBar* progress, unsigned long* coun
 }
 
 void StaticForEachThread::runInternal() {
-    for (unsigned long task = m_begin; task < m_end; ++task) {
+    for (unsigned long task = m_begin + m_done; task < m_end; ++task) {
         {
             const std::lock_guard<Mutex> lock(*m_mutex);
             const unsigned long started = (*m_counter)++;
@@ -23,5 +23,6 @@ void StaticForEachThread::runInternal() {
                 m_progress->draw(static_cast<int>(started + 2));
         }
         doStep(task);
+        m_done = task + 1 - m_begin;
     }
 }

@@ -19,6 +19,10 @@ public:
     unsigned long getBegin() const { return m_begin; }
     unsigned long getEnd() const { return m_end; }
 
+    /// The first tasks of the range need not be done again.
+    void setDone(unsigned long done) { m_done = done; }
+    unsigned long getDone() const { return m_done; }
+
     /// @param progress  the bar of the loop, or null for none
     /// @param counter   the tasks that all workers have started so far
     void setProgress(ProgressBar* progress, unsigned long* counter);
@@ -26,6 +30,7 @@ public:
 private:
     unsigned long m_begin = 0;
     unsigned long m_end = 0;
+    unsigned long m_done = 0; ///< tasks of the range, from its begin, done so far
     ProgressBar* m_progress = nullptr;
     unsigned long* m_counter = nullptr;
 };

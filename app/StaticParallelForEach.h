@@ -34,6 +34,23 @@ public:
         }
     }
 
+    /// Leaves out the first tasks of each range, which were done before; the bar counts them as done.
+    /// @param done  per worker
+    /// @return false, and nothing is left out, if a range has fewer tasks
+    bool skip(const std::vector<unsigned long>& done) {
+        for (std::size_t i = 0; i < done.size(); ++i) {
+            const T& thread = *this->m_threads[i];
+            const unsigned long end = std::max(thread.getBegin(), thread.getEnd());
+            if (done[i] > end - thread.getBegin())
+                return false;
+        }
+        for (std::size_t i = 0; i < done.size(); ++i) {
+            this->m_threads[i]->setDone(done[i]);
+            m_counter += done[i];
+        }
+        return true;
+    }
+
     /// Closes the bar.
     virtual ~StaticParallelForEach() { std::cout << std::endl; }
 
@@ -44,11 +61,12 @@ public:
         this->m_allDone = true;
         for (std::size_t i = 0; i < done.size(); ++i) {
             const T& thread = *this->m_threads[i];
-            if (done[i] || thread.getBegin() >= thread.getEnd())
+            const unsigned long begin = thread.getBegin() + thread.getDone();
+            if (done[i] || begin >= thread.getEnd())
                 continue;
             this->m_allDone = false;
-            std::cerr << "selvane: worker " << i << " could not be started, " << m_taskName << " "
-                      << thread.getBegin() << " to " << thread.getEnd() - 1 << " are not done" << std::endl;
+            std::cerr << "selvane: worker " << i << " could not be started, " << m_taskName << " " << begin
+                      << " to " << thread.getEnd() - 1 << " are not done" << std::endl;
         }
         return done;
     }

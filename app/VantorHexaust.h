@@ -5,12 +5,14 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "CrossCorrelation/DensityTable.h"
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
 #include "CrossCorrelation/LimitedSizeSet.h"
 #include "CrossCorrelation/fccf.h"
+#include "app/Checkpoint.h"
 #include "app/Vantor.h"
 
 class CrossCorrelationOracle;
@@ -53,6 +55,21 @@ public:
     /// @throws std::domain_error if the worker has no oracle
     void initTweenDof(unsigned long threadId);
 
+    /// Where a checkpoint of the scan lies.
+    std::string getCheckpointPath() const;
+
+    /// What a checkpoint of this scan belongs to. Follows zeroPadd().
+    checkpoint::Identity checkpointIdentity() const;
+
+    /// A worker's part of a checkpoint.
+    /// @param done  rotations of its range that the worker has done
+    std::string encodeWorker(unsigned long threadId, unsigned long done) const;
+
+    /// With the switch resume, fills the workers' sets from the checkpoint, or ends the run if that can't be.
+    /// Follows zeroPadd().
+    /// @return per worker, the rotations of its range that are done already
+    std::vector<unsigned long> resumeScan();
+
     std::array<double, 3> getConformationTau(unsigned long solution) const override;
     std::array<double, 3> getConformationAngle(unsigned long solution) const override;
     std::array<double, 3> getConformationDTau(unsigned long solution) const override;
@@ -91,7 +108,8 @@ private:
     std::shared_ptr<const ScanPattern> m_pattern;
     std::once_flag m_patternMade;
     std::shared_ptr<const ElectronDensity> m_patternDensity; ///< outlives the scan
-    std::map<std::array<double, 3>, fccf::SigmaFilter> m_filters; ///< of the scan's rotations, by their angles
+    std::map<std::array<double, 3>, fccf::SigmaFilter>
+        m_filters;              ///< of the scan's rotations, by their angles
     DensityTable m_derivatives; ///< of the pattern, made by the first pose refined
     std::once_flag m_derivativesMade;
 };

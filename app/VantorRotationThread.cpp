@@ -1,15 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/VantorRotationThread.h"
 
+#include "app/ScanCheckpoints.h"
 #include "app/Vantor.h"
 
-void VantorRotationThread::setContext(Vantor* fit, const std::array<double, 3>* angles) {
+void VantorRotationThread::setContext(Vantor* fit, const std::array<double, 3>* angles,
+                                      ScanCheckpoints* checkpoints) {
     m_fit = fit;
     m_angles = angles;
+    m_checkpoints = checkpoints;
+}
+
+void VantorRotationThread::runInternal() {
+    m_checkpoints->begin(m_id);
+    StaticForEachThread::runInternal();
+    m_checkpoints->end(m_id, getDone());
 }
 
 void VantorRotationThread::doStep(unsigned long task) {
     m_fit->threadedSetEulerAngles(m_angles[task], m_id);
     m_fit->threadedComputeCrossCorrelation(m_id);
     m_fit->threadedGetTopConformationsOpt(m_id);
+    m_checkpoints->rotationDone(m_id, task + 1 - getBegin());
 }

@@ -6,6 +6,7 @@
 
 #include "app/StaticForEachThread.h"
 
+class ScanCheckpoints;
 class Vantor;
 
 /// A worker of the scan: for each rotation of its range it rotates the map, correlates, and offers the voxels
@@ -15,11 +16,14 @@ public:
     using StaticForEachThread::StaticForEachThread;
 
     /// @param angles all rotations of the scan; not owned
-    void setContext(Vantor* fit, const std::array<double, 3>* angles);
+    /// @param checkpoints  of the scan; not owned
+    void setContext(Vantor* fit, const std::array<double, 3>* angles, ScanCheckpoints* checkpoints);
+    void runInternal() override;
     void doStep(unsigned long task) override;
 
 private:
     const std::array<double, 3>* m_angles = nullptr;
+    ScanCheckpoints* m_checkpoints = nullptr;
     Vantor* m_fit = nullptr;
 };
 

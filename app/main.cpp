@@ -1,18 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The stages of a run, in their order, with the stopwatch between them.
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <memory>
+#include <numeric>
 #include <string>
+#include <vector>
 
 #include "IO/cSequentialTimer.h"
 #include "IO/printHeader.h"
+#include "app/Checkpoint.h"
 #include "app/DynamicParallelForEach.h"
+#include "app/ScanCheckpoints.h"
 #include "app/StaticParallelForEach.h"
 #include "app/VantorHexaust.h"
 #include "app/VantorRefineConformationThread.h"
 #include "app/VantorRotationThread.h"
 #include "app/VantorThread.h"
 #include "app/fail.h"
+#include "app/interruption.h"
 
 // The workers are the parallelism of a run; a matrix library with threads of its own would only multiply
 // them.
@@ -21,6 +28,69 @@ extern "C" void openblas_set_num_threads(int count);
 namespace {
 
 constexpr int lineWidth = 80;
+
+// The tests build the program with a shorter interval: it is no option of a run.
+#ifndef SELVANE_CHECKPOINT_MILLISECONDS
+#define SELVANE_CHECKPOINT_MILLISECONDS 60000
+#endif
+constexpr std::chrono::milliseconds checkpointInterval{SELVANE_CHECKPOINT_MILLISECONDS};
+
+/// Ends a run that cannot be resumed before it costs time, and tells of a scan that this run would lose.
+void checkForCheckpoint(const VantorHexaust& fit) {
+    const std::string path = fit.getCheckpointPath();
+    if (!fit.workflow().m_resume.getValue()) {
+        if (checkpoint::exists(path)) {
+            warn(path +
+                 " is left of an interrupted run. This run begins anew and will replace it if it takes "
+                 "more than a minute; the command of that run with --resume would continue it.");
+        }
+        return;
+    }
+    try {
+        checkpoint::require(path);
+    } catch (const checkpoint::Error& error) {
+        fail(error.what());
+    }
+    interruption::setCheckpoint(path);
+}
+
+/// Leaves out what the checkpoint has, if the run goes on from one.
+template <class Scan>
+void skipDone(Scan& scan, const std::vector<unsigned long>& done, std::size_t rotations,
+              const VantorHexaust& fit) {
+    const std::string path = fit.getCheckpointPath();
+    if (!scan.skip(done)) {
+        fail(path + ": the checkpoint is damaged. Remove it and start from the beginning without --resume.");
+    }
+    if (fit.workflow().m_resume.getValue()) {
+        const unsigned long sum = std::accumulate(done.begin(), done.end(), 0UL);
+        warn("going on from " + path + ", where " + std::to_string(sum) + " of " + std::to_string(rotations) +
+             " rotations are done");
+    }
+}
+
+ScanCheckpoints::Steps checkpointSteps(const VantorHexaust& fit) {
+    const std::string path = fit.getCheckpointPath();
+    return {[&fit](unsigned long worker, unsigned long done) { return fit.encodeWorker(worker, done); },
+            [path, identity = fit.checkpointIdentity()](const std::vector<std::string>& parts) {
+                checkpoint::write(path, identity, parts);
+            },
+            [](const std::string& reason) {
+                warn("no checkpoint could be written (" + reason +
+                     "); the scan goes on, but an interruption loses what it has done since the last one.");
+            }};
+}
+
+/// A complete run has no use for its checkpoint; one that left something undone can be resumed from it.
+void releaseCheckpoint(const VantorHexaust& fit, bool isComplete, bool isOwn) {
+    const std::string path = fit.getCheckpointPath();
+    if (isComplete && isOwn) {
+        std::remove(path.c_str());
+        interruption::setCheckpoint("");
+    } else if (isOwn) {
+        warn("this run is not complete; the same command with --resume goes on from " + path);
+    }
+}
 
 /// Runs one worker per buffer; what a worker that could not be started leaves undone is done here.
 template <class Thread, class Step>
@@ -43,6 +113,7 @@ int run(int argc, char** argv) {
     const auto save = [&] { info.saveTimeInterval(timer.getTimeInterval()); };
     const unsigned long workers = fit.getNThread();
 
+    checkForCheckpoint(fit);
     printHeader(lineWidth);
     fit.initThreaded();
     fit.loadEdm();
@@ -58,6 +129,7 @@ int run(int argc, char** argv) {
     fit.computeStructureEdm(timer);
     save();
     fit.zeroPadd();
+    const std::vector<unsigned long> done = fit.resumeScan();
     save();
 
     info.printInfo(" Zero padding the local grids and densities ");
@@ -82,10 +154,14 @@ int run(int argc, char** argv) {
     }
     info.printInfo((" Scaning " + std::to_string(angles.size()) + " rotations ").c_str());
     StaticParallelForEach<VantorRotationThread> scan(workers, angles.size(), "rotations");
+    skipDone(scan, done, angles.size(), fit);
+    ScanCheckpoints checkpoints(checkpointInterval, done, checkpointSteps(fit));
     for (auto& thread : scan.m_threads) {
-        thread->setContext(&fit, angles.data());
+        thread->setContext(&fit, angles.data(), &checkpoints);
     }
+    checkpoints.start();
     scan.run();
+    checkpoints.stop();
     save();
 
     fit.mergeConformationOpt();
@@ -116,13 +192,16 @@ int run(int argc, char** argv) {
 
     info.setTotalTime(timer.getTime());
     info.printTimings();
-    return fit.hasIncompleteFiles() || !scan.allDone() || !refinement.allDone() ? 1 : 0;
+    const bool isComplete = !fit.hasIncompleteFiles() && scan.allDone() && refinement.allDone();
+    releaseCheckpoint(fit, isComplete, checkpoints.isStored() || fit.workflow().m_resume.getValue());
+    return isComplete ? 0 : 1;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     installTerminateHandler();
+    interruption::install();
     // A file that would grow beyond the limit of the user fails as one on a full disk, with a message.
     std::signal(SIGXFSZ, SIG_IGN);
     openblas_set_num_threads(1);

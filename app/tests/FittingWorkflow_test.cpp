@@ -360,7 +360,8 @@ TEST(FittingWorkflow, LogHoldsDerivedValuesAndTheCapacity) {
 TEST(FittingWorkflow, LogLeavesOutHiddenOptionsAndNoPadding) {
     const std::string log = logOf(
         Workflow({"--nmodes", "2", "--cutoff", "9", "--stiffness", "3", "--maxrmsd", "1", "--nopadding"}));
-    for (const std::string name : {"nmodes", "cutoff", "stiffness", "maxrmsd", "multistep", "nopadding"})
+    for (const std::string name :
+         {"nmodes", "cutoff", "stiffness", "maxrmsd", "multistep", "resume", "nopadding"})
         EXPECT_FALSE(contains(log, name)) << name;
 }
 
@@ -396,8 +397,8 @@ TEST(FittingWorkflowEnding, HelpPrintsBothUsagesOfTheListedOptions) {
              {"ipdb", "iedm", "nthread", "sigma", "filtersigma", "dangle", "clusterThreshold", "odir",
               "nsolutions", "nclusters", "clustering", "nopadding"})
             EXPECT_TRUE(contains(ending.out, "--" + name)) << name;
-        for (const std::string name : {"nmodes", "cutoff", "stiffness", "maxrmsd", "multistep", "--help",
-                                       "--version", "changelog", "ignore_rest", "-h", "-log"})
+        for (const std::string name : {"nmodes", "cutoff", "stiffness", "maxrmsd", "multistep", "resume",
+                                       "--help", "--version", "changelog", "ignore_rest", "-h", "-log"})
             EXPECT_FALSE(contains(ending.out, name)) << name;
     }
 }
@@ -422,8 +423,8 @@ TEST(FittingWorkflowEnding, MissingOptionsAreReportedOnTheErrorStream) {
     EXPECT_TRUE(contains(ending.err, "Required argument missing: iedm\n"));
     EXPECT_TRUE(contains(ending.err, "\nBrief USAGE: \n   fit  [--nopadding]"));
     EXPECT_TRUE(contains(ending.err, "\nFor complete USAGE and HELP type: \n   fit --help\n"));
-    for (const std::string name :
-         {"nmodes", "cutoff", "stiffness", "maxrmsd", "multistep", "--version", "changelog", "ignore_rest"})
+    for (const std::string name : {"nmodes", "cutoff", "stiffness", "maxrmsd", "multistep", "resume",
+                                   "--version", "changelog", "ignore_rest"})
         EXPECT_FALSE(contains(ending.err, name)) << name;
 }
 

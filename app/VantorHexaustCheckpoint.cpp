@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What a checkpoint of the scan holds of a fit, and how a fit takes it up again.
+#include <cstdio>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "NMAEngine/NormalModeEngine.h"
+#include "app/Checkpoint.h"
+#include "app/ContentHash.h"
+#include "app/VantorHexaust.h"
+#include "app/fail.h"
+
+namespace {
+
+/// All that the results have of the map: its voxels and its header.
+std::uint64_t hashOfMap(const cDensityMapCCP4& map) {
+    ContentHash hash;
+    hash.addAll(map.m_data->values());
+    for (const std::size_t size : map.m_data->shape()) {
+        hash.add(size);
+    }
+    hash.addAll(map.m_extent);
+    hash.addAll(map.m_start);
+    hash.addAll(map.m_sampling);
+    hash.addAll(map.m_axisOrder);
+    hash.addAll(map.m_cellLengths);
+    hash.addAll(map.m_cellAngles);
+    hash.addAll(map.m_originWords);
+    for (const float statistic : {map.m_minDensity, map.m_maxDensity, map.m_meanDensity}) {
+        hash.add(statistic);
+    }
+    return hash.value();
+}
+
+/// All that the results have of the model's atoms.
+std::uint64_t hashOfModel(const std::vector<cPDBAtom>& atoms, const std::vector<double>& masses,
+                          const std::vector<int>& blockIds) {
+    ContentHash hash;
+    for (const cPDBAtom& atom : atoms) {
+        for (const double coordinate : {atom.m_position.x, atom.m_position.y, atom.m_position.z}) {
+            hash.add(coordinate);
+        }
+        for (const char* text : {atom.m_name, atom.m_resName, atom.m_chain, atom.m_segId, atom.m_iCode,
+                                 atom.m_altLoc, atom.m_element}) {
+            hash.addText(text);
+        }
+        for (const int number : {atom.m_serial, atom.m_resSeq}) {
+            hash.add(number);
+        }
+        for (const float number : {atom.m_mass, atom.m_occupancy, atom.m_tempFactor}) {
+            hash.add(number);
+        }
+    }
+    hash.addAll(masses);
+    hash.addAll(blockIds);
+    return hash.value();
+}
+
+/// With as many digits as it takes to tell two numbers apart.
+std::string exactly(double value) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.17g", value);
+    return text;
+}
+
+std::string yesOrNo(bool value) {
+    return value ? "yes" : "no";
+}
+
+} // namespace
+
+std::string VantorHexaust::getCheckpointPath() const {
+    return m_workflow.m_odir.getValue() + "/.selvane-checkpoint";
+}
+
+/// Options count by the value in force, whether given or not.
+checkpoint::Identity VantorHexaust::checkpointIdentity() const {
+    const FittingWorkflow& w = m_workflow;
+    const cGrid& grid = m_edm.m_grid;
+    const unsigned int size[3] = {grid.m_size[0], grid.m_size[1], grid.m_size[2]};
+    checkpoint::Identity identity;
+    identity.map = hashOfMap(m_edm);
+    identity.model = hashOfModel(m_atoms, m_masses, m_blockIds);
+    if (isMultistep() && m_nma->m_nModes > 0) {
+        ContentHash modes;
+        modes.addBytes(m_nma->m_modes.memptr(), m_nma->m_modes.n_elem * sizeof(double));
+        identity.modes = modes.value();
+    }
+    identity.options = {{"--nthread", std::to_string(m_nThread)},
+                        {"--dangle", exactly(w.getDangle(size))},
+                        {"--sigma", exactly(m_sigma)},
+                        {"--filtersigma", exactly(w.m_filtersigma.getValue())},
+                        {"--nsolutions", std::to_string(w.m_nsolutions.getValue())},
+                        {"--nopadding", yesOrNo(w.m_nopadding.getValue())},
+                        {"--multistep", yesOrNo(isMultistep())},
+                        {"--nmodes", std::to_string(w.m_nmodes.getValue())},
+                        {"--cutoff", exactly(w.m_cutoff.getValue())},
+                        {"--stiffness", exactly(w.m_stiffness.getValue())},
+                        {"--maxrmsd", exactly(w.m_maxrmsd.getValue())},
+                        {"--clustering", yesOrNo(w.useClustering())},
+                        {"--nclusters", "unused"},
+                        {"--clusterThreshold", "unused"}};
+    if (w.useClustering()) {
+        const std::size_t last = identity.options.size() - 1;
+        identity.options[last - 1].second = std::to_string(w.m_nclusters.getValue());
+        identity.options[last].second = exactly(w.getClusterThreshold(m_positions));
+    }
+    return identity;
+}
+
+std::string VantorHexaust::encodeWorker(unsigned long threadId, unsigned long done) const {
+    return checkpoint::encode(done, m_localTopConformations[threadId]);
+}
+
+std::vector<unsigned long> VantorHexaust::resumeScan() {
+    if (!m_workflow.m_resume.getValue()) {
+        return std::vector<unsigned long>(m_nThread, 0);
+    }
+    const checkpoint::Shape shape{m_paddedStructureGrid, m_nma->m_nModes,
+                                  static_cast<std::size_t>(m_workflow.getCapacity()), m_nThread};
+    try {
+        std::vector<checkpoint::Worker> workers =
+            checkpoint::read(getCheckpointPath(), checkpointIdentity(), shape,
+                             {m_workflow.m_iedm.getValue(), m_workflow.m_ipdb.getValue()});
+        std::vector<unsigned long> done;
+        for (unsigned long i = 0; i < m_nThread; ++i) {
+            done.push_back(workers[i].done);
+            m_localTopConformations[i] = std::move(workers[i].candidates);
+        }
+        return done;
+    } catch (const checkpoint::Error& error) {
+        fail(error.what());
+    }
+}

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/interruption.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <mutex>
+#include <set>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::array<int, 2> endingSignals = {SIGINT, SIGTERM};
+constexpr std::array<const char*, 2> namesOfSignals = {"SIGINT", "SIGTERM"};
+
+/// Of a standard error stream that nobody reads.
+constexpr int longestWaitMilliseconds = 500;
+
+/// What the handler may read at any moment: texts that live as long as the process.
+using Text = std::atomic<const std::string*>;
+Text textOfSignal[2];
+Text fileToRemove;
+static_assert(Text::is_always_lock_free);
+
+/// The text at an address that stays. Only few different ones are ever asked for.
+const std::string* keep(const std::string& text) {
+    static std::mutex mutex;
+    static auto* const texts = new std::set<std::string>; // outlives the destructors of statics
+    const std::lock_guard<std::mutex> lock(mutex);
+    return &*texts->insert(text).first;
+}
+
+void writeWithoutWaiting(const std::string& text) {
+    pollfd stream{STDERR_FILENO, POLLOUT, 0};
+    if (poll(&stream, 1, longestWaitMilliseconds) > 0) {
+        [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+    }
+}
+
+// Only what is async-signal-safe.
+extern "C" void endBySignal(int signal) {
+    for (const int each : endingSignals) {
+        std::signal(each, SIG_DFL);
+    }
+    if (const std::string* file = fileToRemove.load()) {
+        unlink(file->c_str());
+    }
+    if (const std::string* text = textOfSignal[signal == SIGTERM ? 1 : 0].load()) {
+        writeWithoutWaiting(*text);
+    }
+    raise(signal);
+}
+
+void handle(int signal) {
+    struct sigaction before {};
+    sigaction(signal, nullptr, &before);
+    if (before.sa_handler == SIG_IGN) {
+        return;
+    }
+    struct sigaction action {};
+    action.sa_handler = endBySignal;
+    action.sa_flags = SA_NODEFER; // or raising it again would wait for the handler's end
+    sigaction(signal, &action, nullptr);
+}
+
+void openClosedStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0 && errno == EBADF) {
+            open("/dev/null", stream == STDIN_FILENO ? O_RDONLY : O_WRONLY); // takes the lowest free number
+        }
+    }
+}
+
+} // namespace
+
+namespace interruption {
+
+void install() {
+    openClosedStreams();
+    std::signal(SIGPIPE, SIG_IGN);
+    setCheckpoint("");
+    for (const int signal : endingSignals) {
+        handle(signal);
+    }
+}
+
+void setCheckpoint(const std::string& path) {
+    const std::string rest =
+        path.empty() ? "there is no checkpoint to resume from"
+                     : "the last checkpoint is " + path + "; the same command with --resume goes on from it";
+    // Behind the progress bar, on a terminal.
+    const std::string start = isatty(STDERR_FILENO) == 1 ? "\n" : "";
+    for (std::size_t i = 0; i < endingSignals.size(); ++i) {
+        textOfSignal[i].store(
+            keep(start + "selvane: interrupted by " + namesOfSignals[i] + ", " + rest + "\n"));
+    }
+}
+
+void removeOnSignal(const std::string& path) {
+    fileToRemove.store(path.empty() ? nullptr : keep(path));
+}
+
+} // namespace interruption

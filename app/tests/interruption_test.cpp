@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/interruption.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+[[noreturn]] void endBy(int signal, const std::string& checkpoint) {
+    interruption::install();
+    interruption::setCheckpoint(checkpoint);
+    raise(signal);
+    _exit(9);
+}
+
+/// Makes the standard error stream a pipe so full that a write would wait for a reader.
+void blockErrorStream() {
+    int ends[2];
+    if (pipe(ends) != 0 || dup2(ends[1], STDERR_FILENO) < 0) {
+        _exit(8);
+    }
+    fcntl(STDERR_FILENO, F_SETFL, O_NONBLOCK);
+    while (write(STDERR_FILENO, "x", 1) == 1) {
+    }
+    fcntl(STDERR_FILENO, F_SETFL, 0);
+    alarm(20);
+}
+
+TEST(InterruptionDeathTest, EndsWithTheSignalAndALine) {
+    EXPECT_EXIT(endBy(SIGINT, ""), testing::KilledBySignal(SIGINT),
+                "^\n?selvane: interrupted by SIGINT, there is no checkpoint to resume from\n$");
+    EXPECT_EXIT(
+        endBy(SIGTERM, "fit/.selvane-checkpoint"), testing::KilledBySignal(SIGTERM),
+        "^\n?selvane: interrupted by SIGTERM, the last checkpoint is fit/.selvane-checkpoint; the same "
+        "command with --resume goes on from it\n$");
+}
+
+TEST(InterruptionDeathTest, RemovesTheUnfinishedFile) {
+    const std::string path =
+        (std::filesystem::temp_directory_path() / ("selvane_draft_" + std::to_string(getpid()))).string();
+    std::ofstream(path) << "half";
+    EXPECT_EXIT(
+        {
+            interruption::removeOnSignal("");
+            interruption::removeOnSignal(path);
+            endBy(SIGTERM, "");
+        },
+        testing::KilledBySignal(SIGTERM), "SIGTERM");
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(InterruptionDeathTest, AnErrorStreamThatNobodyReadsDoesNotHoldItUp) {
+    EXPECT_EXIT(
+        {
+            blockErrorStream();
+            endBy(SIGINT, "");
+        },
+        testing::KilledBySignal(SIGINT), "");
+}
+
+TEST(InterruptionDeathTest, ASecondSignalKillsAtOnce) {
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        blockErrorStream(); // the first signal waits here for a while
+        [[maybe_unused]] const ssize_t written = write(ready[1], "x", 1);
+        endBy(SIGINT, "");
+    }
+    char byte = 0;
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    kill(child, SIGTERM);
+    int state = 0;
+    ASSERT_EQ(waitpid(child, &state, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(state));
+    EXPECT_EQ(WTERMSIG(state), SIGTERM);
+    close(ready[0]);
+    close(ready[1]);
+}
+
+TEST(InterruptionDeathTest, WhatWasIgnoredStaysIgnored) {
+    EXPECT_EXIT(
+        {
+            std::signal(SIGINT, SIG_IGN);
+            endBy(SIGINT, "");
+        },
+        testing::ExitedWithCode(9), "^$");
+}
+
+TEST(InterruptionDeathTest, AClosedReportIsNoReasonToEnd) {
+    EXPECT_EXIT(
+        {
+            interruption::install();
+            raise(SIGPIPE);
+            _exit(9);
+        },
+        testing::ExitedWithCode(9), "^$");
+}
+
+TEST(InterruptionDeathTest, ClosedStandardStreamsAreOpened) {
+    EXPECT_EXIT(
+        {
+            close(STDIN_FILENO);
+            close(STDOUT_FILENO);
+            interruption::install();
+            std::FILE* file = std::tmpfile();
+            _exit(fileno(file) > STDERR_FILENO ? 9 : 1);
+        },
+        testing::ExitedWithCode(9), "^$");
+}
+
+} // namespace
