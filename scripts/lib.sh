@@ -64,6 +64,8 @@ probe() {
     libbenchmark-dev) has_header benchmark/benchmark.h ;;
     libopenblas-dev) has_library openblas ;;
     libarpack2-dev) has_library arpack ;;
+    clang) command -v clang++ ;;
+    libclang-rt-dev) printf 'int main() {}\n' | clang++ -fsanitize=address -x c++ - -o /dev/null ;;
     *) false ;;
     esac >/dev/null 2>&1
 }

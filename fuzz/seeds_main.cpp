@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Writes inputs to begin with, one directory per fuzz target.
+//   fuzz_seeds DIRECTORY
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "app/tests/testInputs.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int RESIDUE_ATOMS = 5;
+
+void write(const fs::path& path, const std::string& content) {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+TestMap smallMap() {
+    TestMap map;
+    map.size = {3, 4, 5};
+    map.start = {-1, 2, 0};
+    const std::vector<TestAtom> atoms = {{"CA", 'C', "ALA", 'A', 1, map.centre()}};
+    return simulate(map, atoms, 2.0);
+}
+
+void writeMaps(const fs::path& directory) {
+    const TestMap plain = smallMap();
+    write(directory / "plain", ccp4Bytes(plain));
+    TestMap map = plain;
+    map.axisOrder = {3, 1, 2};
+    write(directory / "turned_axes", ccp4Bytes(map));
+    map.oppositeByteOrder = true;
+    write(directory / "opposite_bytes", ccp4Bytes(map));
+    map = plain;
+    map.symmetryBytes = 160;
+    write(directory / "symmetry_records", ccp4Bytes(map));
+    map = plain;
+    map.originWords = {1.0F, 2.0F, 3.0F};
+    std::string bytes = ccp4Bytes(map);
+    for (const std::size_t angle : {52U, 56U, 60U}) {
+        setFloatAt(bytes, angle, 70.0F + static_cast<float>(angle));
+    }
+    write(directory / "skew_cell", bytes);
+    for (const std::size_t sampling : {28U, 32U, 36U}) {
+        setIntAt(bytes, sampling, 0);
+    }
+    for (const std::size_t zeroed : {40U, 44U, 48U, 64U, 68U, 72U}) {
+        setIntAt(bytes, zeroed, 0);
+    }
+    write(directory / "defaults", bytes);
+}
+
+std::string models(const std::string& atoms) {
+    const std::string records = atoms.substr(0, atoms.find("END"));
+    return "MODEL        1\n" + records + "ENDMDL\nMODEL        2\n" + records + "ENDMDL\nEND\n";
+}
+
+void writeModels(const fs::path& directory) {
+    const std::vector<TestAtom> whole = makeModel({10.0, -20.0, 30.0});
+    const std::vector<TestAtom> few(whole.begin() + 11 * RESIDUE_ATOMS, whole.begin() + 13 * RESIDUE_ATOMS);
+    const std::string text = pdbText(few);
+    write(directory / "two_chains", text);
+    write(directory / "two_models", models(text));
+    std::string ends;
+    for (const char c : text) {
+        ends += c == '\n' ? "\r\n" : std::string(1, c);
+    }
+    write(directory / "two_character_line_ends", ends);
+    write(directory / "missing_residues",
+          "REMARK 465   M RES C SSSEQI\nREMARK 465     MET A     1\nREMARK 465     LYS B    90\n" + text);
+    write(directory / "kinds_of_atoms",
+          "ATOM      1  CA AALA A   1       1.000   2.000   3.000  0.50 20.00      SEG1 C\n"
+          "ATOM      2  CA BALA A   1       1.100   2.100   3.100  0.50 20.00      SEG1 C\n"
+          "ATOM      3 HG11 VAL A   2       1.000   2.000   3.000  1.00 20.00           H\n"
+          "HETATM    4  O   HOH A   3      -1.000  -2.000  -3.000  1.00 20.00           O\n"
+          "HETATM99999 ZN    ZN Z9999      99.999  99.999  99.999  1.00 20.00          ZN\n"
+          "TER\nATOM      6  P    DA B-12A  -1.5e+1    nan     inf\nTER\nATOM      7  C1'\nEND");
+}
+
+std::string commandLine(const std::vector<std::string>& words) {
+    std::string bytes;
+    for (const std::string& word : words) {
+        bytes += word + '\0';
+    }
+    return bytes;
+}
+
+void writeCommandLines(const fs::path& directory) {
+    const std::vector<std::vector<std::string>> ends = {
+        {},
+        {"--nmodes", "4", "--maxrmsd", "1.5", "--cutoff", "12", "--stiffness", "2", "--multistep"},
+        {"--nthread", "2", "--sigma", "3.5", "--filtersigma", "-3", "--dangle", "12", "--nopadding"},
+        {"--clustering", "--clusterThreshold", "4.5", "--nclusters", "7", "--nsolutions", "90"},
+        {"--odir", "it's $(here); \"there\"\n-p"},
+        {"--nthread 3", "--", "--sigma", "x"},
+        {"--help"},
+        {"-h"},
+        {"--version"},
+        {"-log"},
+        {"--sigma", "1e400"},
+        {"--dangle", "-inf"},
+        {"--nsolutions", "-2147483648"},
+        {"--nclusters", "2147483647"}};
+    int number = 0;
+    for (const std::vector<std::string>& end : ends) {
+        std::vector<std::string> words = {"--ipdb", "a.pdb", "--iedm", "a.map"};
+        words.insert(words.end(), end.begin(), end.end());
+        write(directory / ("line_" + std::to_string(++number)), commandLine(words));
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: fuzz_seeds DIRECTORY\n");
+        return 1;
+    }
+    const fs::path directory = argv[1];
+    writeMaps(directory / "map");
+    writeModels(directory / "pdb");
+    writeModels(directory / "pqr");
+    writeCommandLines(directory / "options");
+    return 0;
+}
