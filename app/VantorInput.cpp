@@ -2,6 +2,7 @@
 // The stages that read the map and the model.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 
 #include "CrossCorrelation/ElectronDensity.h"
@@ -9,6 +10,7 @@
 #include "PDB/loadFromPDB.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
+#include "app/resources.h"
 
 namespace {
 
@@ -17,12 +19,20 @@ std::string describeAtom(const cPDBAtom& atom) {
            std::to_string(atom.m_resSeq) + ", chain '" + atom.m_chain + "')";
 }
 
+/// Voxels whose map and flat array this machine or its control group can hold.
+std::int64_t voxelsInMemory() {
+    constexpr double bytesPerVoxel = 16.0;
+    constexpr double most = 9.0e18; // of the result's type
+    return static_cast<std::int64_t>(std::min(resources::memory().total / bytesPerVoxel, most));
+}
+
 } // namespace
 
 void Vantor::loadEdm() {
     m_info.printInfo(" Reading input EDM file ");
     const std::string& path = m_workflow.m_iedm.getValue();
     m_info.printInfo(" Input EDM file ", path, nullptr);
+    m_edm.m_largestVoxelCount = std::min(m_edm.m_largestVoxelCount, voxelsInMemory());
     m_edm.load(path);
     checkMap();
     tellFrameShift();

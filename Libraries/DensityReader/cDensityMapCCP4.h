@@ -27,6 +27,8 @@ public:
     std::array<float, 3> m_cellLengths{}; ///< a, b, c, angstrom
     std::array<float, 3> m_cellAngles{};  ///< alpha, beta, gamma, degrees
     std::set<std::string> m_extensions{"ccp4"};
+    /// Of the maps that load takes: no more than a grid can have nodes, and fewer where memory is scarce.
+    std::int64_t m_largestVoxelCount = std::numeric_limits<std::int32_t>::max();
     std::array<float, 3> m_originWords{};   ///< the ORIGIN words, read for getFrameShiftFromOriginWords only
     cVector3 m_firstVoxelByStartWords{0.0}; ///< place of the first voxel by the start words, angstrom
 

@@ -4,13 +4,13 @@
 #include "DensityReader/ccp4Layout.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <system_error>
@@ -21,7 +21,6 @@ namespace {
 
 constexpr double RADIANS_PER_DEGREE = 0.017453292519943295;
 constexpr std::int64_t BYTES_PER_VOXEL = 4;
-constexpr std::int64_t LARGEST_VOXEL_COUNT = std::numeric_limits<std::int32_t>::max();
 constexpr std::int64_t LARGEST_SURPLUS = 1048576; // bytes before the voxels, header included
 
 /// A line beyond the fixed messages, for a user who has to find out what to do.
@@ -56,6 +55,9 @@ std::ifstream openMap(const std::string& name) {
     const auto status = std::filesystem::status(name, ignored);
     if (std::filesystem::is_regular_file(status)) {
         file.open(name, std::ios::binary);
+        if (!file.is_open()) {
+            printNote(name, std::strerror(errno));
+        }
     } else if (std::filesystem::exists(status)) {
         printNote(name, "not a regular file");
     }
@@ -94,7 +96,8 @@ bool fileHoldsVoxels(std::int64_t fileSize, std::int64_t dataStart, const std::a
 /// Finds the voxels from the file's length, because the header's count of symmetry bytes is often wrong.
 /// @return the offset of the first voxel, or nothing after a message
 std::optional<std::int64_t> locateVoxels(const std::string& name, std::int64_t fileSize,
-                                         const std::array<int, 3>& extent, std::int32_t symmetryBytes) {
+                                         const std::array<int, 3>& extent, std::int32_t symmetryBytes,
+                                         std::int64_t largestVoxelCount) {
     const std::int32_t dataOffset = wrappedDataOffset(fileSize, extent);
     if (fileSize < ccp4::HEADER_SIZE) {
         printTruncated(fileSize, dataOffset);
@@ -121,8 +124,9 @@ std::optional<std::int64_t> locateVoxels(const std::string& name, std::int64_t f
         printTruncated(fileSize, dataOffset);
         return std::nullopt;
     }
-    if (std::int64_t{extent[0]} * extent[1] > LARGEST_VOXEL_COUNT / extent[2]) {
-        printNote(name, "the map has more voxels than a grid of 2^31 - 1 nodes can hold");
+    if (std::int64_t{extent[0]} * extent[1] > largestVoxelCount / extent[2]) {
+        printNote(name, "the map has more than the " + std::to_string(largestVoxelCount) +
+                            " voxels that can be held here; use a coarser map, or a part of it");
         return std::nullopt;
     }
     return dataStart;
@@ -183,7 +187,8 @@ void cDensityMapCCP4::load(const std::string& name) {
     if (*reversed) {
         reverseBytes(symmetryBytes);
     }
-    const auto dataStart = locateVoxels(name, header.fileSize(), m_extent, symmetryBytes);
+    const auto dataStart =
+        locateVoxels(name, header.fileSize(), m_extent, symmetryBytes, m_largestVoxelCount);
     if (!dataStart) {
         return;
     }

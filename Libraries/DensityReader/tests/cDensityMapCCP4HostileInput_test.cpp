@@ -149,6 +149,20 @@ TEST(cDensityMapCCP4HostileInput, WrappedExtentsThatMatchTheFileExactly) {
     EXPECT_EQ(errors, TRUNCATED + sizeLine(1024, 1024));
 }
 
+TEST(cDensityMapCCP4HostileInput, MoreVoxelsThanTheCallerTakesAreNotRead) {
+    const TemporaryDirectory directory;
+    writeFile(directory.file("test.map"), MapBytes().bytes()); // 60 voxels
+    cDensityMapCCP4 map;
+    map.m_largestVoxelCount = 60;
+    map.load(directory.file("test.map"));
+    EXPECT_FALSE(map.isEmpty());
+    map.m_largestVoxelCount = 59;
+    const CapturedErrors errors;
+    map.load(directory.file("test.map"));
+    expectEmpty(map);
+    EXPECT_NE(errors.text().find("more than the 59 voxels"), std::string::npos);
+}
+
 TEST(cDensityMapCCP4HostileInput, SymmetryCountBeyondTheFileIsTruncated) {
     MapBytes file;
     for (const int count : {800, 2000000000, std::numeric_limits<int>::max()}) {
