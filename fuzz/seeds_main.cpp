@@ -93,7 +93,8 @@ std::string commandLine(const std::vector<std::string>& words) {
 void writeCommandLines(const fs::path& directory) {
     const std::vector<std::vector<std::string>> ends = {
         {},
-        {"--nmodes", "4", "--maxrmsd", "1.5", "--cutoff", "12", "--stiffness", "2", "--multistep"},
+        {"--nmodes", "4", "--maxrmsd", "1.5", "--cutoff", "12", "--stiffness", "2", "--multistep",
+         "--resume"},
         {"--nthread", "2", "--sigma", "3.5", "--filtersigma", "-3", "--dangle", "12", "--nopadding"},
         {"--clustering", "--clusterThreshold", "4.5", "--nclusters", "7", "--nsolutions", "90"},
         {"--odir", "it's $(here); \"there\"\n-p"},
