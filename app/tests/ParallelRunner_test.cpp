@@ -128,6 +128,42 @@ using Ranges = std::vector<std::pair<unsigned long, unsigned long>>;
 using StaticLoop = StaticParallelForEach<StaticWorker>;
 using DynamicLoop = DynamicParallelForEach<DynamicWorker>;
 
+TEST(StaticParallelForEach, LeavesOutWhatWasDoneBefore) {
+    std::vector<std::vector<unsigned long>> tasks(3);
+    std::string bar;
+    {
+        testing::internal::CaptureStdout();
+        {
+            StaticParallelForEach<StaticWorker> loop(3, 11, "tasks"); // ranges of 4, 4 and 3
+            setStep(loop, [&](unsigned long worker, unsigned long task) { tasks[worker].push_back(task); });
+            EXPECT_TRUE(loop.skip({1, 4, 0}));
+            loop.run();
+            for (const auto& thread : loop.m_threads)
+                EXPECT_EQ(thread->getDone(), thread->getEnd() - thread->getBegin());
+        }
+        bar = testing::internal::GetCapturedStdout();
+    }
+    EXPECT_EQ(tasks, (std::vector<std::vector<unsigned long>>{{1, 2, 3}, {}, {8, 9, 10}}));
+    // Ahead by one, as ever: the first of six tasks that are left counts as the seventh of eleven.
+    EXPECT_EQ(bar.substr(bar.find("] ") + 2, 4), "63 %");
+    EXPECT_NE(bar.find("109 %"), std::string::npos);
+}
+
+TEST(StaticParallelForEach, RefusesToLeaveOutMoreThanARangeHas) {
+    testing::internal::CaptureStdout();
+    {
+        StaticParallelForEach<StaticWorker> loop(4, 5, "tasks"); // ranges of 2, 2, 1 and 0
+        EXPECT_FALSE(loop.skip({0, 0, 2, 0}));
+        EXPECT_FALSE(loop.skip({1, 0, 0, 1}));
+        unsigned long done = 0;
+        for (const auto& thread : loop.m_threads)
+            done += thread->getDone();
+        EXPECT_EQ(done, 0U);
+        EXPECT_TRUE(loop.skip({2, 2, 1, 0}));
+    }
+    testing::internal::GetCapturedStdout();
+}
+
 } // namespace
 
 TEST(ParallelRunner, RunsEveryWorkerOnceAndWaits) {
