@@ -90,7 +90,10 @@ private:
         if (report == Report::Closed) {
             close(STDOUT_FILENO);
         }
-        std::signal(SIGPIPE, SIG_DFL);
+        // Jobs in the background, and tests that are one, have some of them ignored.
+        for (const int each : {SIGINT, SIGTERM, SIGPIPE}) {
+            std::signal(each, SIG_DFL);
+        }
         if (chdir(work) == 0) {
             execv(words.front(), words.data());
         }

@@ -16,7 +16,9 @@
 
 namespace {
 
-[[noreturn]] void endBy(int signal, const std::string& checkpoint) {
+/// @param before  how the signal is handled when the program starts
+[[noreturn]] void endBy(int signal, const std::string& checkpoint, void (*before)(int) = SIG_DFL) {
+    std::signal(signal, before);
     interruption::install();
     interruption::setCheckpoint(checkpoint);
     raise(signal);
@@ -79,7 +81,7 @@ TEST(InterruptionDeathTest, ASecondSignalKillsAtOnce) {
     }
     char byte = 0;
     ASSERT_EQ(read(ready[0], &byte, 1), 1);
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
     kill(child, SIGTERM);
     int state = 0;
     ASSERT_EQ(waitpid(child, &state, 0), child);
@@ -90,12 +92,7 @@ TEST(InterruptionDeathTest, ASecondSignalKillsAtOnce) {
 }
 
 TEST(InterruptionDeathTest, WhatWasIgnoredStaysIgnored) {
-    EXPECT_EXIT(
-        {
-            std::signal(SIGINT, SIG_IGN);
-            endBy(SIGINT, "");
-        },
-        testing::ExitedWithCode(9), "^$");
+    EXPECT_EXIT(endBy(SIGINT, "", SIG_IGN), testing::ExitedWithCode(9), "^$");
 }
 
 TEST(InterruptionDeathTest, AClosedReportIsNoReasonToEnd) {
