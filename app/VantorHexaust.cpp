@@ -225,21 +225,20 @@ unsigned long VantorHexaust::getNClusteres() {
 
 /// A lower bound from what is known before the pattern is evaluated; docs/cost.md derives it.
 double VantorHexaust::estimateScanBytes() const {
-    const double padded = static_cast<double>(m_paddedGrid.getTotalSize());
-    const double map = static_cast<double>(m_edm.m_grid.getTotalSize());
+    const double padded = 8.0 * static_cast<double>(m_paddedGrid.getTotalSize());
+    const double map = 8.0 * static_cast<double>(m_edm.m_grid.getTotalSize());
     const double nDof = static_cast<double>(m_nma->m_nModes) + 6.0;
     const double conformation = 600.0 + 8.0 * (nDof + nDof * nDof);
     const double workers = static_cast<double>(m_nThread);
-    // Target, correlation, two spectra. With multistep a copy of the target, and correlation, two spectra and
-    // two spectra of patterns for the first and for the third order.
-    const double arraysPerWorker = isMultistep() ? 12.0 : 4.0;
-    // The pattern's spectrum, its field while it is transformed, and the diagnostic copy of that field.
-    const double sharedArrays = 3.0;
+    // With multistep target and copy of it, and correlation, two spectra and two spectra of patterns for the
+    // first and for the third order. Else a spectrum, and the pattern's, which all share; besides, before the
+    // scan, the diagnostic field and its copy in the dump, and after it the map that each worker turns.
+    const double arrays = isMultistep() ? 12.0 * workers * padded
+                                        : (workers + 1.0) * padded + std::max(2.0 * padded, workers * map);
     const double rotations = rotationCount() + 1.0;
     // Two lists of triples while the sampling converts its angles.
     const double angles = 2.0 * 24.0 * rotations;
-    const double kept = std::min<double>(m_workflow.getCapacity(), rotations * padded);
+    const double kept = std::min<double>(m_workflow.getCapacity(), rotations * m_paddedGrid.getTotalSize());
     const double solutions = conformation * kept * (workers + 1.0);
-    return 8.0 * padded * (arraysPerWorker * workers + sharedArrays) + 8.0 * map * (2.0 + workers) + angles +
-           solutions;
+    return arrays + 2.0 * map + angles + solutions;
 }
