@@ -43,9 +43,14 @@ void writeWithoutWaiting(const std::string& text) {
 
 // Only what is async-signal-safe.
 extern "C" void endBySignal(int signal) {
+    sigset_t ending;
+    sigemptyset(&ending);
     for (const int each : endingSignals) {
         std::signal(each, SIG_DFL);
+        sigaddset(&ending, each);
     }
+    // The signal itself is blocked while it is handled, and others may be.
+    pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
     if (const std::string* file = fileToRemove.load()) {
         unlink(file->c_str());
     }
@@ -63,7 +68,6 @@ void handle(int signal) {
     }
     struct sigaction action {};
     action.sa_handler = endBySignal;
-    action.sa_flags = SA_NODEFER; // or raising it again would wait for the handler's end
     sigaction(signal, &action, nullptr);
 }
 
