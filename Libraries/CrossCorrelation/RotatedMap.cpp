@@ -13,6 +13,13 @@ RotatedLattice rotatedNodes(const cGrid& grid, const std::array<double, 3>& eule
                           0.5 * (grid.m_box.m_min + grid.m_box.m_max));
 }
 
+void prefetchRow(const double* row, std::size_t n) {
+    constexpr std::size_t perCacheLine = 8;
+    for (std::size_t k = 0; k < n; k += perCacheLine) {
+        __builtin_prefetch(row + k, 0, 2);
+    }
+}
+
 } // namespace
 
 RotatedMap::RotatedMap(const std::vector<double>& source, const cGrid& grid, double filterSigmas)
@@ -41,6 +48,10 @@ void RotatedMap::rotate(const std::array<double, 3>& eulerAngles) {
 void RotatedMap::copyRow(std::size_t i, std::size_t j, double* out) const {
     const std::size_t length = m_grid.m_size[2];
     const double* const row = m_values.data() + (i * m_grid.m_size[1] + j) * length;
+    // The same row of the next plane will be asked for when this plane has been transformed.
+    if (i + 1 < m_grid.m_size[0]) {
+        prefetchRow(row + m_grid.m_size[1] * length, length);
+    }
     const fccf::SigmaFilter filter = m_filter;
     for (std::size_t k = 0; k < length; ++k) {
         out[k] = filter(row[k]);

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CrossCorrelation/fccf.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <numeric>
 #include <stdexcept>
 #include <string>
@@ -11,23 +13,6 @@
 namespace fccf {
 
 namespace {
-
-/// Adds n values to the lanes, in order and starting with the first lane; n is a multiple of the lanes.
-template <std::size_t lanes>
-inline void addBlocks(const double* values, std::size_t n, std::array<double, lanes>& sums,
-                      std::array<double, lanes>& squares) {
-    std::array<double, lanes> s = sums;
-    std::array<double, lanes> q = squares;
-    for (std::size_t block = 0; block < n; block += lanes) {
-        for (std::size_t lane = 0; lane < lanes; ++lane) {
-            const double v = values[block + lane];
-            s[lane] += v;
-            q[lane] += v * v;
-        }
-    }
-    sums = s;
-    squares = q;
-}
 
 MomentSums momentsOf(const std::vector<double>& values) {
     MomentSums moments;
@@ -69,22 +54,36 @@ double getIntegral(const std::vector<double>& f, const std::vector<double>& g, s
     return normalize ? sum / static_cast<double>(f.size()) : sum;
 }
 
+// Pieces of a block are filled up with zeros, which change no sum: single values would be stored one by one
+// into lanes that are loaded as a whole at once, and the hardware waits for such a load.
 SELVANE_MULTIVERSION void MomentSums::add(const double* values, std::size_t n) {
-    const auto addOne = [this](double v) {
-        m_sums[m_count % lanes] += v;
-        m_squares[m_count % lanes] += v * v;
-        ++m_count;
+    std::array<double, lanes> sums = m_sums;
+    std::array<double, lanes> squares = m_squares;
+    const auto addBlock = [&](const double* block) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            sums[lane] += block[lane];
+            squares[lane] += block[lane] * block[lane];
+        }
+    };
+    const auto addPiece = [&](const double* piece, std::size_t firstLane, std::size_t length) {
+        alignas(64) double block[lanes] = {};
+        std::memcpy(block + firstLane, piece, length * sizeof(double));
+        addBlock(block);
     };
     std::size_t p = 0;
-    for (; p < n && m_count % lanes != 0; ++p) {
-        addOne(values[p]);
+    if (const std::size_t lane = m_count % lanes; lane != 0) {
+        p = std::min(n, lanes - lane);
+        addPiece(values, lane, p);
     }
-    const std::size_t blocks = (n - p) / lanes * lanes;
-    addBlocks(values + p, blocks, m_sums, m_squares);
-    m_count += blocks;
-    for (p += blocks; p < n; ++p) {
-        addOne(values[p]);
+    for (; p + lanes <= n; p += lanes) {
+        addBlock(values + p);
     }
+    if (p < n) {
+        addPiece(values + p, 0, n - p);
+    }
+    m_count += n;
+    m_sums = sums;
+    m_squares = squares;
 }
 
 double MomentSums::mean() const {
