@@ -232,7 +232,7 @@ double VantorHexaust::estimateScanBytes() const {
     const double workers = static_cast<double>(m_nThread);
     // With multistep target and copy of it, and correlation, two spectra and two spectra of patterns for the
     // first and for the third order. Else a spectrum, and the pattern's, which all share; besides, before the
-    // scan, the diagnostic field and its copy in the dump, and after it the map that each worker turns.
+    // scan, the diagnostic field and its copy in the dump, and during it the map that each worker turns.
     const double arrays = isMultistep() ? 12.0 * workers * padded
                                         : (workers + 1.0) * padded + std::max(2.0 * padded, workers * map);
     const double rotations = rotationCount() + 1.0;
