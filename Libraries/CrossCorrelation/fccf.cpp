@@ -14,12 +14,6 @@ namespace fccf {
 
 namespace {
 
-MomentSums momentsOf(const std::vector<double>& values) {
-    MomentSums moments;
-    moments.add(values.data(), values.size());
-    return moments;
-}
-
 void requireEqualLengths(const std::vector<double>& f, const std::vector<double>& g) {
     if (f.size() != g.size()) {
         throw std::length_error("f and g must have the same size");
@@ -94,6 +88,16 @@ double MomentSums::variance() const {
     const double mu = mean();
     return std::accumulate(m_squares.begin(), m_squares.end(), 0.0) / static_cast<double>(m_count) - mu * mu;
 }
+
+namespace {
+
+MomentSums momentsOf(const std::vector<double>& values) {
+    MomentSums moments;
+    moments.add(values.data(), values.size());
+    return moments;
+}
+
+} // namespace
 
 // Deliberate: a negative mean is added, not removed, and the threshold still refers to it. Adding -0.0 leaves
 // every value as it is. The root of a variance that rounding made negative is not a number, and then no value
