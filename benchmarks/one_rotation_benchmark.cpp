@@ -56,7 +56,7 @@ private:
     std::vector<double> m_seconds;
 };
 
-/// What one worker of a scan holds: the map of a model with noise, its padded buffer and its correlation.
+/// What one worker of a scan holds: the map of a model with noise, and its scan step.
 class Worker {
 public:
     explicit Worker(unsigned int edge)

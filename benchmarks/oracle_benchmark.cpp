@@ -16,21 +16,12 @@
 #include "Math/cGrid.h"
 #include "benchmarks/BenchmarkModel.h"
 #include "benchmarks/TransformPair.h"
+#include "benchmarks/wallTime.h"
 
 namespace {
 
 constexpr std::size_t atoms = 3000;
 constexpr double beta = 10000.0;
-
-double secondsOf(const std::chrono::steady_clock::time_point& start) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double medianOf(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 /// A model in its own map with noise, a little off the lattice.
 struct Scene {

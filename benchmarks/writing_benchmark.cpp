@@ -17,18 +17,9 @@
 #include "PDB/writePDB.h"
 #include "app/PoseMove.h"
 #include "benchmarks/BenchmarkModel.h"
+#include "benchmarks/wallTime.h"
 
 namespace {
-
-double secondsOf(const std::chrono::steady_clock::time_point& start) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double medianOf(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 /// A file that is written again from its start; it goes with the object.
 class ScratchFile {
