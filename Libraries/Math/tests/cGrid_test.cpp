@@ -65,6 +65,7 @@ TEST(cGrid, CubeOfNodes) {
 }
 
 TEST(cGrid, CopiesLeaveTheSpareVector) {
+    // Seen to fail with m_center copied.
     cGrid grid = makeGrid(boxTo(6, 8, 10), 4, 5, 6);
     grid.m_center = cVector3(1, 2, 3);
     const cGrid copy(grid);
@@ -123,6 +124,7 @@ TEST(cGrid, CoarseResolutionTruncates) {
 }
 
 TEST(cGrid, PadToCubeTruncatesTheLengthToWholeAngstrom) {
+    // Seen to fail with the length left whole cells long.
     cGrid grid = makeGrid(cBBox({1, 1, 1}, {4.6, 6.8, 6}), 4, 5, 6);
     const cVector3 cell = grid.m_cellDim; // 1.2, 1.45, 1
     grid.padToCube();
@@ -132,6 +134,7 @@ TEST(cGrid, PadToCubeTruncatesTheLengthToWholeAngstrom) {
 }
 
 TEST(cGrid, PadTwiceTruncatesTheLengthToWholeAngstrom) {
+    // Seen to fail with the length left whole cells long.
     cGrid grid = makeGrid(cBBox({1, 1, 1}, {4.6, 6.8, 6}), 4, 5, 6);
     grid.padTwice();
     expectSizes(grid, 8, 10, 12);
@@ -139,6 +142,7 @@ TEST(cGrid, PadTwiceTruncatesTheLengthToWholeAngstrom) {
 }
 
 TEST(cGrid, ComputeGridPaddedDoublesTheBoxWhateverTheFactor) {
+    // Seen to fail with the box grown by the factor.
     const cGrid grid(boxTo(10, 10, 10), 11);
     const cGrid padded = grid.computeGridPadded(3);
     expectSizes(padded, 33, 33, 33);
@@ -204,6 +208,7 @@ TEST(cGrid, VectorToIndexAtTheFarCornerIsTheLastNode) {
 }
 
 TEST(cGrid, VectorToIndexFloors) {
+    // Seen to fail with the index rounded to nearest.
     const cGrid grid = makeGrid(cBBox({-1, -2, -3}, {5, 6, 7}), 4, 5, 6);
     EXPECT_EQ(grid.vectorToIndex(cVector3(1, 2, 3)), cVector3(1, 2, 3));
     const cVector3 below = cVector3(1, 2, 3) - 0.01 * grid.m_cellDim;
@@ -211,6 +216,7 @@ TEST(cGrid, VectorToIndexFloors) {
 }
 
 TEST(cGrid, VectorToIndexOutsideTheBoxIsOffTheGrid) {
+    // Seen to fail with every index beyond the last node held there.
     const cGrid grid = makeGrid(boxTo(6, 8, 10), 4, 5, 6);
     EXPECT_EQ(grid.vectorToIndex(cVector3(-0.1, 100, 14)), cVector3(-1, 50, 7));
     EXPECT_FALSE(grid.isIndexOnGrid(grid.vectorToIndex(cVector3(-0.1, 1, 1))));
@@ -236,6 +242,7 @@ TEST(cGrid, VectorToIndexFormsTheQuotientOfTheDifference) {
 }
 
 TEST(cGrid, VectorToIndexOfAnArrayRoundsToNearest) {
+    // Seen to fail with the index floored as in the other form.
     const cGrid grid = makeGrid(boxTo(3, 4, 5), 4, 5, 6);
     EXPECT_EQ(grid.vectorToIndex(std::array<double, 3>{0.5, 1.4999, 2.6}), cVector3(1, 1, 3));
     EXPECT_EQ(grid.vectorToIndex(std::array<double, 3>{-0.5, -0.4, 5.5}), cVector3(-1, 0, 5));
@@ -291,6 +298,7 @@ protected:
 };
 
 TEST_F(PaddedPair, PowerTwoTakesItsSizeFromTheMapAlone) {
+    // Seen to fail with room for the structure added to the size.
     padToPowerTwo(false);
     expectSizes(m_paddedMap, 128, 128, 256);
     expectSizes(m_paddedStructure, 128, 128, 256);
@@ -313,6 +321,7 @@ TEST_F(PaddedPair, CubicMapOf100GoesTo128) {
 }
 
 TEST_F(PaddedPair, KeepsOriginsAndCellsAndSumsTheExtents) {
+    // Seen to fail with m_max put at min + (n - 1) d.
     padToPowerTwo(false);
     EXPECT_EQ(m_paddedMap.m_cellDim, m_map.m_cellDim);
     EXPECT_EQ(m_paddedStructure.m_cellDim, m_structure.m_cellDim);

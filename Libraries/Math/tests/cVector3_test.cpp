@@ -3,11 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <new>
 #include <random>
 #include <sstream>
 #include <string>
@@ -23,6 +27,18 @@ TEST(cVector3, ConstructorsSetTheComponents) {
     const double values[3] = {4, 5, 6};
     EXPECT_EQ(cVector3(2.5), cVector3(2.5, 2.5, 2.5));
     EXPECT_EQ(cVector3(values), cVector3(4, 5, 6));
+}
+
+TEST(cVector3, DefaultConstructorWritesNothing) {
+    // Seen to end by a signal with the components set to zero, and with a defaulted constructor.
+    EXPECT_EXIT(
+        {
+            const std::size_t size = sizeof(cVector3);
+            void* const readOnly = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+            new (readOnly) cVector3();
+            std::_Exit(munmap(readOnly, size));
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(cVector3, ReadsAsThreeContiguousDoubles) {
@@ -108,6 +124,7 @@ TEST(cVector3, LessNeedsAllThreeComponentsStrictlySmaller) {
 }
 
 TEST(cVector3, RoundFloors) {
+    // Seen to fail with each component rounded to nearest.
     cVector3 v(1.5, -0.5, 2.0);
     v.round();
     EXPECT_EQ(v, cVector3(1, -1, 2));
@@ -137,6 +154,7 @@ TEST(cVector3, UpdateMinMaxWidensTheRange) {
 }
 
 TEST(cVector3, UpdateMinMaxLeavesMaxAloneWhenItLowersMin) {
+    // Seen to fail with min and max compared independently.
     cVector3 min(5.0), max(1.0);
     cVector3(3.0).updateMinMax(min, max);
     EXPECT_EQ(min, cVector3(3.0));

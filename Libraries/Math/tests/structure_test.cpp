@@ -204,6 +204,7 @@ TEST(Structure, AxisAndAngleSurviveARoundTrip) {
 }
 
 TEST(Structure, NegativeQuaternionKeepsItsAxisWithTheShorterAngle) {
+    // Seen to fail with the axis turned round.
     const arma::Col<double> axis = {0, 0, 1};
     double q[4];
     axisAndAngle2Quaternion(axis, 4.0, q);
@@ -279,6 +280,7 @@ TEST(LoadAtomId2CalphaId, AtomsOfAResidueShareTheirCalphasNumber) {
 }
 
 TEST(LoadAtomId2CalphaId, SecondChainFindsItsOwnOnceTheCursorHasMovedOn) {
+    // Seen to fail with every search begun at the front of the list.
     std::vector<int> ids;
     EXPECT_TRUE(loadAtomId2CalphaId(
         {makeAtom("CA", 1), makeAtom("CA", 2), makeAtom("CA", 1), makeAtom("CA", 2)}, ids));
@@ -286,6 +288,7 @@ TEST(LoadAtomId2CalphaId, SecondChainFindsItsOwnOnceTheCursorHasMovedOn) {
 }
 
 TEST(LoadAtomId2CalphaId, ResidueWithoutCalphaMayCollide) {
+    // Seen to fail with the place of the appended number in place of the atom's index.
     // The first ligand atom gets its own index 1, which is residue 2's place; the second finds the number
     // appended.
     const std::vector<cPDBAtom> atoms = {makeAtom("CA", 1), makeAtom("O1", 9), makeAtom("O2", 9),
