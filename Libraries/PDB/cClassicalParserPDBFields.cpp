@@ -199,7 +199,7 @@ void cClassicalParserPDB::readFields(const Line& line, cPDBAtom& atom, int n) co
 }
 
 void cClassicalParserPDB::readCoords(const Line& line, cVector3& out) {
-    // Single precision is part of the result: every coordinate of a run is a float.
+    // Deliberate: every coordinate of a run is a float.
     const auto coordinate = [&](int offset) {
         return static_cast<double>(static_cast<float>(line.real(offset, COORDINATE_WIDTH)));
     };

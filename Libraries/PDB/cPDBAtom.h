@@ -17,7 +17,7 @@ public:
     class cNeighbourList; ///< a vector of those, defined in PDB/NeighbourList.h
 
     cPDBAtom() = default;
-    /// Copies all members of *other but m_atomType, which stays -1.
+    /// Copies all members of *other. Deliberate: m_atomType is left out and stays -1.
     explicit cPDBAtom(const cPDBAtom* other);
     cPDBAtom(const cPDBAtom&) = default;
     cPDBAtom(cPDBAtom&&) = default;
@@ -35,7 +35,7 @@ public:
     bool isNucleic() const { return m_resType == 25; }
     /// The element begins with 'H'. Deliberate: HE, HO, HF and HG count too.
     bool isHydrogen() const { return m_element[0] == 'H'; }
-    /// The residue name, untrimmed, is one of the names of water in mResType.
+    /// The residue name is one of the names of water in mResType. Deliberate: it is not trimmed for this.
     bool isWater() const;
     bool isWaterOxygen() const { return m_element[0] == 'O' && isWater(); }
     bool isBackbone() const;

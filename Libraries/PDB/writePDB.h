@@ -13,7 +13,7 @@ class cMatrix33;
 /// @return false if the stream reported an error
 bool writeLinePDB(FILE* file, const cPDBAtom* atom);
 
-/// Writes n atoms as ATOM lines; no header, no TER, no END. The atoms themselves are not changed.
+/// Writes n atoms as ATOM lines. Deliberate: no header, no TER, no END. The atoms themselves are not changed.
 /// @param name  written as a ResultFile if `file` is null, else ignored: what stood there before stays unless
 ///              every line could be written
 /// @param file  written to and left open, if not null

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -74,6 +75,36 @@ TEST(WritePDB, WrittenAtomsReadBackAlike) {
         EXPECT_EQ(back[i].m_tempFactor, 8.25F);
         EXPECT_EQ(back[i].m_serial, atoms[i].m_serial);
     }
+}
+
+TEST(WritePDB, FileHoldsTheAtomLinesAlone) {
+    const std::vector<cPDBAtom> atoms = twoAtoms();
+    const std::string path = temporaryFile();
+    ASSERT_TRUE(writePDB(path.c_str(), atoms.data(), 2));
+    std::ifstream file(path);
+    std::vector<std::string> records;
+    for (std::string line; std::getline(file, line);) {
+        records.push_back(line.substr(0, 6));
+    }
+    std::filesystem::remove(path);
+    // Seen to fail with END behind the atoms.
+    EXPECT_EQ(records, (std::vector<std::string>{"ATOM  ", "ATOM  "}));
+}
+
+TEST(WritePDB, ElementOfTwoLettersReadsBackAsItsSecond) {
+    std::vector<cPDBAtom> atoms = twoAtoms();
+    std::strcpy(atoms[1].m_element, "Zn");
+    const std::string path = temporaryFile();
+    ASSERT_TRUE(writePDB(path.c_str(), atoms.data(), 2));
+    std::vector<cPDBAtom> back;
+    std::vector<double> masses;
+    std::vector<int> ids;
+    loadFromPDB(path.c_str(), back, masses, ids);
+    std::filesystem::remove(path);
+    ASSERT_EQ(back.size(), 2U);
+    // Seen to fail with the element written where the reader looks for it.
+    EXPECT_STREQ(back[0].m_element, "N");
+    EXPECT_STREQ(back[1].m_element, "N");
 }
 
 TEST(WritePDB, OpenFileIsWrittenToAndLeftOpen) {
