@@ -48,7 +48,8 @@ struct Bracket {
     }
 };
 
-/// The field at p, merged along x, then y, then z; 0 outside the grid's box.
+/// The field at p, merged along x, then y, then z; 0 outside the grid's box. Deliberate: a second way beside
+/// the sampler's, whose last bits differ.
 double mergeAround(const cVector3& p, const cGrid& grid, const std::vector<double>& f) {
     if (!grid.m_box.inBox(p) || f.empty()) {
         return 0.0;
