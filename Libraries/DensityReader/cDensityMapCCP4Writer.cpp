@@ -80,6 +80,7 @@ bool cDensityMapCCP4::write(std::FILE* file) {
         return false;
     }
     HeaderBytes header{};
+    // Deliberate: the extents and the place of the map read, whatever grid the voxels have now.
     put(header, ccp4::EXTENT, m_extent);
     put(header, ccp4::MODE, m_mode);
     put(header, ccp4::START, m_start);

@@ -43,6 +43,8 @@ std::array<std::vector<long>, 3> cDensityMapInterface::makeLookUpTables() const 
         const auto voxels = static_cast<long>(m_data->shape()[static_cast<std::size_t>(axis)]);
         cVector3 position = min;
         for (std::size_t n = 0; n < table.size(); ++n) {
+            // Deliberate: each node is looked up again by its position. A face reads 0, and a node whose
+            // quotient falls short of a whole number reads its lower neighbour.
             position[axis] = nodePosition(n, m_grid.m_cellDim[axis], min[axis]);
             const long found = truncateToInt(m_grid.vectorToIndex(position)[axis]);
             const bool inside = min[axis] < position[axis] && position[axis] < max[axis];

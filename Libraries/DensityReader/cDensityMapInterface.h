@@ -78,7 +78,7 @@ public:
     /// @throws std::invalid_argument when there are fewer values than nodes
     void loadFromValues(const std::vector<double>& values, const cGrid& grid);
     /// The same with the values that the source interpolates at the nodes of its grid. The extremes are those
-    /// of its getMinMaxValues, so a source without getCoef, such as a density map, ends the process.
+    /// of its getMinMaxValues. Deliberate: a source without getCoef, such as a density map, ends the process.
     void loadFromDecomposition(const cDecomposition& source);
 
     /// The voxel at or below a position in the crystal frame. It may lie off the map; what does not fit an

@@ -62,7 +62,8 @@ void cDensityMapInterface::computeHistogram() {
     std::array<std::uint32_t, HISTOGRAM_BINS> counts{};
     std::uint32_t largest = 0;
     const auto& [nx, ny, nz] = m_data->shape();
-    // z outermost: of two voxels that bring bins to the same count, the first one visited sets the peak.
+    // Deliberate: z outermost. Of two voxels that bring bins to the same count, the first one visited sets
+    // the peak.
     for (std::size_t column = 0; column < nz * ny; ++column) {
         for (std::size_t i = 0; i < nx; ++i) {
             const double density = (*m_data)(i, column % ny, column / ny);

@@ -68,6 +68,7 @@ TEST(cDensityMapCCP4, SupportsOneExtension) {
 }
 
 TEST(cDensityMapCCP4, RightAngledCellStartsOneVoxelUp) {
+    // Seen to fail with the first voxel where the start words put it.
     MapBytes file;
     file.extent = file.sampling = {10, 10, 10};
     file.cell = {10.0F, 10.0F, 10.0F};
@@ -128,6 +129,7 @@ TEST(cDensityMapCCP4, EveryAxisOrderReadsTheSameField) {
 }
 
 TEST(cDensityMapCCP4, OppositeByteOrderReadsTheSameMapButForTheStatistics) {
+    // Seen to fail with minimum, maximum and mean reversed as well.
     MapBytes file;
     file.start = {7, -8, 9};
     file.axisOrder = {2, 3, 1};
@@ -174,6 +176,7 @@ TEST(cDensityMapCCP4, SkewCellKeepsItsAxesAndSpansTheDiagonal) {
 }
 
 TEST(cDensityMapCCP4, VoxelSizeIsFormedInSinglePrecision) {
+    // Seen to fail with the quotient taken in double precision.
     MapBytes file;
     file.cell = {126.72F, 8.0F, 2.5F};
     file.sampling = {24, 3, 5};
@@ -187,6 +190,21 @@ TEST(cDensityMapCCP4, ZeroSamplingBecomesExtentLessOne) {
     file.sampling = {0, 9, 0};
     const cDensityMapCCP4 map = loadBytes(file.bytes()).map;
     EXPECT_EQ(map.m_sampling, (std::array<int, 3>{2, 9, 4}));
+}
+
+TEST(cDensityMapCCP4, ZeroSamplingTakesColumnsRowsAndSectionsInWhateverOrder) {
+    MapBytes file;
+    file.axisOrder = {3, 1, 2}; // x runs over the 4 rows, y over the 5 sections, z over the 3 columns
+    file.sampling = {0, 0, 0};
+    // Seen to fail with the extents taken along the axes.
+    EXPECT_EQ(loadBytes(file.bytes()).map.m_sampling, (std::array<int, 3>{2, 3, 4}));
+}
+
+TEST(cDensityMapCCP4, DefaultsNeedAllThreeToBeZero) {
+    MapBytes file;
+    file.cell = {3.0F, 0.0F, 0.0F};
+    // Seen to fail with every zero length made 1.
+    EXPECT_EQ(loadBytes(file.bytes()).map.m_cellLengths, file.cell);
 }
 
 TEST(cDensityMapCCP4, ZeroAxisOrderAndZeroCellGetDefaults) {
@@ -279,6 +297,7 @@ TEST(cDensityMapCCP4, SecondLoadMakesNewVoxelsAndLeavesCopiesAlone) {
 }
 
 TEST(cDensityMapCCP4, OriginWordsTakeNoPartButTellTheFrameShift) {
+    // Seen to fail with the shift of the ORIGIN words added to the origin.
     MapBytes file;
     file.start = {1, 1, 1};
     const cDensityMapCCP4 plain = loadBytes(file.bytes()).map;
@@ -325,6 +344,7 @@ TEST(cDensityMapCCP4, SaveWritesTheHeaderFieldByField) {
 }
 
 TEST(cDensityMapCCP4, SavedMapReadsBackInTheSamePlace) {
+    // Seen to fail with the one voxel put into the start words written.
     for (const bool reversed : {false, true}) {
         MapBytes file;
         file.reversed = reversed;
@@ -344,6 +364,7 @@ TEST(cDensityMapCCP4, SavedMapReadsBackInTheSamePlace) {
 }
 
 TEST(cDensityMapCCP4, SaveWritesTheCornerOfALargerGrid) {
+    // Seen to fail with the extents of the new grid written.
     MapBytes file;
     file.axisOrder = {3, 1, 2}; // nx, ny, nz = 4, 5, 3
     cDensityMapCCP4 map = loadBytes(file.bytes()).map;

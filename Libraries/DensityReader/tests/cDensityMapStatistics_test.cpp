@@ -34,6 +34,7 @@ cDensityMapCCP4 typedMap() {
 } // namespace
 
 TEST(cDensityMapStatistics, MinimumNeverAboveZeroNorMaximumBelow) {
+    // Seen to fail with the extremes begun at the first voxel.
     cDensityMapCCP4 map = mapOf(std::vector<double>(24, 3.0));
     map.computeAvMaxMinDensity();
     EXPECT_EQ(map.m_minDensity, 0.0F);
@@ -46,6 +47,7 @@ TEST(cDensityMapStatistics, MinimumNeverAboveZeroNorMaximumBelow) {
 }
 
 TEST(cDensityMapStatistics, SumOfTheMeanIsKeptInSinglePrecision) {
+    // Seen to fail with the sum kept in double precision.
     std::vector<double> values(24, 1.0);
     values[0] = 16777216.0; // 2^24: adding 1 changes nothing in single precision
     cDensityMapCCP4 map = mapOf(values);
@@ -88,6 +90,7 @@ TEST(cDensityMapStatistics, HistogramOfAConstantMapIsNotReady) {
 }
 
 TEST(cDensityMapStatistics, HistogramLeavesOutTheMinimumAndPutsTheMaximumIntoTheLastBin) {
+    // Seen to fail with the first width counted into bin 0.
     std::vector<double> values(24, 0.0); // the minimum, in no bin
     values[0] = 128.0;
     values[1] = 0.99; // within the first width
@@ -108,6 +111,7 @@ TEST(cDensityMapStatistics, HistogramLeavesOutTheMinimumAndPutsTheMaximumIntoThe
 }
 
 TEST(cDensityMapStatistics, HistogramVisitsTheVoxelsWithXInnermost) {
+    // Seen to fail with the voxels visited in the order of memory.
     cDensityMapCCP4 map = mapOf(std::vector<double>(24, 0.0));
     (*map.m_data)(0, 0, 1) = 50.5; // first in memory
     (*map.m_data)(1, 2, 0) = 30.5; // first with z outermost: it sets the peak and a tie does not move it
@@ -151,6 +155,7 @@ TEST(cDensityMapStatistics, UpdateBinFollowsThePeakValue) {
 }
 
 TEST(cDensityMapStatistics, RegularizeTakesTheRootBeforeTheDivision) {
+    // Seen to fail with the standard deviation for sigma.
     std::vector<double> values(24, 1.0);
     values[0] = 25.0;
     values[1] = 1.41;
