@@ -79,6 +79,7 @@ void requireSpectrumSize(const ComplexArray& spectrum, std::size_t size) {
 }
 
 double correlationScale(std::size_t n) {
+    // Deliberate: (2 pi)^3 belongs to the scale that scores and thresholds count on.
     return static_cast<double>(8 * n) * PI * PI * PI;
 }
 

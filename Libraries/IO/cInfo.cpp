@@ -85,6 +85,7 @@ void cInfo::printInfo(const char* key, const double* values, int n, const char* 
 }
 
 void cInfo::saveTimeInterval(double seconds) {
+    // Deliberate: the last row takes it also when a silent stage opened none.
     if (!m_timings.empty())
         m_timings.back().second = seconds;
 }

@@ -78,8 +78,8 @@ double RMSD<Position>::getMSDTwoTransforms(const double* R1, const double* R2, c
     }
     double displacement2 = 0.0;
     for (int row = 0; row < 3; ++row) {
-        // Whether two poses lie within a threshold is decided by this sum: (R1 - I) m + t1 - (R2 - I) m - t2,
-        // in this order, although I drops out.
+        // Deliberate: (R1 - I) m + t1 - (R2 - I) m - t2, in this order, although I drops out. The sum decides
+        // whether two poses lie within a threshold.
         double moved1 = 0.0;
         double moved2 = 0.0;
         for (int column = 0; column < 3; ++column) {

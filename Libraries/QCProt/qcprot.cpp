@@ -159,6 +159,7 @@ double InnerProduct(double* A, const double* const* coords1, const double* const
 int FastCalcRMSDAndRotation(double* rot, double* quaternion, const double* A, double* rmsd, int len,
                             double E0, double minScore) {
     const double lambda = findLargestRoot(makePolynomial(A), E0);
+    // Deliberate: the divisor is the number of points, whatever their weights.
     *rmsd = len < 1 ? 0.0 : std::sqrt(std::abs(2.0 * (E0 - lambda) / len));
     if (minScore > 0.0 && *rmsd < minScore) {
         return -1;

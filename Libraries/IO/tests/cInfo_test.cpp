@@ -123,6 +123,7 @@ TEST(cInfo, StageOfTwoTitlesHasAllItsTimeInTheLastRow) {
 }
 
 TEST(cInfo, SilentStageOverwritesTheTimeOfTheRowBefore) {
+    // Seen to fail with the time of a silent stage dropped.
     cInfo info(20);
     printed([&] { info.printInfo(" loud "); });
     info.saveTimeInterval(1.0);

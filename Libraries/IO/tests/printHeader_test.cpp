@@ -98,6 +98,7 @@ TEST(printHeader, OutputToAFileHasNoEscapeSequences) {
 }
 
 TEST(printHeader, OnATerminalTheAddressesAreColouredInTheSameFrame) {
+    // Seen to fail without the blank behind the web address.
     const std::string text = bannerOnTerminal(80);
     ASSERT_FALSE(text.empty()) << "no pseudo-terminal";
     EXPECT_NE(text.find("-Contact: \033[4;34mselvane@example.org\033[0m -"), std::string::npos);

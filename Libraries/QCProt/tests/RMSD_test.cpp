@@ -71,6 +71,7 @@ TEST(RMSD, EqualPosesAreAtDistanceZero) {
 }
 
 TEST(RMSD, EqualPosesWithoutRotationAreAtDistanceZeroExactly) {
+    // Seen to fail with the two identities left out of the sum.
     std::mt19937 random(3);
     const Structure structure(randomPoints(random, 50, {9.0, 4.0, 15.0}));
     const double t[3] = {3.0, 20.0, -7.0};

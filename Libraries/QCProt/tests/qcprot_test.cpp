@@ -241,6 +241,7 @@ TEST(CalcRMSDRotationalMatrix, CentresBothSetsAndRotatesNeither) {
 }
 
 TEST(CalcRMSDRotationalMatrix, WeightsDoNotEnterTheDivisor) {
+    // Seen to fail with the sum of the weights for divisor.
     const Points set1 = {{-3.0, 0.0, 0.0}, {3.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.0, -1.0, 0.0}};
     const Points set2 = {{-4.0, 0.0, 0.0}, {4.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.0, -1.0, 0.0}};
     // two points of weight 8 are 1 away: sqrt(16 / 4)
