@@ -65,6 +65,8 @@ probe() {
     libopenblas-dev) has_library openblas ;;
     libarpack2-dev) has_library arpack ;;
     clang) command -v clang++ ;;
+    clang-tidy | cppcheck) command -v "$1" ;;
+    llvm) command -v llvm-cov && command -v llvm-profdata ;;
     libclang-rt-dev) printf 'int main() {}\n' | clang++ -fsanitize=address -x c++ - -o /dev/null ;;
     *) false ;;
     esac >/dev/null 2>&1

@@ -1,0 +1,103 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# Runs the checks that are too slow for every submission, all of them or those named, and ends with a table.
+#   scripts/check.sh [STEP...]
+#     asan-ubsan   all tests under the address, leak and undefined-behaviour sanitizers
+#     tsan         all tests under the thread sanitizer
+#     clang        a build by clang, warnings are errors
+#     tidy         clang-tidy by .clang-tidy
+#     cppcheck     cppcheck, less the lines of scripts/cppcheck.suppressions
+#     fuzz         scripts/fuzz.sh, FUZZ_SECONDS=N for each fuzzer; 600 without
+#     coverage     all tests; at least 95 % of the lines of Libraries/ must be reached
+# JOBS=N sets the number of parallel jobs. Status 1 if a step failed.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/lib.sh
+
+readonly ALL_STEPS=(cppcheck tidy clang asan-ubsan tsan coverage fuzz)
+readonly FUZZ_SECONDS="${FUZZ_SECONDS:-600}"
+readonly LEAST_COVERAGE=95 # per cent of lines
+
+# sources: the tracked sources of the libraries, the program and the examples, without tests.
+sources() {
+    git ls-files 'Libraries/*.cpp' 'app/*.cpp' 'examples/*.cpp' | grep -v /tests/
+}
+
+check_asan-ubsan() {
+    require_packages "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
+    ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1}" build_and_test asan-ubsan
+}
+
+check_tsan() {
+    require_packages "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
+    build_and_test tsan
+}
+
+check_clang() {
+    require_packages "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}" clang
+    build clang
+}
+
+check_tidy() {
+    require_packages "${BUILD_PACKAGES[@]}" clang clang-tidy
+    cmake --preset tidy
+    say "Running clang-tidy on $(sources | wc -l) sources"
+    sources | xargs -P "$(jobs_count)" -n 1 clang-tidy --quiet -p build/tidy
+}
+
+check_cppcheck() {
+    require_packages cppcheck
+    say "Running cppcheck on $(sources | wc -l) sources"
+    sources | cppcheck --file-list=- --language=c++ --std=c++17 --enable=warning,performance,portability -I Libraries \
+        -I . --suppressions-list=scripts/cppcheck.suppressions --error-exitcode=1 --quiet -j "$(jobs_count)"
+}
+
+check_fuzz() {
+    scripts/fuzz.sh "$FUZZ_SECONDS"
+}
+
+# Every test program adds to a pool of four files of its own; a child that a signal ends adds nothing.
+check_coverage() {
+    local profiles="$PWD/build/coverage/profiles" merged=build/coverage/all.profdata
+    local program objects=() report
+    require_packages "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}" clang libclang-rt-dev llvm
+    rm -rf "$profiles"
+    LLVM_PROFILE_FILE="$profiles/%4m.profraw" build_and_test coverage
+    llvm-profdata merge --failure-mode=all -o "$merged" "$profiles"/*.profraw
+    for program in build/coverage/bin/*; do
+        [[ -f "$program" && -x "$program" ]] && objects+=(-object "$program")
+    done
+    report="$(llvm-cov report "${objects[@]}" -instr-profile="$merged" -ignore-filename-regex='/tests/' Libraries)"
+    say "Lines reached, by file"
+    echo "$report" | awk 'NF >= 10 && $1 !~ /^-/ { printf "%8s  %s\n", $10, $1 }'
+    echo "$report" | awk -v least="$LEAST_COVERAGE" '
+        $1 == "TOTAL" { reached = $10 + 0; found = 1 }
+        END {
+            printf "\nLines of Libraries/ reached: %.2f %%, at least %d %% wanted\n", reached, least
+            exit !(found && reached >= least)
+        }'
+}
+
+steps=("$@")
+((${#steps[@]} > 0)) || steps=("${ALL_STEPS[@]}")
+for step in "${steps[@]}"; do
+    [[ " ${ALL_STEPS[*]} " == *" $step "* ]] || die "no step '$step'; there are: ${ALL_STEPS[*]}"
+done
+
+status=0
+table=()
+for step in "${steps[@]}"; do
+    say "Step $step"
+    began="$SECONDS"
+    # A shell of its own, so that the first command that fails ends the step and not the script.
+    set +e
+    (set -e && "check_$step")
+    code=$?
+    set -e
+    outcome=passed
+    ((code == 0)) || outcome=FAILED status=1
+    table+=("$(printf '%-12s %-8s %6d s' "$step" "$outcome" $((SECONDS - began)))")
+done
+say "Steps and their outcomes"
+printf '%s\n' "${table[@]}"
+exit "$status"
