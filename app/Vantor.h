@@ -112,7 +112,7 @@ public:
 
     /// Writes the poses as one MODEL each to odir/name.pdb, and the input as odir/original.pdb and
     /// odir/edm.map.
-    void saveTopSolution(std::string name);
+    void saveTopSolution(const std::string& name);
 
     /// Refines the input model as it stands in the map, in all degrees of freedom and without any scan, and
     /// writes it to odir/Refined-<name of the input>. A library operation: no stage of a run calls it.

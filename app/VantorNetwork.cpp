@@ -2,6 +2,7 @@
 // The stages of the elastic network and its modes.
 #include <algorithm>
 #include <exception>
+#include <iterator>
 #include <numeric>
 #include <stdexcept>
 
@@ -67,7 +68,7 @@ void Vantor::tellCoincidentAtoms() const {
     });
     if (pair != order.end()) {
         warn(m_workflow.m_ipdb.getValue() + ": atoms " + std::to_string(m_atoms[*pair].m_serial) + " and " +
-             std::to_string(m_atoms[*(pair + 1)].m_serial) +
+             std::to_string(m_atoms[*std::next(pair)].m_serial) +
              " stand at one position; no spring joins them. Check the model.");
     }
 }

@@ -61,7 +61,7 @@ struct Vantor::SolutionFile {
     std::vector<cVector3> placed;
 };
 
-void Vantor::saveTopSolution(std::string name) {
+void Vantor::saveTopSolution(const std::string& name) {
     const std::string path = m_workflow.m_odir.getValue() + "/" + name + ".pdb";
     if (!writeResult(path, [this](std::FILE* file) { return writePoses(file); })) {
         m_info.printInfo("[ERROR] couldn't create the file ", path, nullptr);

@@ -14,11 +14,12 @@ void flushReport() {
 }
 
 std::string textOfCurrentException() {
-    if (!std::current_exception()) {
+    const std::exception_ptr current = std::current_exception();
+    if (!current) {
         return "terminated without an exception";
     }
     try {
-        throw;
+        std::rethrow_exception(current);
     } catch (const std::exception& error) {
         return error.what();
     } catch (const std::string& text) {

@@ -241,8 +241,8 @@ double CrossCorrelationOracle::getFunctionGradiantAndHessian(const arma::Col<dou
     return addBarrier(value, h);
 }
 
-void CrossCorrelationOracle::print(std::string prefix, std::string suffix, double low, double high,
-                                   double step) {
+void CrossCorrelationOracle::print(const std::string& prefix, const std::string& suffix, double low,
+                                   double high, double step) {
     constexpr std::array<double, 5> point{0.5334, -1.0279, 1.066, -2.3047, 1.2617};
     const double count = std::floor((high - low) / step);
     for (std::size_t i = 0; i < m_nModes; ++i) {

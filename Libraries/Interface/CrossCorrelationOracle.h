@@ -104,7 +104,7 @@ public:
     /// vector of one element per mode and not a degrees-of-freedom vector, so with modes this fails at its
     /// first evaluation.
     /// @throws std::logic_error as getFunctionValue
-    void print(std::string prefix, std::string suffix, double low, double high, double step);
+    void print(const std::string& prefix, const std::string& suffix, double low, double high, double step);
 
     /// The correlations; null while missing.
     FirstOrderCrossCorrelation* getFirstOrder() const { return m_pFirstOrderCCF.get(); }
