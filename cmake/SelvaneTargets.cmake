@@ -5,6 +5,8 @@ add_library(selvane_flags INTERFACE)
 target_compile_options(selvane_flags INTERFACE
     -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<BOOL:${SELVANE_WARNINGS_AS_ERRORS}>:-Werror>)
+# Where clang 14 defines a multiversioned function, callers in other files do not find it.
+target_compile_definitions(selvane_flags INTERFACE $<$<CXX_COMPILER_ID:Clang>:SELVANE_NO_MULTIVERSIONING>)
 if(SELVANE_SANITIZE)
     target_compile_options(selvane_flags INTERFACE
         -fsanitize=${SELVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
