@@ -25,7 +25,7 @@ class ElectronDensity;
 /// is empty at first, needs it sized by its caller.
 ///
 /// Every call moves the shared density to x and leaves it there. The oracle belongs to one thread.
-class ConformationOracle : public ThirdOrderOracle {
+class ConformationOracle final : public ThirdOrderOracle {
 public:
     /// @param targetEdm  T, L values in cGrid order; not copied, must outlive the oracle
     /// @param density    on the same grid

@@ -14,8 +14,9 @@ namespace {
 
 /// Makes permissions count for the programs that this process starts, the superuser's too.
 void obeyPermissions() {
-    for (const unsigned long right : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
-        prctl(PR_CAPBSET_DROP, right, 0, 0, 0); // refused to a plain user, who has none of them
+    for (const int right : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
+        // Refused to a plain user, who has none of them.
+        prctl(PR_CAPBSET_DROP, static_cast<unsigned long>(right), 0, 0, 0);
     }
 }
 

@@ -64,7 +64,8 @@ TEST(RTBProlongation, ColumnsSpanTheRigidMotionsOfEachBlock) {
         const Vector v = blockMotion(model, block, {1.0, -2.0, 0.5}, {0.3, 0.7, -1.1});
         Vector coefficients = P.t() * v;
         EXPECT_LT(arma::norm(v - P * coefficients), 1e-12 * arma::norm(v));
-        coefficients.subvec(6ull * block, 6ull * block + 5).zeros(); // the other blocks have no share
+        const auto first = 6 * static_cast<arma::uword>(block);
+        coefficients.subvec(first, first + 5).zeros(); // the other blocks have no share
         EXPECT_EQ(arma::norm(coefficients), 0.0);
     }
 }
@@ -72,19 +73,19 @@ TEST(RTBProlongation, ColumnsSpanTheRigidMotionsOfEachBlock) {
 TEST(RTBProlongation, EntriesAreTheCrossProductsWithTheRowsOfTheInverseRootOfInertia) {
     const BlockModel model(3);
     const NormalModeEngine engine = prolongationOf(model);
-    const auto epsilon = [](int i, int j, int k) { return (i - j) * (j - k) * (k - i) / 2; };
+    const auto epsilon = [](std::size_t i, std::size_t j, std::size_t k) {
+        return i == j || j == k || k == i ? 0.0 : (i + 1) % 3 == j ? 1.0 : -1.0;
+    };
     for (std::size_t a = 0; a < model.positions.size(); ++a) {
         const auto b = static_cast<std::size_t>(model.blockIds[a]);
         const Matrix& L = engine.m_blockInvSqrtInertia[b];
         const double root = std::sqrt(model.masses[a]);
-        for (int i = 0; i < 3; ++i)
-            for (int j = 0; j < 3; ++j) {
+        for (std::size_t i = 0; i < 3; ++i)
+            for (std::size_t j = 0; j < 3; ++j) {
                 double sum = 0.0;
-                for (int k = 0; k < 3; ++k)
-                    for (int l = 0; l < 3; ++l)
-                        sum += L(i, k) *
-                               (model.positions[a][static_cast<std::size_t>(l)] -
-                                engine.m_blockCenters[b][static_cast<std::size_t>(l)]) *
+                for (std::size_t k = 0; k < 3; ++k)
+                    for (std::size_t l = 0; l < 3; ++l)
+                        sum += L(i, k) * (model.positions[a][l] - engine.m_blockCenters[b][l]) *
                                epsilon(k, l, j);
                 EXPECT_NEAR(engine.m_prolongation(3 * a + j, 6 * b + 3 + i), root * sum, 1e-14);
                 EXPECT_NEAR(engine.m_prolongation(3 * a + j, 6 * b + i),

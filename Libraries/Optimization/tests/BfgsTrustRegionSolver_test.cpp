@@ -26,7 +26,7 @@ std::shared_ptr<Quadratic> steepValley() {
 }
 
 /// A gradient that lies, so that no step is ever a reduction.
-struct Liar : SecondOrderOracle {
+struct Liar final : SecondOrderOracle {
     double getFunctionValue(const Vector& x) override { return arma::dot(x, x); }
     double getFunctionGradient(const Vector& x, Vector& gradient) override {
         gradient.ones(x.n_elem);
@@ -35,7 +35,7 @@ struct Liar : SecondOrderOracle {
 };
 
 /// f = x^2 / 2 + y^4 / 4 - y^2 / 2: a saddle at the origin between minima of -1/4 at (0, -1) and (0, 1).
-struct TwoBasins : SecondOrderOracle {
+struct TwoBasins final : SecondOrderOracle {
     double getFunctionValue(const Vector& x) override {
         return 0.5 * x[0] * x[0] + 0.25 * std::pow(x[1], 4) - 0.5 * x[1] * x[1];
     }
@@ -150,7 +150,7 @@ TEST(BfgsTrustRegionSolver, UpdateWithoutChangeOfTheGradientLeavesTheApproximati
 
 TEST(BfgsTrustRegionSolver, UpdateWithChangeAcrossTheStepLeavesTheApproximation) {
     /// A slope along x that tilts towards y behind the origin: y^T s = 0, and the quotient is infinite.
-    struct Bend : SecondOrderOracle {
+    struct Bend final : SecondOrderOracle {
         double getFunctionValue(const Vector& x) override { return -x[0]; }
         double getFunctionGradient(const Vector& x, Vector& gradient) override {
             gradient = {-1.0, x[0] > 0.0 ? 1.0 : 0.0};

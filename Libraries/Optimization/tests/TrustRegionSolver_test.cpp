@@ -35,7 +35,7 @@ void expectGlobalMinimum(const Vector& p, const Vector& b, const Matrix& A, doub
 }
 
 /// A gradient that lies, so that no step is ever a reduction.
-struct Liar : ThirdOrderOracle {
+struct Liar final : ThirdOrderOracle {
     double getFunctionValue(const Vector& x) override { return arma::dot(x, x); }
     double getFunctionGradient(const Vector& x, Vector& gradient) override {
         gradient = Vector(x.n_elem, arma::fill::ones);

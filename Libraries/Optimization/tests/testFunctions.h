@@ -57,6 +57,7 @@ Output capture(F f) {
 /// f(x) = 0.5 x^T H x - g^T x
 struct Quadratic : ThirdOrderOracle {
     Quadratic(Matrix hessian, Vector slope) : H(std::move(hessian)), g(std::move(slope)) {}
+    virtual ~Quadratic() = default;
     double getFunctionValue(const Vector& x) override {
         ++valueCalls;
         return 0.5 * arma::dot(x, H * x) - arma::dot(g, x);
@@ -79,7 +80,7 @@ struct Quadratic : ThirdOrderOracle {
 };
 
 /// H. H. Rosenbrock, 1960, in n dimensions: minimum 0 at (1, .., 1).
-struct Rosenbrock : ThirdOrderOracle {
+struct Rosenbrock final : ThirdOrderOracle {
     double getFunctionValue(const Vector& x) override {
         double value = 0.0;
         for (arma::uword i = 0; i + 1 < x.n_elem; ++i)
