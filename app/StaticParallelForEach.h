@@ -57,7 +57,7 @@ public:
     /// As ParallelRunner::run(); names the tasks of workers that could not be started on the standard error
     /// stream. A worker without tasks isn't missed.
     std::vector<bool> run() {
-        const std::vector<bool> done = ParallelRunner<T>::run();
+        std::vector<bool> done = ParallelRunner<T>::run();
         this->m_allDone = true;
         for (std::size_t i = 0; i < done.size(); ++i) {
             const T& thread = *this->m_threads[i];

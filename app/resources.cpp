@@ -26,7 +26,10 @@ constexpr GroupFiles legacyFiles{"/memory.limit_in_bytes", "/memory.usage_in_byt
 double numberIn(const std::string& path) {
     std::ifstream file(path);
     double value = 0.0;
-    return file >> value ? value : unknown;
+    if (!(file >> value)) {
+        return unknown;
+    }
+    return value;
 }
 
 /// The number behind a key at the start of a line; `fallback` if there is none.

@@ -173,6 +173,7 @@ std::vector<double> AnyOrderCrossCorrelation::gradientsAt(const std::vector<Weig
     const std::size_t n = nDof();
     if (voxels.size() <= mostVoxelsWithoutMaps(n)) {
         std::vector<std::vector<double>> targets;
+        targets.reserve(voxels.size());
         for (const WeightedVoxel& voxel : voxels) {
             targets.push_back(blendTarget(box, {{voxel.shift, 1.0}}, target));
         }

@@ -225,19 +225,21 @@ void ElectronDensity::forEachRow(DensityOrder order, Visit&& visit) const {
     const NodeBox box = reachedBox();
     const RowAtoms rowAtoms(gaussians, box);
     DensityRow row(m_nDof, m_invSigma2, order, box.extent(2));
-    for (std::size_t r = 0; r < box.extent(0) * box.extent(1); ++r) {
-        const std::size_t i = r / box.extent(1);
-        const std::size_t j = r % box.extent(1);
-        row.clear();
-        for (const auto* atom = rowAtoms.begin(r); atom != rowAtoms.end(r); ++atom) {
-            const NodeBox& reach = gaussians[*atom].reach;
-            const auto offset = [&](std::size_t axis) {
-                return static_cast<std::size_t>(reach.low[axis] - box.low[axis]);
-            };
-            row.add(gaussians[*atom], i - offset(0), j - offset(1), offset(2),
-                    m_gaussianNorm * m_atomWeights[*atom], m_atomDofMatrix->data() + 3 * m_nDof * *atom);
+    const auto add = [&](std::size_t atom, std::size_t i, std::size_t j) {
+        const NodeBox& reach = gaussians[atom].reach;
+        const auto offset = [&](std::size_t axis) {
+            return static_cast<std::size_t>(reach.low[axis] - box.low[axis]);
+        };
+        row.add(gaussians[atom], i - offset(0), j - offset(1), offset(2),
+                m_gaussianNorm * m_atomWeights[atom], m_atomDofMatrix->data() + 3 * m_nDof * atom);
+    };
+    for (std::size_t i = 0; i < box.extent(0); ++i) {
+        for (std::size_t j = 0; j < box.extent(1); ++j) {
+            const std::size_t r = i * box.extent(1) + j;
+            row.clear();
+            std::for_each(rowAtoms.begin(r), rowAtoms.end(r), [&](std::size_t atom) { add(atom, i, j); });
+            visit(i, j, row);
         }
-        visit(i, j, row);
     }
 }
 

@@ -169,8 +169,8 @@ cBBox cDensityMapInterface::getCropBBox(double threshold) const {
             continue;
         }
         const std::size_t nz = m_data->shape()[2], row = v / nz, ny = m_data->shape()[1];
-        const cVector3 index(static_cast<double>(row / ny), static_cast<double>(row % ny),
-                             static_cast<double>(v % nz));
+        const std::size_t i = row / ny, j = row % ny, k = v % nz;
+        const cVector3 index(static_cast<double>(i), static_cast<double>(j), static_cast<double>(k));
         const cVector3 node = m_grid.m_box.m_min + index * m_grid.m_cellDim;
         if (found) {
             box.addVector(node);

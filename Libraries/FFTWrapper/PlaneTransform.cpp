@@ -10,9 +10,6 @@ namespace dft {
 
 namespace {
 
-using Pairs = double (*)[2];
-using ConstPairs = const double (*)[2];
-
 SELVANE_MULTIVERSION
 void join(const double* __restrict a, const double* __restrict b, std::size_t n, double* __restrict joined) {
     for (std::size_t r = 0; r < n; ++r) {
@@ -111,10 +108,10 @@ void PlaneTransform::transformRows(const RowPlans& plans, std::size_t realRows) 
 
 void PlaneTransform::separateRows(std::size_t begin, std::size_t end) {
     for (std::size_t j = begin; j < end; j += 2) {
-        const ConstPairs z = m_transformed.data() + (j - begin) / 2 * m_columns;
+        const auto* const z = m_transformed.data() + (j - begin) / 2 * m_columns;
         // The last of an odd number of rows has no partner; what would be its row is zeroed below.
-        const Pairs a = halfRow(j);
-        const Pairs b = halfRow(j + 1);
+        auto* const a = halfRow(j);
+        auto* const b = halfRow(j + 1);
         separate(z[0], z[0], 1, a[0], b[0]);
         if (m_halfRow > 1) {
             separate(z[1], z[m_columns - 1], m_halfRow - 1, a[1], b[1]);
@@ -133,9 +130,9 @@ void PlaneTransform::transformColumnsBackward() {
 
 void PlaneTransform::combineRows(std::size_t begin, std::size_t end) {
     for (std::size_t j = begin; j < end; j += 2) {
-        const Pairs z = m_joined.data() + (j - begin) / 2 * m_columns;
-        const ConstPairs a = halfRow(j);
-        const ConstPairs b = halfRow(j + 1);
+        auto* const z = m_joined.data() + (j - begin) / 2 * m_columns;
+        const auto* const a = halfRow(j);
+        const auto* const b = halfRow(j + 1);
         combine(a[0], b[0], m_halfRow, z[0]);
         const std::size_t mirrored = m_columns - m_halfRow;
         if (mirrored > 0) {

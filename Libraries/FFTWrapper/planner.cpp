@@ -30,19 +30,20 @@ std::string transformOf(const char* kind, int n_i, int n_j, int n_k) {
 fftw_plan_s* planForward(int n_i, int n_j, int n_k, const double* in, double (*out)[2]) {
     const std::lock_guard<std::mutex> lock(plannerMutex);
     // The library's type is not const, but an out-of-place forward transform preserves its input by default.
-    const fftw_plan plan = fftw_plan_dft_r2c_3d(n_i, n_j, n_k, const_cast<double*>(in), out, FFTW_ESTIMATE);
+    fftw_plan_s* const plan =
+        fftw_plan_dft_r2c_3d(n_i, n_j, n_k, const_cast<double*>(in), out, FFTW_ESTIMATE);
     return requirePlan(plan, transformOf("forward", n_i, n_j, n_k));
 }
 
 fftw_plan_s* planInverse(int n_i, int n_j, int n_k, double (*in)[2], double* out) {
     const std::lock_guard<std::mutex> lock(plannerMutex);
-    const fftw_plan plan = fftw_plan_dft_c2r_3d(n_i, n_j, n_k, in, out, FFTW_ESTIMATE);
+    fftw_plan_s* const plan = fftw_plan_dft_c2r_3d(n_i, n_j, n_k, in, out, FFTW_ESTIMATE);
     return requirePlan(plan, transformOf("inverse", n_i, n_j, n_k));
 }
 
 fftw_plan_s* planBatch(const ComplexBatchPlan::Layout& layout, int sign, double (*in)[2], double (*out)[2]) {
     const std::lock_guard<std::mutex> lock(plannerMutex);
-    const fftw_plan plan =
+    fftw_plan_s* const plan =
         fftw_plan_many_dft(1, &layout.length, layout.count, in, nullptr, layout.stride, layout.distance, out,
                            nullptr, layout.stride, layout.distance, sign, FFTW_ESTIMATE);
     return requirePlan(plan, std::to_string(layout.count) + " transforms of " +

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -253,8 +254,8 @@ void CrossCorrelationOracle::print(const std::string& prefix, const std::string&
             x(m) = point[m];
         }
         const double start = x(i);
-        for (double q = 0.0; q < count; ++q) {
-            x(i) = q * step + start + low;
+        for (std::uint64_t q = 0; static_cast<double>(q) < count; ++q) {
+            x(i) = static_cast<double>(q) * step + start + low;
             const double value = getFunctionValue(x);
             file << x(i) << " " << value << "\n";
         }

@@ -68,6 +68,9 @@ cGrid::cGrid(const cGrid& other) : cGrid() {
 }
 
 cGrid& cGrid::operator=(const cGrid& other) {
+    if (this == &other) {
+        return *this;
+    }
     // Deliberate: m_center is not carried over.
     std::copy(other.m_size, other.m_size + 3, m_size);
     m_box = other.m_box;

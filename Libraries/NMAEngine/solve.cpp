@@ -108,7 +108,7 @@ void NormalModeEngine::performNMA() {
 
     setBlockMotions(eigenvectors, columns);
     m_modes = m_prolongation * Matrix(eigenvectors.cols(columns));
-    m_modes.each_col() %= m_system->m_isqrtMass;
+    m_modes.each_col([this](Vector& mode) { mode %= m_system->m_isqrtMass; });
     m_eigenvalues = eigenvalues(columns);
     if (!isNetwork)
         m_eigenvalues = 1.0 / m_eigenvalues;

@@ -11,15 +11,7 @@ namespace {
 
 /// Writes a copy of each atom at the position that move(i, p) gives for atom i at p.
 template <typename Move>
-bool writeMoved(const char* name, const cPDBAtom* atoms, int n, FILE* file, Move move) {
-    if (n < 1) {
-        return true;
-    }
-    if (file == nullptr) {
-        ResultFile result(name);
-        return result.stream() != nullptr && writeMoved(name, atoms, n, result.stream(), move) &&
-               result.commit();
-    }
+bool writeAtoms(const cPDBAtom* atoms, int n, FILE* file, Move move) {
     bool isWritten = true;
     for (int i = 0; i < n && isWritten; ++i) {
         cPDBAtom copy = atoms[i];
@@ -27,6 +19,19 @@ bool writeMoved(const char* name, const cPDBAtom* atoms, int n, FILE* file, Move
         isWritten = writeLinePDB(file, &copy);
     }
     return isWritten;
+}
+
+/// The same into a file of that name, complete or not at all, unless there is an open one.
+template <typename Move>
+bool writeMoved(const char* name, const cPDBAtom* atoms, int n, FILE* file, Move move) {
+    if (n < 1) {
+        return true;
+    }
+    if (file != nullptr) {
+        return writeAtoms(atoms, n, file, move);
+    }
+    ResultFile result(name);
+    return result.stream() != nullptr && writeAtoms(atoms, n, result.stream(), move) && result.commit();
 }
 
 void requireEntries(const arma::Col<double>& displacement, int n) {

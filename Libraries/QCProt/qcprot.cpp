@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 
 #include "Math/structure.h"
@@ -218,7 +219,7 @@ void applyRotationMatrix(double** coords, int len, const double* rot) {
         const double x = coords[0][i];
         const double y = coords[1][i];
         const double z = coords[2][i];
-        for (int row = 0; row < 3; ++row) {
+        for (std::size_t row = 0; row < 3; ++row) {
             coords[row][i] = rot[3 * row] * x + rot[3 * row + 1] * y + rot[3 * row + 2] * z;
         }
     }
