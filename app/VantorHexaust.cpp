@@ -62,6 +62,9 @@ void VantorHexaust::initCrossCorrelation(bool perThread) {
                                                              m_positions, m_sigma, m_nma, true);
         return;
     }
+    if (!isMultistep()) {
+        m_scanMap = std::make_unique<ScanMap>(m_edmValues, m_edm.m_grid);
+    }
     for (unsigned long i = 0; i < m_nThread; ++i) {
         if (isMultistep()) {
             // Its worker may not have been started.
@@ -70,7 +73,7 @@ void VantorHexaust::initCrossCorrelation(bool perThread) {
             }
             m_localOracles[i] = makeOracle(m_localEdmValues[i].data());
         } else {
-            m_local_ccf[i] = std::make_unique<RotationScan>(m_edmValues, m_edm.m_grid, m_paddedStructureGrid,
+            m_local_ccf[i] = std::make_unique<RotationScan>(*m_scanMap, m_paddedStructureGrid,
                                                             m_workflow.m_filtersigma.getValue());
         }
     }
@@ -208,9 +211,7 @@ fccf::SigmaFilter VantorHexaust::filterOf(const std::array<double, 3>& angles) c
     if (known != m_filters.end()) {
         return known->second;
     }
-    RotatedMap map(m_edmValues, m_edm.m_grid, m_workflow.m_filtersigma.getValue());
-    map.rotate(angles);
-    return map.filter();
+    return MapRotator(m_edmValues, m_edm.m_grid, m_workflow.m_filtersigma.getValue()).filterOf(angles);
 }
 
 unsigned long VantorHexaust::getNSolutions() {
@@ -231,10 +232,9 @@ double VantorHexaust::estimateScanBytes() const {
     const double conformation = 600.0 + 8.0 * (nDof + nDof * nDof);
     const double workers = static_cast<double>(m_nThread);
     // With multistep target and copy of it, and correlation, two spectra and two spectra of patterns for the
-    // first and for the third order. Else a spectrum, and the pattern's, which all share; besides, before the
-    // scan, the diagnostic field and its copy in the dump, and during it the map that each worker turns.
-    const double arrays = isMultistep() ? 12.0 * workers * padded
-                                        : (workers + 1.0) * padded + std::max(2.0 * padded, workers * map);
+    // first and for the third order. Else a spectrum, and the pattern's, which all share, as they do the map
+    // in single precision; besides, before the scan, the diagnostic field and its copy in the dump.
+    const double arrays = isMultistep() ? 12.0 * workers * padded : (workers + 3.0) * padded + 0.5 * map;
     const double rotations = rotationCount() + 1.0;
     // Two lists of triples while the sampling converts its angles.
     const double angles = 2.0 * 24.0 * rotations;

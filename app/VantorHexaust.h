@@ -18,6 +18,7 @@
 class CrossCorrelationOracle;
 class ElectronDensity;
 class RotationScan;
+class ScanMap;
 class ThirdOrderCrossCorrelation;
 struct ScanPattern;
 
@@ -100,6 +101,7 @@ private:
     void releaseOracles();
     void tellNoPoses() const;
 
+    std::unique_ptr<const ScanMap> m_scanMap;                            ///< without multistep
     std::vector<std::unique_ptr<RotationScan>> m_local_ccf;              ///< without multistep
     std::vector<std::shared_ptr<CrossCorrelationOracle>> m_localOracles; ///< with multistep
     std::vector<std::vector<HexaustFlexibleFitConformation>>

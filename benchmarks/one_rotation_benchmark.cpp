@@ -64,7 +64,8 @@ public:
         , m_mapGrid(BenchmarkModel::makeGrid(mapEdge(edge)))
         , m_paddedGrid(std::make_shared<cGrid>(*BenchmarkModel::makeGrid(edge)))
         , m_map(simulateMap())
-        , m_scan(m_map, *m_mapGrid, m_paddedGrid, filterSigmas)
+        , m_scanMap(m_map, *m_mapGrid)
+        , m_scan(m_scanMap, m_paddedGrid, filterSigmas)
         , m_density(std::make_shared<ElectronDensity>(m_model.positions.data(), BenchmarkModel::spacing,
                                                       atoms, patternGrid(), *m_model.engine,
                                                       arma::Col<double>(), ElectronDensity::EPSILON))
@@ -76,15 +77,14 @@ public:
 
     /// Whether the scores of some candidates are the direct sums over the model's nodes.
     bool areDirectSums(const Poses& poses) const {
-        RotatedMap turned(m_map, *m_mapGrid, filterSigmas);
+        const MapRotator rotator(m_map, *m_mapGrid, filterSigmas);
         std::vector<double> density(m_paddedGrid->getTotalSize(), 0.0);
         m_density->addDensity(density.data());
         std::size_t rank = 0;
         for (const auto& pose : poses) {
             if (rank++ % (solutions / 4) == 0) {
                 const std::array<double, 3> angles{pose.m_alpha, pose.m_beta, pose.m_gamma};
-                turned.rotate(angles);
-                const RotatedNodes target(m_map, *m_mapGrid, angles, turned.filter());
+                const RotatedNodes target(m_map, *m_mapGrid, angles, rotator.filterOf(angles));
                 if (!(std::abs(pose.m_rigidScore - directSum(density, target, pose)) <=
                       1e-10 * poses.begin()->m_rigidScore)) {
                     return false;
@@ -141,6 +141,7 @@ private:
     std::shared_ptr<cGrid> m_mapGrid;
     std::shared_ptr<cGrid> m_paddedGrid;
     std::vector<double> m_map;
+    ScanMap m_scanMap;
     RotationScan m_scan;
     std::shared_ptr<const ElectronDensity> m_density;
     std::shared_ptr<const ScanPattern> m_pattern;

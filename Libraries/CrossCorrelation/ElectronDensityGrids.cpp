@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "CrossCorrelation/ElectronDensity.h"
-#include "CrossCorrelation/RotatedMap.h"
+#include "CrossCorrelation/MapRotator.h"
 #include "CrossCorrelation/gaussianCut.h"
 #include "Math/cGrid.h"
 
@@ -83,13 +83,15 @@ void ElectronDensity::rotateNonZeroPadded(const std::vector<double>& source, con
                                           const std::array<double, 3>& eulerAngles, const cGrid& targetGrid,
                                           double* target, double threshold) {
     requireLarger(targetGrid, sourceGrid);
-    RotatedMap map(source, sourceGrid, threshold);
-    map.rotate(eulerAngles);
     std::fill_n(target, targetGrid.getTotalSize(), 0.0);
+    const auto rowAt = [&](unsigned int i, unsigned int j) {
+        return target + targetGrid.indexToFlatIndex(static_cast<int>(i), static_cast<int>(j), 0);
+    };
+    const fccf::SigmaFilter filter = MapRotator(source, sourceGrid, threshold).rotate(eulerAngles, rowAt);
     for (unsigned int i = 0; i < sourceGrid.m_size[0]; ++i) {
         for (unsigned int j = 0; j < sourceGrid.m_size[1]; ++j) {
-            map.copyRow(i, j,
-                        target + targetGrid.indexToFlatIndex(static_cast<int>(i), static_cast<int>(j), 0));
+            double* const row = rowAt(i, j);
+            std::transform(row, row + sourceGrid.m_size[2], row, filter);
         }
     }
 }

@@ -15,9 +15,11 @@ std::array<unsigned int, 3> sizeOf(const cGrid& grid) {
 
 } // namespace
 
-RotationScan::RotationScan(const std::vector<double>& map, const cGrid& mapGrid,
-                           std::shared_ptr<const cGrid> grid, double filterSigmas)
-    : m_grid(std::move(grid)), m_map(map, mapGrid, filterSigmas), m_correlator(*m_grid, sizeOf(mapGrid)) {}
+RotationScan::RotationScan(const ScanMap& map, std::shared_ptr<const cGrid> grid, double filterSigmas)
+    : m_grid(std::move(grid))
+    , m_rowSize(map.grid().m_size[2])
+    , m_rotator(map, filterSigmas)
+    , m_correlator(*m_grid, sizeOf(map.grid())) {}
 
 std::shared_ptr<const ScanPattern> RotationScan::makePattern(std::shared_ptr<const ElectronDensity> density) {
     m_state = State::Empty;
@@ -30,18 +32,20 @@ std::shared_ptr<const ScanPattern> RotationScan::makePattern(std::shared_ptr<con
 }
 
 void RotationScan::rotate(const std::array<double, 3>& eulerAngles) {
-    m_map.rotate(eulerAngles);
+    m_filter = m_rotator.rotate(
+        eulerAngles, [this](std::size_t i, std::size_t j) { return m_correlator.targetRow(i, j); });
     m_eulerAngles = eulerAngles;
-    m_filters.insert_or_assign(eulerAngles, m_map.filter());
+    m_filters.insert_or_assign(eulerAngles, m_filter);
     m_state = State::Rotated;
 }
 
 void RotationScan::correlate(const ScanPattern& pattern) {
-    if (m_state == State::Empty) {
+    if (m_state != State::Rotated) {
         throw std::logic_error("RotationScan: no rotation to correlate");
     }
-    m_correlator.transformTarget(
-        [this](std::size_t i, std::size_t j, double* row) { m_map.copyRow(i, j, row); });
+    m_correlator.transformTarget([this](std::size_t i, std::size_t j, double* row) {
+        m_filter.apply(m_correlator.targetRow(i, j), m_rowSize, row);
+    });
     m_correlator.correlate(pattern.spectrum);
     m_eta.zeros(pattern.density->nDof() - 6);
     m_state = State::Correlated;

@@ -11,7 +11,9 @@
 #include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
 #include "CrossCorrelation/LimitedSizeSet.h"
-#include "CrossCorrelation/RotatedMap.h"
+#include "CrossCorrelation/MapRotator.h"
+#include "CrossCorrelation/RotatedNodes.h"
+#include "CrossCorrelation/ScanMap.h"
 #include "FFTWrapper/StagedCorrelator.h"
 
 /// What a scan correlates the map with: a model that stays where it is. Immutable and shared by all workers.
@@ -22,7 +24,8 @@ struct ScanPattern {
 
 /// The step of a scan, for a model that stays and a map that turns: rotates the map, correlates it with the
 /// model at every translation, and offers the best voxels to a set. Each of its three calls sweeps the grid
-/// once or twice, and neither the padded target nor the correlation is ever stored.
+/// once or twice, and neither the padded target nor the correlation is ever stored; the rotated map waits in
+/// the memory of its own spectrum.
 ///
 /// The scores are those of ThirdOrderCrossCorrelation on the padded map, to rounding:
 ///   c[s] = (2 pi)^-3 * sum over v of T(v) P(v + s).
@@ -31,12 +34,11 @@ struct ScanPattern {
 /// Used by one thread at a time.
 class RotationScan {
 public:
-    /// @param map, mapGrid  the map, not owned; both must stay
+    /// @param map   not owned, must stay
     /// @param grid  of the correlation, no smaller than the map's on any axis; shared by the candidates
     /// @param filterSigmas  of the fccf::SigmaFilter that each rotated map goes through
-    /// @throws std::length_error if the map hasn't as many values as its grid, or is larger than the other
-    RotationScan(const std::vector<double>& map, const cGrid& mapGrid, std::shared_ptr<const cGrid> grid,
-                 double filterSigmas);
+    /// @throws std::length_error if the map is larger than the grid
+    RotationScan(const ScanMap& map, std::shared_ptr<const cGrid> grid, double filterSigmas);
 
     /// A pattern for all scans on the same grid. What this one correlated before is lost.
     std::shared_ptr<const ScanPattern> makePattern(std::shared_ptr<const ElectronDensity> density);
@@ -45,7 +47,7 @@ public:
     void rotate(const std::array<double, 3>& eulerAngles);
 
     /// Correlates the map, as rotated last, with the pattern at every translation.
-    /// @throws std::logic_error before the first rotation
+    /// @throws std::logic_error unless the map was rotated since it was correlated last
     void correlate(const ScanPattern& pattern);
 
     /// Offers every voxel of the correlation that scores above ElectronDensity::EPSILON, in flat order.
@@ -59,10 +61,12 @@ private:
     enum class State { Empty, Rotated, Correlated };
 
     std::shared_ptr<const cGrid> m_grid;
-    RotatedMap m_map;
+    std::size_t m_rowSize; ///< of the map
+    MapRotator m_rotator;
     dft::StagedCorrelator m_correlator;
     State m_state = State::Empty;
     std::array<double, 3> m_eulerAngles{};
+    fccf::SigmaFilter m_filter{{}, 0.0};
     std::map<std::array<double, 3>, fccf::SigmaFilter> m_filters;
     arma::Col<double> m_eta; ///< zeros, an amplitude per mode of the pattern
 };

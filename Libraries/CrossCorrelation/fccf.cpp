@@ -107,6 +107,14 @@ SigmaFilter::SigmaFilter(const MomentSums& moments, double sigmas)
     , m_shift(m_mean < 0.0 ? m_mean : -0.0)
     , m_threshold(std::sqrt(moments.variance()) * sigmas) {}
 
+SELVANE_MULTIVERSION void SigmaFilter::apply(const double* __restrict in, std::size_t n,
+                                             double* __restrict out) const {
+    const SigmaFilter filter = *this; // a copy that no store can change
+    for (std::size_t p = 0; p < n; ++p) {
+        out[p] = filter(in[p]);
+    }
+}
+
 void filterValues(std::vector<double>& values, double sigmas) {
     const SigmaFilter filter(momentsOf(values), sigmas);
     for (double& v : values) {

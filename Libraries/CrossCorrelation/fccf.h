@@ -55,6 +55,9 @@ public:
         return m_threshold > shifted - m_mean ? 0.0 : shifted;
     }
 
+    /// Filters n values from one place into another.
+    void apply(const double* in, std::size_t n, double* out) const;
+
 private:
     double m_mean, m_shift, m_threshold;
 };

@@ -21,9 +21,8 @@ public:
         int distance;
     };
 
-    /// Input and output have one layout and may be one array, in which case a call may name another array in
-    /// their place.
-    /// @param in, out  not owned; `in` is destroyed if it isn't `out`
+    /// Input and output have one layout.
+    /// @param in, out  not owned, not the same; `in` may be destroyed
     /// @throws std::runtime_error with the layout if the library has no plan for it
     ComplexBatchPlan(const Layout& layout, Sign sign, double (*in)[2], double (*out)[2]);
     ~ComplexBatchPlan();
@@ -34,12 +33,13 @@ public:
     /// Transforms the arrays that the plan was made with.
     void execute() const;
 
-    /// Transforms another array in place; for plans made in place.
-    /// @param data  aligned to 16 bytes, as every element of a ComplexArray is
-    void executeOn(double (*data)[2]) const;
+    /// Transforms into another array of the same layout.
+    /// @param out  aligned to 16 bytes, as every element of a ComplexArray is
+    void executeInto(double (*out)[2]) const;
 
 private:
     fftw_plan_s* m_plan;
+    double (*m_in)[2];
 };
 
 } // namespace dft

@@ -60,7 +60,16 @@ void StagedCorrelator::storePlane(PlaneTransform& plane, std::size_t i) {
     }
 }
 
-void StagedCorrelator::prefetchToStore(std::size_t i, std::size_t j) {
+void StagedCorrelator::prefetchPlaneRows(std::size_t i, std::size_t j) {
+    constexpr std::size_t rowsAhead = 16;
+    j += rowsAhead;
+    if (j >= m_filled[1]) {
+        j -= m_filled[1];
+        ++i;
+    }
+    if (i >= m_filled[0] || j >= m_filled[1]) {
+        return;
+    }
     const std::size_t end = (j + 1) * m_size[1] / m_filled[1];
     for (std::size_t row = j * m_size[1] / m_filled[1]; row < end; ++row) {
         prefetchPairs<1>(slab(row) + i * m_stride, m_stride);
@@ -118,8 +127,7 @@ void StagedCorrelator::correlate(const ComplexArray& spectrum) {
                 prefetchPairs<0>(slab(j + 1) + i * m_stride, m_stride);
             }
         }
-        m_columnsBackward.execute();
-        std::memcpy(slab(j), m_slab.data(), m_slab.size() * sizeof(double[2]));
+        m_columnsBackward.executeInto(slab(j));
     }
 }
 

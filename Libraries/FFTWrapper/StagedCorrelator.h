@@ -37,6 +37,11 @@ public:
     /// @param values  n_i*n_j*n_k doubles in cGrid order
     ComplexArray spectrumOf(const double* values);
 
+    /// Memory for filled[2] numbers of the nodes (i, j, .) of a target that is to come, i < filled[0] and j <
+    /// filled[1]. It is the spectrum's own: transformTarget() finds what was written there while it asks for
+    /// the rows of plane i, and loses it with that plane.
+    double* targetRow(std::size_t i, std::size_t j) { return slab(j)[i * m_stride]; }
+
     /// Takes the target.
     /// @param fillRow  fillRow(i, j, row) writes the numbers of nodes (i, j, 0) .. (i, j, filled[2] - 1), for
     ///                 i < filled[0], j < filled[1] in flat order
@@ -44,8 +49,8 @@ public:
     void transformTarget(FillRow&& fillRow) {
         for (std::size_t i = 0; i < m_filled[0]; ++i) {
             m_plane.forward([&](std::size_t j, double* row) {
+                prefetchPlaneRows(i, j);
                 fillRow(i, j, row);
-                prefetchToStore(i, j);
                 std::fill(row + m_filled[2], row + m_size[2], 0.0);
             });
             storePlane(m_plane, i);
@@ -76,7 +81,8 @@ private:
     void storePlane(PlaneTransform& plane, std::size_t i);
     void transformSlab(std::size_t j, std::size_t filledPlanes);
     void loadPlane(std::size_t i);
-    void prefetchToStore(std::size_t i, std::size_t j);
+    /// Asks for the memory of the rows that follow (i, j), where targetRow() is read and the plane stored.
+    void prefetchPlaneRows(std::size_t i, std::size_t j);
     void prefetchToLoad(std::size_t i, std::size_t j);
     double (*slab(std::size_t j))[2] { return m_spectrum.data() + j * m_size[0] * m_stride; }
 

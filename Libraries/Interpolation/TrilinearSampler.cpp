@@ -22,7 +22,7 @@ inline cVector3 pointOf(const cVector3& start, const cVector3& step, unsigned in
             coordinate(start.z, step.z, index)};
 }
 
-inline void prefetch(const double* address) {
+inline void prefetch(const void* address) {
 #if defined(__GNUC__)
     __builtin_prefetch(address);
 #else
@@ -34,7 +34,8 @@ inline void prefetch(const double* address) {
 
 namespace lerp {
 
-TrilinearSampler::Axis::Axis(const cGrid& grid, int axis)
+template <class Value>
+BasicTrilinearSampler<Value>::Axis::Axis(const cGrid& grid, int axis)
     : min(grid.m_box.m_min[axis])
     , max(grid.m_box.m_max[axis])
     , inverseCell(1 / grid.m_cellDim[axis])
@@ -50,7 +51,8 @@ TrilinearSampler::Axis::Axis(const cGrid& grid, int axis)
     }
 }
 
-TrilinearSampler::TrilinearSampler(const cGrid& grid, const double* f)
+template <class Value>
+BasicTrilinearSampler<Value>::BasicTrilinearSampler(const cGrid& grid, const Value* f)
     : m_f(f)
     , m_x(grid, 0)
     , m_y(grid, 1)
@@ -58,8 +60,9 @@ TrilinearSampler::TrilinearSampler(const cGrid& grid, const double* f)
     , m_isEmpty(grid.getTotalSize() == 0)
     , m_hasPairs(grid.m_size[2] > 1 && m_x.stride * grid.m_size[0] <= std::numeric_limits<int>::max()) {}
 
-TrilinearSampler::Range TrilinearSampler::insideRange(const cVector3& start, const cVector3& step,
-                                                      unsigned int n) const {
+template <class Value>
+typename BasicTrilinearSampler<Value>::Range
+BasicTrilinearSampler<Value>::insideRange(const cVector3& start, const cVector3& step, unsigned int n) const {
     double first = 0.0;
     double last = static_cast<double>(n);
     const Axis* const axes[] = {&m_x, &m_y, &m_z};
@@ -91,14 +94,15 @@ TrilinearSampler::Range TrilinearSampler::insideRange(const cVector3& start, con
 /// operator() in passes that suit the hardware: places with wide instructions; cache lines asked for early;
 /// the two neighbours along z, which lie side by side, with one load each of the four rows around a point;
 /// the merge along z again wide. Gathering all eight corners takes twice as long.
-SELVANE_MULTIVERSION
-void TrilinearSampler::sampleOnGrid(const cVector3& start, const cVector3& step, Range range,
-                                    double* __restrict out) const {
+template <class Value>
+SELVANE_WIDE_MULTIVERSION void BasicTrilinearSampler<Value>::sampleOnGrid(const cVector3& start,
+                                                                          const cVector3& step, Range range,
+                                                                          double* __restrict out) const {
     double xs[chunkLength], ys[chunkLength], zs[chunkLength], layers[2 * chunkLength];
     int cells[chunkLength];
-    const TrilinearSampler self = *this; // a copy that no store can change
+    const BasicTrilinearSampler self = *this; // a copy that no store can change
     const cVector3 first = start, by = step;
-    const double* const f = self.m_f;
+    const Value* const f = self.m_f;
     const std::ptrdiff_t dx = self.m_x.toUpper, dy = self.m_y.toUpper;
     const int end = static_cast<int>(range.end);
     for (int begin = static_cast<int>(range.begin); begin < end; begin += chunkLength) {
@@ -121,7 +125,7 @@ void TrilinearSampler::sampleOnGrid(const cVector3& start, const cVector3& step,
         for (int k = 0; k < n; ++k) {
             // Members of *this and not of the copy: else the compiler spreads this loop over wide lanes and
             // loads every corner on its own.
-            const double* const lower = m_f + cells[k];
+            const Value* const lower = m_f + cells[k];
             layers[2 * k] = mergeXY(lower, xs[k], ys[k]);
             layers[2 * k + 1] = mergeXY(lower + 1, xs[k], ys[k]);
         }
@@ -132,8 +136,9 @@ void TrilinearSampler::sampleOnGrid(const cVector3& start, const cVector3& step,
     }
 }
 
-void TrilinearSampler::sampleRow(const cVector3& start, const cVector3& step, unsigned int n,
-                                 double* out) const {
+template <class Value>
+void BasicTrilinearSampler<Value>::sampleRow(const cVector3& start, const cVector3& step, unsigned int n,
+                                             double* out) const {
     const auto point = [&](unsigned int k) { return pointOf(start, step, k); };
     const Range inside = m_isEmpty ? Range{0, 0} : insideRange(start, step, n);
     std::fill(out, out + inside.begin, 0.0);
@@ -148,5 +153,8 @@ void TrilinearSampler::sampleRow(const cVector3& start, const cVector3& step, un
     }
     sampleOnGrid(start, step, onGrid, out);
 }
+
+template class BasicTrilinearSampler<double>;
+template class BasicTrilinearSampler<float>;
 
 } // namespace lerp

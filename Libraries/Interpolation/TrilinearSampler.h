@@ -4,6 +4,7 @@
 
 #include "Math/cGrid.h"
 #include "Math/cVector3.h"
+#include "Math/multiversion.h"
 
 #include <cstddef>
 #include <vector>
@@ -19,11 +20,14 @@ namespace lerp {
 /// The cell of a point and the last bit of its value hang on the order of these operations. lerp3d and
 /// kernels that rotate and sample in one go take them from here, so all give the same bits.
 ///
-/// The field is not owned and must not move. It holds grid.getTotalSize() doubles, which is not checked.
-class TrilinearSampler {
+/// The field is not owned and must not move. It holds grid.getTotalSize() values, which is not checked.
+/// @tparam Value  that the field is stored as, float or double; either way the arithmetic is that of doubles
+template <class Value>
+class BasicTrilinearSampler {
 public:
-    TrilinearSampler(const cGrid& grid, const double* f);
-    TrilinearSampler(const cGrid& grid, const std::vector<double>& f) : TrilinearSampler(grid, f.data()) {}
+    BasicTrilinearSampler(const cGrid& grid, const Value* f);
+    BasicTrilinearSampler(const cGrid& grid, const std::vector<Value>& f)
+        : BasicTrilinearSampler(grid, f.data()) {}
 
     /// The field at p.
     double operator()(const cVector3& p) const {
@@ -31,7 +35,7 @@ public:
             return 0.0;
         }
         const Place x = m_x.placeOf(p.x), y = m_y.placeOf(p.y), z = m_z.placeOf(p.z);
-        const double* const f = m_f + static_cast<std::size_t>(flatIndex(x.cell, y.cell, z.cell));
+        const Value* const f = m_f + static_cast<std::size_t>(flatIndex(x.cell, y.cell, z.cell));
         return merge(mergeXY(f, x.fraction, y.fraction), mergeXY(f + m_z.toUpper, x.fraction, y.fraction),
                      z.fraction);
     }
@@ -86,7 +90,8 @@ private:
     };
 
     bool isInside(const cVector3& p) const {
-        return m_x.isInside(p.x) & m_y.isInside(p.y) & m_z.isInside(p.z);
+        const bool x = m_x.isInside(p.x), y = m_y.isInside(p.y), z = m_z.isInside(p.z);
+        return x & y & z;
     }
 
     /// cGrid::indexToFlatIndex; exact, as all three are whole numbers.
@@ -97,9 +102,10 @@ private:
     }
 
     /// The four nodes around a point in the layer of f, its lowest.
-    double mergeXY(const double* f, double x, double y) const {
-        const double* const g = f + m_x.toUpper;
-        return merge(merge(f[0], g[0], x), merge(f[m_y.toUpper], g[m_y.toUpper], x), y);
+    double mergeXY(const Value* f, double x, double y) const {
+        const Value* const g = f + m_x.toUpper;
+        return merge(merge(double{f[0]}, double{g[0]}, x),
+                     merge(double{f[m_y.toUpper]}, double{g[m_y.toUpper]}, x), y);
     }
 
     struct Range {
@@ -113,13 +119,20 @@ private:
     bool isOnGrid(const cVector3& p) const {
         return m_hasPairs && m_x.isOnGrid(p.x) && m_y.isOnGrid(p.y) && m_z.isOnGrid(p.z);
     }
-    void sampleOnGrid(const cVector3& start, const cVector3& step, Range range, double* out) const;
+    SELVANE_WIDE_MULTIVERSION void sampleOnGrid(const cVector3& start, const cVector3& step, Range range,
+                                                double* out) const;
 
-    const double* m_f;
+    const Value* m_f;
     Axis m_x, m_y, m_z;
     bool m_isEmpty;
     bool m_hasPairs; ///< two nodes or more along z, and no flat index beyond an int
 };
+
+extern template class BasicTrilinearSampler<double>;
+extern template class BasicTrilinearSampler<float>;
+
+using TrilinearSampler = BasicTrilinearSampler<double>;
+using SingleTrilinearSampler = BasicTrilinearSampler<float>;
 
 } // namespace lerp
 

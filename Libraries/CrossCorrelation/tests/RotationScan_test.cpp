@@ -26,6 +26,7 @@ struct ScanCase {
     double filterSigmas;
     double spread; ///< edge of the model, angstrom
     unsigned int modes;
+    bool isSingle = false; ///< whether the map's values are exact in single precision
 };
 
 std::ostream& operator<<(std::ostream& out, const ScanCase& scanCase) {
@@ -48,6 +49,11 @@ protected:
         , map(noise(mapGrid.getTotalSize(), 3, given.low, given.high))
         , modelGrid(std::make_shared<cGrid>(gridOf(given.padded, {-1.0, 2.0, 0.5})))
         , engine(std::make_shared<NormalModeEngine>(given.modes)) {
+        if (given.isSingle) {
+            for (double& value : map) {
+                value = static_cast<float>(value);
+            }
+        }
         const std::vector<double> places = noise(24, 4, 0.0, given.spread);
         for (std::size_t a = 0; a < 8; ++a) {
             positions.push_back({1.0 + places[3 * a], 4.0 + places[3 * a + 1], 2.5 + places[3 * a + 2]});
@@ -80,7 +86,8 @@ protected:
     }
 
     Set scan(std::size_t limit) const {
-        RotationScan step(map, mapGrid, modelGrid, given.filterSigmas);
+        const ScanMap scanMap(map, mapGrid);
+        RotationScan step(scanMap, modelGrid, given.filterSigmas);
         const auto pattern = step.makePattern(density());
         Set set(limit);
         for (const Angles& angles : rotations) {
@@ -111,13 +118,14 @@ double largestOf(const arma::Mat<double>& values) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, Scan,
-    testing::Values(ScanCase{"cubic", {10, 10, 10}, {16, 16, 16}, 0.0, 1.0, 1.0, 6.0, 0},
+    testing::Values(ScanCase{"cubic", {10, 10, 10}, {16, 16, 16}, 0.0, 1.0, 1.0, 6.0, 0, true},
                     ScanCase{"unequal_axes", {12, 10, 7}, {16, 16, 8}, -0.2, 1.0, 1.0, 5.0, 0},
-                    ScanCase{"odd_without_padding", {11, 9, 15}, {11, 9, 15}, -0.5, 1.0, 1.0, 5.0, 0},
+                    ScanCase{"odd_without_padding", {11, 9, 15}, {11, 9, 15}, -0.5, 1.0, 1.0, 5.0, 0, true},
                     ScanCase{"prime_without_padding", {13, 11, 7}, {13, 11, 7}, 0.0, 1.0, 0.5, 5.0, 2},
                     ScanCase{"map_smaller_than_the_model", {5, 6, 4}, {8, 8, 4}, 0.0, 1.0, 0.0, 14.0, 0},
-                    ScanCase{"map_larger_than_the_model", {20, 17, 18}, {32, 32, 32}, 0.0, 1.0, 1.0, 2.0, 1},
-                    ScanCase{"negative_mean", {10, 9, 8}, {16, 16, 8}, -1.0, 0.5, 0.5, 5.0, 0},
+                    ScanCase{
+                        "map_larger_than_the_model", {20, 17, 18}, {32, 32, 32}, 0.0, 1.0, 1.0, 2.0, 1, true},
+                    ScanCase{"negative_mean", {10, 9, 8}, {16, 16, 8}, -1.0, 0.5, 0.5, 5.0, 0, true},
                     ScanCase{"no_filter", {10, 9, 8}, {16, 16, 8}, 0.0, 1.0, 0.0, 5.0, 0},
                     ScanCase{"filter_below_the_mean", {10, 9, 8}, {16, 16, 8}, -0.5, 1.0, -1.0, 5.0, 3}),
     testing::PrintToStringParamName());
@@ -148,12 +156,11 @@ TEST_P(Scan, CompletedCandidatesHaveTheDerivativesOfThePlainStep) {
     auto kept = scan(20).toStdVector();
     ASSERT_EQ(kept.size(), expected.size());
     const DensityTable table = density()->tabulate();
-    RotatedMap turned(map, mapGrid, given.filterSigmas);
+    const MapRotator rotator(map, mapGrid, given.filterSigmas);
     for (std::size_t n = 0; n < kept.size(); ++n) {
         EXPECT_TRUE(kept[n].m_gradient.is_empty());
         const Angles angles{kept[n].m_alpha, kept[n].m_beta, kept[n].m_gamma};
-        turned.rotate(angles);
-        completeCandidate(table, RotatedNodes(map, mapGrid, angles, turned.filter()), kept[n]);
+        completeCandidate(table, RotatedNodes(map, mapGrid, angles, rotator.filterOf(angles)), kept[n]);
         EXPECT_TRUE(arma::approx_equal(kept[n].m_gradient, expected[n].m_gradient, "absdiff",
                                        1e-10 * largestOf(expected[n].m_gradient)));
         EXPECT_TRUE(arma::approx_equal(kept[n].m_hessian, expected[n].m_hessian, "absdiff",
@@ -174,7 +181,8 @@ TEST(RotationScan, OneObjectMayOfferARotationMoreThanOnceAndServesManyPatterns) 
     const TestModel model;
     const cGrid& grid = *model.grid;
     const std::vector<double> map = noise(grid.getTotalSize(), 9, 0.0, 1.0);
-    RotationScan step(map, grid, model.grid, 0.5);
+    const ScanMap scanMap(map, grid);
+    RotationScan step(scanMap, model.grid, 0.5);
     const auto here = step.makePattern(std::make_shared<ElectronDensity>(model.density()));
     auto moved = std::make_shared<ElectronDensity>(model.density());
     moved->setTweenDof({0.8, -0.3, 0.5}, {0.1, 0.0, -0.2}, {});
@@ -197,7 +205,8 @@ TEST(RotationScan, OneObjectMayOfferARotationMoreThanOnceAndServesManyPatterns) 
 TEST(RotationScan, RefusesStepsOutOfOrder) {
     const TestModel model;
     const std::vector<double> map = noise(model.grid->getTotalSize(), 9);
-    RotationScan step(map, *model.grid, model.grid, 0.5);
+    const ScanMap scanMap(map, *model.grid);
+    RotationScan step(scanMap, model.grid, 0.5);
     Set set(3);
     EXPECT_THROW(step.offer(set), std::logic_error);
     const auto pattern = step.makePattern(std::make_shared<ElectronDensity>(model.density()));
@@ -205,6 +214,7 @@ TEST(RotationScan, RefusesStepsOutOfOrder) {
     step.rotate({0.1, 0.2, 0.3});
     EXPECT_THROW(step.offer(set), std::logic_error);
     step.correlate(*pattern);
+    EXPECT_THROW(step.correlate(*pattern), std::logic_error);
     step.offer(set);
     step.rotate({0.1, 0.2, 0.4});
     EXPECT_THROW(step.offer(set), std::logic_error);
@@ -213,28 +223,44 @@ TEST(RotationScan, RefusesStepsOutOfOrder) {
 TEST(RotationScan, RefusesAMapThatDoesNotFit) {
     const TestModel model;
     const std::vector<double> map = noise(model.grid->getTotalSize(), 9);
-    EXPECT_THROW(RotationScan({1.0, 2.0}, *model.grid, model.grid, 1.0), std::length_error);
+    const std::vector<double> few{1.0, 2.0};
+    EXPECT_THROW(ScanMap(few, *model.grid), std::length_error);
     const auto smaller = std::make_shared<cGrid>(*model.grid);
     smaller->setSize(12, 11, 8);
-    EXPECT_THROW(RotationScan(map, *model.grid, smaller, 1.0), std::length_error);
+    EXPECT_THROW(RotationScan(ScanMap(map, *model.grid), smaller, 1.0), std::length_error);
+}
+
+TEST(ScanMap, HoldsValuesInSinglePrecisionOnlyIfAllAreExact) {
+    cGrid grid;
+    grid.setSize(3, 1, 1);
+    const auto singles = [&](double last) {
+        const std::vector<double> values{0.1F, -0.0, last};
+        return ScanMap(values, grid).singles();
+    };
+    EXPECT_EQ(singles(-2.5), (std::vector<float>{0.1F, -0.0F, -2.5F}));
+    EXPECT_TRUE(singles(0.1).empty());
+    EXPECT_TRUE(singles(1e300).empty());
+    EXPECT_TRUE(singles(1e-300).empty());
+    EXPECT_TRUE(singles(std::numeric_limits<double>::infinity()).empty());
+    EXPECT_TRUE(singles(std::numeric_limits<double>::quiet_NaN()).empty());
 }
 
 TEST_P(Scan, NodesReadOneByOneAreThoseOfTheRotatedMapBitForBit) {
-    RotationScan step(map, mapGrid, modelGrid, given.filterSigmas);
-    RotatedMap turned(map, mapGrid, given.filterSigmas);
+    const ScanMap scanMap(map, mapGrid);
+    RotationScan step(scanMap, modelGrid, given.filterSigmas);
     for (const Angles& angles : rotations) {
         step.rotate(angles);
-        turned.rotate(angles);
     }
+    std::vector<double> turned(mapGrid.getTotalSize());
     for (const Angles& angles : rotations) {
-        turned.rotate(angles);
+        ElectronDensity::rotateNonZeroPadded(map, mapGrid, angles, mapGrid, turned.data(),
+                                             given.filterSigmas);
         const RotatedNodes nodes(map, mapGrid, angles, step.filters().at(angles));
-        std::vector<double> row(mapGrid.m_size[2]);
+        std::size_t v = 0;
         for (std::size_t i = 0; i < mapGrid.m_size[0]; ++i) {
             for (std::size_t j = 0; j < mapGrid.m_size[1]; ++j) {
-                turned.copyRow(i, j, row.data());
-                for (std::size_t k = 0; k < row.size(); ++k) {
-                    ASSERT_EQ(nodes(i, j, k), row[k]);
+                for (std::size_t k = 0; k < mapGrid.m_size[2]; ++k) {
+                    ASSERT_EQ(nodes(i, j, k), turned[v++]);
                 }
             }
         }

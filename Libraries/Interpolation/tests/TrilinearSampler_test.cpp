@@ -28,26 +28,31 @@ std::vector<double> noise(std::size_t size) {
     return field;
 }
 
-/// Every row of the grid's own nodes after each of some rotations, from a sampler, against its points one by
-/// one.
+/// Every row of the grid's own nodes after each of some rotations, from samplers of a field in double and in
+/// single precision, against its points one by one.
 void expectRowsEqualPoints(const cGrid& grid) {
-    const std::vector<double> field = noise(grid.getTotalSize());
+    const std::vector<double> noisy = noise(grid.getTotalSize());
+    const std::vector<float> singles(noisy.begin(), noisy.end());
+    const std::vector<double> field(singles.begin(), singles.end());
     const lerp::TrilinearSampler sampler(grid, field);
+    const lerp::SingleTrilinearSampler singleSampler(grid, singles);
     const cVector3 center = 0.5 * (grid.m_box.m_min + grid.m_box.m_max);
     const double quarter = 1.5707963267948966;
     const double angles[][3] = {{0.0, 0.0, 0.0},         {quarter, 0.0, 0.0},   {0.0, quarter, 0.0},
                                 {0.0, 0.0, 2 * quarter}, {0.3, -1.1, 2.2},      {-2.9, 0.7, 0.01},
                                 {1e-9, 0.0, 0.0},        {quarter, quarter, 0}, {0.5, 0.5, 0.5}};
     const unsigned int nz = grid.m_size[2];
-    std::vector<double> row(nz + 1);
+    std::vector<double> row(nz + 1), singleRow(nz);
     for (const auto& a : angles) {
         const RotatedLattice lattice(grid, cMatrix33::rotationXYZ(a[0], a[1], a[2]), center);
         for (unsigned int i = 0; i < grid.m_size[0]; ++i) {
             for (unsigned int j = 0; j < grid.m_size[1]; ++j) {
                 std::fill(row.begin(), row.end(), 5.0);
                 sampler.sampleRow(lattice.rowStart(i, j), lattice.rowStep(), nz, row.data());
+                singleSampler.sampleRow(lattice.rowStart(i, j), lattice.rowStep(), nz, singleRow.data());
                 for (unsigned int k = 0; k < nz; ++k) {
                     ASSERT_EQ(row[k], sampler(lattice(i, j, k))) << i << ", " << j << ", " << k;
+                    ASSERT_EQ(singleRow[k], row[k]) << i << ", " << j << ", " << k;
                 }
                 ASSERT_EQ(row[nz], 5.0);
             }

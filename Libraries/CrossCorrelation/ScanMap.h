@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_CROSSCORRELATION_SCANMAP_H
+#define SELVANE_CROSSCORRELATION_SCANMAP_H
+
+#include <vector>
+
+#include "Math/cGrid.h"
+
+/// The map that a scan turns; immutable, so that all workers share it.
+///
+/// Besides its values it holds them in single precision if that is exact, as it is for every map that comes
+/// from a file and was not resampled: the same numbers in half the memory, which the sampling waits for.
+class ScanMap {
+public:
+    /// @param values  grid.getTotalSize() values; neither they nor the grid are owned, both must stay
+    /// @throws std::length_error if there are more or fewer values
+    ScanMap(const std::vector<double>& values, const cGrid& grid);
+
+    const std::vector<double>& values() const { return m_values; }
+    const cGrid& grid() const { return m_grid; }
+
+    /// The values in single precision; empty if one of them isn't exactly that.
+    const std::vector<float>& singles() const { return m_singles; }
+
+private:
+    const std::vector<double>& m_values;
+    const cGrid& m_grid;
+    std::vector<float> m_singles;
+};
+
+#endif
