@@ -65,9 +65,10 @@ check_coverage() {
     LLVM_PROFILE_FILE="$profiles/%4m.profraw" build_and_test coverage
     llvm-profdata merge --failure-mode=all -o "$merged" "$profiles"/*.profraw
     for program in build/coverage/bin/*; do
-        [[ -f "$program" && -x "$program" ]] && objects+=(-object "$program")
+        [[ ! -f "$program" || ! -x "$program" ]] || objects+=(-object="$program")
     done
-    report="$(llvm-cov report "${objects[@]}" -instr-profile="$merged" -ignore-filename-regex='/tests/' Libraries)"
+    report="$(llvm-cov report build/coverage/bin/selvane "${objects[@]}" -instr-profile="$merged" \
+        -ignore-filename-regex='Libraries/[^/]*/tests/' Libraries)"
     say "Lines reached, by file"
     echo "$report" | awk 'NF >= 10 && $1 !~ /^-/ { printf "%8s  %s\n", $10, $1 }'
     echo "$report" | awk -v least="$LEAST_COVERAGE" '
