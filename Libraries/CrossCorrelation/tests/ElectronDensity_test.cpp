@@ -572,6 +572,17 @@ TEST(ElectronDensity, ZeroPaddOfVectorsKeepsWhatLiesOutsideTheCopiedRegion) {
     EXPECT_EQ(target[large.indexToFlatIndex(3, 7, 7)], 0.0);
 }
 
+TEST(ElectronDensity, PaddingIntoFewerNodesOnAnyAxisThrows) {
+    const cGrid source = gridOf(3, 4, 5);
+    const std::vector<double> values = noise(60, 3);
+    for (const cGrid& target : {gridOf(2, 4, 5), gridOf(3, 3, 5), gridOf(3, 4, 4)}) {
+        std::vector<double> padded(target.getTotalSize(), 7.0);
+        EXPECT_THROW(ElectronDensity::zeroPadd(values.data(), source, target, padded.data()),
+                     std::length_error);
+        EXPECT_EQ(padded, std::vector<double>(target.getTotalSize(), 7.0));
+    }
+}
+
 TEST(ElectronDensity, RotationEqualsSamplingFilteringAndPaddingOneAfterTheOther) {
     const cGrid map = gridOf(7, 9, 6);
     const cGrid padded = gridOf(8, 16, 8);

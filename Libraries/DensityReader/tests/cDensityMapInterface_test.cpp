@@ -176,6 +176,14 @@ TEST(cDensityMapInterface, LoadFromTooFewValuesThrows) {
     EXPECT_EQ(map.getDensity(2, 3, 4), 60.0);
 }
 
+TEST(cDensityMapInterface, LoadOntoAGridWhoseSizesAreNotItsTotalThrows) {
+    cDensityMapCCP4 map = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    cGrid grid(map.m_grid);
+    grid.m_size[2] = 6; // behind setSize's back
+    EXPECT_THROW(map.loadFromValues(std::vector<double>(72), grid), std::invalid_argument);
+    EXPECT_EQ(map.getDensity(2, 3, 4), 60.0);
+}
+
 TEST(cDensityMapInterface, CopySharesVoxelsUntilItIsLoadedFromValues) {
     const cDensityMapCCP4 original = numberedMap(UNEQUAL_BOX, 3, 4, 5);
     cDensityMapCCP4 copy = original;
@@ -275,6 +283,9 @@ TEST(cDensityMapInterface, DefectNamesWhyAMapIsUnusable) {
     EXPECT_NE(numberedMap(inverted, 3, 4, 5).getDefect().find("along z"), std::string::npos);
     const cBBox endless(cVector3(0.0), cVector3(1.0, std::numeric_limits<double>::infinity(), 1.0));
     EXPECT_NE(numberedMap(endless, 3, 4, 5).getDefect().find("along y"), std::string::npos);
+    cDensityMapCCP4 misplaced = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    misplaced.m_grid.m_box.m_min.y = NOT_A_NUMBER;
+    EXPECT_NE(misplaced.getDefect().find("the place of the map along y"), std::string::npos);
     cDensityMapCCP4 map = numberedMap(UNEQUAL_BOX, 3, 4, 5);
     (*map.m_data)(1, 1, 1) = NOT_A_NUMBER;
     (*map.m_data)(1, 1, 2) = -std::numeric_limits<double>::infinity();

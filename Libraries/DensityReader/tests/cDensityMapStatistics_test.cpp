@@ -76,6 +76,8 @@ TEST(cDensityMapStatistics, EmptyMapKeepsTheStartingExtremes) {
     EXPECT_EQ(map.m_meanDensity, 0.0F);
     map.computeHistogram();
     EXPECT_FALSE(map.m_histogramReady);
+    map.regularizeEMDensity();
+    EXPECT_TRUE(map.isEmpty());
 }
 
 TEST(cDensityMapStatistics, HistogramOfAConstantMapIsNotReady) {

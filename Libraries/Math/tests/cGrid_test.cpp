@@ -79,6 +79,17 @@ TEST(cGrid, CopiesLeaveTheSpareVector) {
     EXPECT_EQ(assigned.m_center, cVector3(7.0));
 }
 
+TEST(cGrid, AssignedToItselfStaysAsItWas) {
+    cGrid grid = makeGrid(boxTo(6, 8, 10), 4, 5, 6);
+    grid.m_center = cVector3(1, 2, 3);
+    const cGrid copy(grid);
+    const cGrid& same = grid;
+    grid = same;
+    EXPECT_EQ(grid, copy);
+    expectSizes(grid, 4, 5, 6);
+    EXPECT_EQ(grid.m_center, cVector3(1, 2, 3));
+}
+
 TEST(cGrid, EqualityComparesSizesCellAndBox) {
     const cGrid grid = makeGrid(boxTo(6, 8, 10), 4, 5, 6);
     cGrid other = grid;

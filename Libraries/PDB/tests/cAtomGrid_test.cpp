@@ -250,6 +250,16 @@ TEST(CAtomGridLeaves, LeavesInReachOfAnAtomAreInside) {
     EXPECT_FALSE(grid.contains(cVector3(std::numeric_limits<double>::quiet_NaN(), 0.0, 0.0)));
 }
 
+TEST(CAtomGridLeaves, WithoutCellsOrLeavesThereIsNothingToMark) {
+    cAtomGrid grid;
+    grid.initLeafLayer(3);
+    EXPECT_TRUE(grid.getLeaves().empty());
+    std::vector<cPDBAtom> atoms = atomsAt({{0, 0, 0}});
+    grid.initPointer(atoms.data(), 1, nullptr, 2.0);
+    grid.detectBoundaryLeafs(1.0);
+    EXPECT_FALSE(grid.contains(atoms[0].m_position));
+}
+
 TEST(CAtomGridLeaves, QueriesPartTheAtoms) {
     std::vector<cPDBAtom> model = atomsAt({{0, 0, 0}, {8, 8, 8}});
     std::vector<cPDBAtom> probes = atomsAt({{0.2, 0, 0}, {4, 4, 4}, {8, 8, 7.8}, {99, 0, 0}});

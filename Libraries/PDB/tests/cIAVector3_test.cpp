@@ -92,3 +92,11 @@ TEST(CIAVector3, SplitHalvesTheLongestAxisAndXOnATie) {
     expectBox(a, 0, 2, 0, 1, 0, 1);
     expectBox(b, 2, 4, 0, 1, 0, 1);
 }
+
+TEST(CIAVector3, ExpandMovesEveryFaceOutwardsAndShrinkBack) {
+    cIAVector3 box(0.0, 1.0, 2.0, 4.0, -3.0, 0.0);
+    box.expand(0.5);
+    expectBox(box, -0.5, 1.5, 1.5, 4.5, -3.5, 0.5);
+    box.shrink(0.25);
+    expectBox(box, -0.25, 1.25, 1.75, 4.25, -3.25, 0.25);
+}
