@@ -28,6 +28,8 @@ void BfgsTrustRegionSolver::doStep() {
     const double actual = m_oracle->getFunctionValue(m_x + m_step) - m_value;
     const double predicted = arma::dot(m_gradient, m_step) + 0.5 * arma::dot(m_step, m_hessian * m_step);
     const double ratio = actual / predicted;
+    // Deliberate: a ratio that isn't a number passes; a collapsed radius lets no other one pass and goes on
+    // shrinking.
     if (ratio < trustRegion::acceptRatio) {
         m_radius *= trustRegion::shrinkFactor;
         m_step.zeros();

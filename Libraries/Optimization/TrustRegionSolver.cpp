@@ -153,6 +153,7 @@ TrustRegionSolver::TrustRegionSolver(std::shared_ptr<ThirdOrderOracle> oracle, c
 void TrustRegionSolver::doStep() {
     m_value = m_oracle->getFunctionGradiantAndHessian(m_x, m_gradient, m_hessian);
     double ratio = reductionRatio();
+    // Deliberate: a ratio that isn't a number passes, and so does any ratio once the radius has collapsed.
     while (ratio < trustRegion::acceptRatio && m_radius >= trustRegion::collapsedRadius) {
         m_radius *= trustRegion::shrinkFactor;
         ratio = reductionRatio();

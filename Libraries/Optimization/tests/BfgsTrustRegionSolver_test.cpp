@@ -166,6 +166,7 @@ TEST(BfgsTrustRegionSolver, UpdateWithChangeAcrossTheStepLeavesTheApproximation)
 }
 
 TEST(BfgsTrustRegionSolver, NegativeCurvatureAlongAStepIsLearnt) {
+    // Seen to fail with updates of negative y^T s skipped.
     BfgsTrustRegionSolver solver(
         std::make_shared<Quadratic>(Matrix(1, 1, arma::fill::value(-3.0)), Vector{1.0}), 1, 0.5);
     solver.doStep();
@@ -174,6 +175,7 @@ TEST(BfgsTrustRegionSolver, NegativeCurvatureAlongAStepIsLearnt) {
 }
 
 TEST(BfgsTrustRegionSolver, ValueThatIsNotANumberAcceptsWithoutGrowth) {
+    // Seen to fail with such a value refused.
     struct Valueless : Quadratic {
         using Quadratic::Quadratic;
         double getFunctionValue(const Vector&) override { return std::numeric_limits<double>::quiet_NaN(); }
@@ -208,6 +210,7 @@ TEST(BfgsTrustRegionSolver, ResidualIsTheSquaredGradientOfTheTrialsStart) {
 }
 
 TEST(BfgsTrustRegionSolver, CollapsedRadiusKeepsShrinkingAndEndsTheRunConverged) {
+    // Seen to fail with any step of a collapsed radius accepted, as with second derivatives.
     BfgsTrustRegionSolver solver(std::make_shared<Liar>(), 2, 1.0);
     solver.solve(tightEps, manyIterations);
     EXPECT_TRUE(solver.m_converged);

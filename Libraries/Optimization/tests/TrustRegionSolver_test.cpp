@@ -137,6 +137,7 @@ TEST(SolveSubProblem, NegativeIdentityGivesMinusRadiusTimesTheFirstEigenvector) 
 }
 
 TEST(SolveSubProblem, HardCaseTakesThePoorerCandidate) {
+    // Seen to fail with the better candidate taken.
     // Lowest eigenvector along y, b along x with a small part along y that the bracket can't resolve.
     const Matrix A = arma::diagmat(Vector{1.0, -1.0});
     const Vector b = {1.0, 1e-14};
@@ -153,6 +154,7 @@ TEST(SolveSubProblem, HardCaseTakesThePoorerCandidate) {
 }
 
 TEST(SolveSubProblem, WithoutAnEigenDecompositionTheRadiusMultiplies) {
+    // Seen to fail with b brought to the length of the radius.
     Matrix A(2, 2, arma::fill::eye);
     A(0, 0) = -std::numeric_limits<double>::infinity();
     const Vector b = {3.0, 4.0};
@@ -323,6 +325,14 @@ TEST(TrustRegionSolver, CollapsedRadiusEndsTheRunConverged) {
     EXPECT_EQ(late.getResiduals(), 0.0);
 }
 
+TEST(TrustRegionSolver, StepOfACollapsedRadiusIsTakenWhateverItsRatio) {
+    // Seen to fail with that step dropped like the refused ones before it.
+    TrustRegionSolver solver(std::make_shared<Liar>(), 2, 1.0);
+    capture([&] { solver.doStep(); });
+    EXPECT_LT(solver.m_radius, 1e-11);
+    EXPECT_NEAR(arma::norm(solver.m_x), solver.m_radius, 1e-9 * solver.m_radius); // uphill
+}
+
 TEST(TrustRegionSolver, RejectionsShrinkByFourAndCostOneValueEach) {
     // |x|^4-like growth that the linear model ignores: f = -x + 50 x^2 with a Hessian that claims 0.
     struct Flat : Quadratic {
@@ -344,6 +354,7 @@ TEST(TrustRegionSolver, RejectionsShrinkByFourAndCostOneValueEach) {
 }
 
 TEST(TrustRegionSolver, ValueThatIsNotANumberAcceptsWithoutGrowth) {
+    // Seen to fail with such a value refused.
     const auto oracle = std::make_shared<Valueless>(arma::eye(2, 2), Vector{1.0, 1.0});
     TrustRegionSolver solver(oracle, 2, 0.5);
     solver.doStep();
