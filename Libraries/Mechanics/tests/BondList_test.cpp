@@ -166,6 +166,11 @@ TEST(BondListRules, RadiiAreSummedInSinglePrecision) {
     const float sum = makeAtom("C", "C").m_radius + makeAtom("N", "N").m_radius;
     const double length = 0.6 * static_cast<double>(sum);
     EXPECT_EQ(limit2(makeAtom("C", "C"), makeAtom("N", "N")), length * length);
+    // Seen to fail with the sum in double precision, which is another one for carbon and selenium.
+    const float selenium = makeAtom("SE", "Se").m_radius;
+    const float single = makeAtom("C", "C").m_radius + selenium;
+    const double rounded = 0.6 * static_cast<double>(single);
+    EXPECT_EQ(limit2(makeAtom("C", "C"), makeAtom("SE", "Se")), rounded * rounded);
 }
 
 TEST(BondListRules, AtomsOfResidues10And12AreNeverBonded) {
@@ -202,6 +207,7 @@ TEST(BondListRules, AWaterIsBondedToNoOtherResidue) {
 
 // Neither chain, nor residue, nor element, nor a lower bound of the distance counts.
 TEST(BondListRules, WatersNearerThanAHydrogenBondLengthAreBondedAtOnce) {
+    // Seen to fail with one chain, one residue and a least distance asked of waters.
     cPDBAtom far = makeAtom("H1", "H", 99, "HOH");
     far.m_chain[0] = 'B';
     EXPECT_EQ(limit2(waterOxygen(), far, 0.9), WATER_LIMIT2);
@@ -227,6 +233,7 @@ TEST(BondListRules, AHydrogenIsBondedBelow1Point1Angstrom) {
 
 // The first letter of the element alone is looked at.
 TEST(BondListRules, MercuryCountsAsAHydrogen) {
+    // Seen to fail with the whole symbol looked at.
     EXPECT_EQ(limit2(makeAtom("HG", "Hg"), carbon(), 1.3), 0.0);
     EXPECT_EQ(limit2(makeAtom("HG", "Hg"), hydrogen(), HYDROGEN_NEAR2), 0.0);
 }
@@ -244,6 +251,7 @@ TEST(BondListRules, DifferentAlternativesOfNeighbouringResiduesAreBonded) {
 }
 
 TEST(BondListRules, BackboneAtomsAboveTheFirstAlternativeAreNotBonded) {
+    // Seen to fail with backbones of one alternative bonded.
     EXPECT_EQ(limit2(alternative("C", 'B', 10), alternative("N", ' ', 11)), 0.0);
     EXPECT_EQ(limit2(alternative("C", 'B'), alternative("CA", 'B')), 0.0);
     EXPECT_GT(limit2(alternative("C", 'A', 10), alternative("N", 'A', 11)), 0.0);
@@ -258,10 +266,12 @@ TEST(BondListRules, EqualResidueNumbersAreToldApartByTheInsertionCode) {
 }
 
 TEST(BondListRules, AResidueAndItsFirstInsertionAreNoNeighbours) {
+    // Seen to fail with no code standing next to 'A'.
     EXPECT_EQ(limit2(inserted(' '), inserted('A')), 0.0);
 }
 
 TEST(BondListRules, ADisulfideBridgeIsNoBond) {
+    // Seen to fail without the exception for two sulphurs of cysteine.
     const cPDBAtom sulphur = makeAtom("SG", "S", 10, "CYS");
     EXPECT_EQ(limit2(sulphur, makeAtom("SG", "S", 11, "CYS"), 2.05 * 2.05), 0.0);
     EXPECT_EQ(limit2(sulphur, makeAtom("SG1", "S", 11, "CYS"), 2.05 * 2.05), 0.0);
