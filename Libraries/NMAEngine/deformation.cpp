@@ -130,6 +130,7 @@ void NormalModeEngine::applyLargeNonLinearTransformation(const std::vector<doubl
                                                          std::vector<cPDBAtom>& out,
                                                          const std::vector<cPDBAtom>& atoms) const {
     fillPositions(atoms, out, [&](cVector3* moved) {
+        // Deliberate: the least turn is one in all here and one per unit amplitude in the other forms.
         moveAlongModes(*this, amplitudes, BlockScrew::movingCentre, noTurn, atoms, moved);
     });
 }

@@ -69,5 +69,6 @@ double getRMSD(const arma::Col<double>& d, const arma::Mat<double>& B) {
     if (d.is_empty())
         return 0.0;
     const double square = arma::dot(d, d - B * (B.t() * d));
+    // Deliberate: the mean is over the coordinates, not over the atoms.
     return std::sqrt(std::max(square, 0.0) / static_cast<double>(d.n_elem));
 }

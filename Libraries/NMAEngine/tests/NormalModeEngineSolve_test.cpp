@@ -113,6 +113,7 @@ TEST(NormalModeEngineSolve, AmplitudesMeasureTheMassWeightedDisplacement) {
 }
 
 TEST(NormalModeEngineSolve, NoModesStillSolveForTheRigidOnesAndReportThem) {
+    // Seen to fail with the solve skipped when no modes are asked for.
     cInfo info(80);
     testing::internal::CaptureStdout();
     const NormalModeEngine engine = engineOf(BlockModel(19), 0, &info);
@@ -185,6 +186,7 @@ Vector eigenvaluesWith(std::initializer_list<double> leading) {
 }
 
 TEST(NormalModeEngineGap, PairsInFrontOfTheFirstGapAreLeftOut) {
+    // Seen to fail with six pairs always left out.
     for (const auto& leading : {eigenvaluesWith({1e-9}), eigenvaluesWith({1e-9, 3e-9, 9e-9}),
                                 eigenvaluesWith({1e-9, 2e-9, 3e-9, 4e-9, 5e-9, 6e-9})}) {
         const NormalModeEngine engine(diagonalSystem(leading), 9, thermalScale);
@@ -207,6 +209,7 @@ TEST(NormalModeEngineGap, FirstEigenvalueThatIsNotNearZeroDropsNothing) {
 }
 
 TEST(NormalModeEngineGap, WithoutAGapEverythingIsLeftOut) {
+    // Seen to fail with nothing left out where there is no gap.
     Vector e = eigenvaluesWith({});
     for (arma::uword i = 0; i < 20; ++i)
         e[i] = 1e-9 * static_cast<double>(i + 1);

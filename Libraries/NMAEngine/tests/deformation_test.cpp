@@ -393,6 +393,30 @@ TEST(LargeNonLinearTransformation, CentreOfMassOfEveryBlockTravelsByExactlyTheTr
     }
 }
 
+TEST(LargeNonLinearTransformation, LeastTurnOfSeveralModesCountsInAllAndNotPerUnitAmplitude) {
+    // Seen to fail with the least turn scaled by the amplitudes, as in the other form.
+    ModeScene scene(54);
+    constexpr std::size_t b = 5;
+    for (std::size_t m = 0; m < ModeScene::nModes; ++m)
+        scene.engine.m_blockTranslations[b][m] = scene.engine.m_blockRotations[b][m] = cVector3(0.0);
+    scene.engine.m_blockRotations[b][oneMode] = cVector3(3e-12, 0.0, 4e-12); // per unit amplitude
+    const double amplitude = 1e4;
+    const cVector3 turn = scene.engine.m_blockRotations[b][oneMode] * amplitude;
+    const cVector3 center(scene.engine.m_blockCenters[b].data());
+    Atoms large;
+    Atoms other;
+    scene.engine.applyLargeNonLinearTransformation(along(oneMode, amplitude), large, scene.atoms);
+    scene.engine.applyNonLinearTransformation(along(oneMode, amplitude), other, scene.atoms);
+    for (const int atom : scene.engine.m_blockAtoms[b]) {
+        const auto a = static_cast<std::size_t>(atom);
+        const cVector3 p = scene.atoms[a].m_position;
+        const cVector3 turned = turn ^ (p - center);
+        EXPECT_GT(turned.norm(), 1e-9);
+        EXPECT_LT((large[a].m_position - p - turned).norm(), 1e-12);
+        EXPECT_EQ(other[a].m_position, p);
+    }
+}
+
 TEST(LargeNonLinearTransformation, TurnsByTheAngleThatTheOtherFormTurns) {
     const ModeScene scene(52);
     const double amplitude = amplitudeOfTurn(scene.engine, oneMode, 1.5);

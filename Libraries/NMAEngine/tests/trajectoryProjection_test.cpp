@@ -74,6 +74,7 @@ TEST(TrajectoryProjection, SumOfTheSquaresIsTheReducedCovariance) {
 }
 
 TEST(TrajectoryProjection, ReferenceIsTheOneGivenTheFrameOrTheAverage) {
+    // Seen to fail with the reference used that is given beside a frame, and that given for the average.
     ModeScene scene(73);
     const cTrajectory trajectory = randomFrames(scene.model, 3);
     const Frame ignored(scene.model.positions.size());
@@ -155,6 +156,7 @@ TEST(MinMaxAmplitudes, EqualsTheSumOverTheBlocks) {
 }
 
 TEST(MinMaxAmplitudes, IsAMultipleOfTheKnownAmplitudesOfAModeAndBracketsThem) {
+    // Seen to fail with the norm under the masses for divisor, which gives the amplitude itself.
     ModeScene scene(76);
     const Vector amplitudes = {-2.0, 0.5, 3.0, 1.0};
     for (arma::uword mode = 0; mode < ModeScene::nModes; ++mode) {
@@ -179,6 +181,7 @@ TEST(MinMaxAmplitudes, IsAMultipleOfTheKnownAmplitudesOfAModeAndBracketsThem) {
 }
 
 TEST(MinMaxAmplitudes, ZeroTakesPart) {
+    // Seen to fail with the range of the frames alone.
     ModeScene scene(77);
     double minMax[2];
     projectMode(scene, 1, {1.0, 2.0});
