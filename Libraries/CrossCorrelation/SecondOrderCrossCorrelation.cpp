@@ -11,6 +11,8 @@ SecondOrderCrossCorrelation::SecondOrderCrossCorrelation(double* targetEdm, std:
                                                          std::shared_ptr<const NormalModeEngine> nma,
                                                          bool initPattern)
     : AnyOrderCrossCorrelation(targetEdm, std::move(grid), atoms, sigma, std::move(nma), Derivatives::First) {
+    // Deliberate: one multiple of the identity for all voxels, of the target as it stands now, and with the
+    // sign of its mean: no sub-problem is convex where that is positive.
     double mean = 0.0;
     for (std::size_t v = 0; v < m_ccf.size(); ++v) {
         mean += m_targetEdm[v];

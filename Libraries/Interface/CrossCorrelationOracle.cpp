@@ -125,6 +125,7 @@ arma::Col<double> CrossCorrelationOracle::getRotation(const arma::Col<double>& x
 }
 
 arma::Col<double> CrossCorrelationOracle::logbarDhdx(std::size_t i, const arma::Col<double>& x) const {
+    // Deliberate: every number but the translation's stands for the rotation.
     return 2.0 * (i == translationConstraint ? getTranslation(x) : getRotation(x));
 }
 

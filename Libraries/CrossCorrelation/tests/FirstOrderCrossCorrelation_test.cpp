@@ -51,6 +51,7 @@ TEST(FirstOrderCrossCorrelation, ExecutionNeedsAPattern) {
 }
 
 TEST(FirstOrderCrossCorrelation, AReportedExecutionStaysWithTheOldPattern) {
+    // Seen to fail with the pattern that changed transformed, as without a report.
     Scene scene;
     scene.executeBoth();
     scene.correlation.setTweenDof({1.0, 0.0, 0.0}, {0.0, 0.2, 0.0}, {});
@@ -77,6 +78,7 @@ TEST(FirstOrderCrossCorrelation, AReportedExecutionBeforeAnyOtherGivesZeros) {
 }
 
 TEST(FirstOrderCrossCorrelation, TheRotationCentreLeavesTheFlag) {
+    // Seen to fail with the flag set, as in the third order.
     Scene scene;
     scene.executeBoth();
     scene.correlation.setRotationCenter(cVector3(1.0, 2.0, 3.0));

@@ -69,8 +69,9 @@ TEST(FlexibleFitConformation, EqualRigidScoresCompareNeitherLessNorGreater) {
     FlexibleFitConformation a = withScore(1.0);
     const FlexibleFitConformation b(1.0, 1, 1, 1, {}, nullptr, 1, 2, 3);
     a.m_flexScore = 9.0;
-    EXPECT_FALSE(a < b);
-    EXPECT_FALSE(a > b);
+    // Seen to fail with ties broken by the flexible score.
+    EXPECT_FALSE(a < b || b < a);
+    EXPECT_FALSE(a > b || b > a);
     EXPECT_TRUE(withScore(1.0) < withScore(2.0));
     EXPECT_TRUE(withScore(2.0) > withScore(1.0));
 }
@@ -95,6 +96,7 @@ TEST(FlexibleFitConformation, SettersWriteAllParts) {
 }
 
 TEST(FlexibleFitConformation, TranslationCountsDownFromTheLastNodeAndIsReversed) {
+    // Seen to fail with x first, and with the count from one cell further up.
     const auto grid = makeGrid();
     EXPECT_EQ(FlexibleFitConformation(0, 2, 3, 4, {}, grid).getTau(), (Triple{0.0, 0.0, 0.0}));
     EXPECT_EQ(FlexibleFitConformation(0, 0, 0, 0, {}, grid).getTau(), (Triple{2.0, 6.0, 3.0}));

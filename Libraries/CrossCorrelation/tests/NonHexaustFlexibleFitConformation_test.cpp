@@ -114,6 +114,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(DegreesOfFreedom, MapSolve, testing::Values(6, 8));
 
 TEST_P(MapSolve, EqualsTheSolveWithTheSummedDerivatives) {
+    // Seen to fail with the sums scaled as the correlation is.
     const std::size_t n = GetParam();
     const arma::Col<double> eta(n - 6, arma::fill::zeros);
     NonHexaustFlexibleFitConformation fromMaps(2.0, 1, 3, 2, eta, makeGrid());

@@ -70,6 +70,10 @@ TEST(SecondOrderCrossCorrelation, TheApproximateHessianIsTheMeanOfTheTargetAtCon
     std::fill(scene.target.begin(), scene.target.end(), 3.0);
     scene.executeBoth();
     EXPECT_TRUE(arma::approx_equal(scene.correlation.getApproxHessian(), expected, "absdiff", 0.0));
+    // Seen to fail with the mean taken of the target that was executed.
+    const auto kept = scene.correlation.getAllConformations(std::size_t{1});
+    ASSERT_EQ(kept.size(), 1U);
+    EXPECT_TRUE(arma::approx_equal(kept[0].m_hessian, expected, "absdiff", 0.0));
 }
 
 TEST(SecondOrderCrossCorrelation, EveryConformationCarriesItsGradientAndTheSameHessian) {
@@ -99,6 +103,7 @@ TEST(SecondOrderCrossCorrelation, EveryConformationCarriesItsGradientAndTheSameH
 }
 
 TEST(SecondOrderCrossCorrelation, ATargetOfPositiveMeanMakesEverySubProblemNonConvex) {
+    // Seen to fail with the sign of the mean turned round.
     Scene scene(0, 0.0, 1.0);
     scene.executeBoth();
     for (auto& conformation : scene.correlation.getAllConformations(std::size_t{5})) {
@@ -118,6 +123,7 @@ TEST(SecondOrderCrossCorrelation, ATargetOfNegativeMeanMakesEverySubProblemConve
 }
 
 TEST(SecondOrderCrossCorrelation, AReportedExecutionLeavesTheGradientsOfTheLastExecution) {
+    // Seen to fail with the pattern that changed transformed, as without a report.
     Scene scene;
     scene.executeBoth();
     const auto expected = gradientGrids(scene.third);
@@ -152,6 +158,7 @@ TEST(SecondOrderCrossCorrelation, AReportedExecutionBeforeAnyOtherGivesZeros) {
 }
 
 TEST(SecondOrderCrossCorrelation, TheRotationCentreLeavesTheFlagAndWaitsForTheNextEvaluation) {
+    // Seen to fail with the flag set, as in the third order.
     Scene scene;
     scene.executeBoth();
     const arma::Col<double> before = scene.correlation.getGradient(40);

@@ -129,6 +129,7 @@ TEST_P(ConformationOracleOfModes, GradientOfNElementsIsWrittenCompletely) {
 }
 
 TEST_P(ConformationOracleOfModes, ValueAsTheVeryFirstCallIsASizeErrorOfTheGradient) {
+    // Seen to fail with the gradient maps sized for a value too.
     const std::vector<double> target = noise(model.grid->getTotalSize(), 6);
     ConformationOracle oracle(target, densityOf(model), nDof);
     const Vector x(nDof, arma::fill::zeros);
