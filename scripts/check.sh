@@ -7,6 +7,7 @@
 #     clang        a build by clang, warnings are errors
 #     tidy         clang-tidy by .clang-tidy
 #     cppcheck     cppcheck, less the lines of scripts/cppcheck.suppressions
+#     same-answer  scripts/same-answer.sh
 #     fuzz         scripts/fuzz.sh, FUZZ_SECONDS=N for each fuzzer; 600 without
 #     coverage     all tests; at least 95 % of the lines of Libraries/ must be reached
 # JOBS=N sets the number of parallel jobs. Status 1 if a step failed.
@@ -14,7 +15,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/lib.sh
 
-readonly ALL_STEPS=(cppcheck tidy clang asan-ubsan tsan coverage fuzz)
+readonly ALL_STEPS=(cppcheck tidy clang asan-ubsan tsan coverage same-answer fuzz)
 readonly FUZZ_SECONDS="${FUZZ_SECONDS:-600}"
 readonly LEAST_COVERAGE=95 # per cent of lines
 
@@ -50,6 +51,10 @@ check_cppcheck() {
     say "Running cppcheck on $(sources | wc -l) sources"
     sources | cppcheck --file-list=- --language=c++ --std=c++17 --enable=warning,performance,portability -I Libraries \
         -I . --suppressions-list=scripts/cppcheck.suppressions --error-exitcode=1 --quiet -j "$(jobs_count)"
+}
+
+check_same-answer() {
+    scripts/same-answer.sh
 }
 
 check_fuzz() {
