@@ -44,7 +44,7 @@ void RotationScan::correlate(const ScanPattern& pattern) {
         throw std::logic_error("RotationScan: no rotation to correlate");
     }
     m_correlator.transformTarget([this](std::size_t i, std::size_t j, double* row) {
-        m_filter.apply(m_correlator.targetRow(i, j), m_rowSize, row);
+        return m_filter.apply(m_correlator.targetRow(i, j), m_rowSize, row);
     });
     m_correlator.correlate(pattern.spectrum);
     m_eta.zeros(pattern.density->nDof() - 6);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <numeric>
 #include <stdexcept>
@@ -107,12 +108,17 @@ SigmaFilter::SigmaFilter(const MomentSums& moments, double sigmas)
     , m_shift(m_mean < 0.0 ? m_mean : -0.0)
     , m_threshold(std::sqrt(moments.variance()) * sigmas) {}
 
-SELVANE_MULTIVERSION void SigmaFilter::apply(const double* __restrict in, std::size_t n,
+SELVANE_MULTIVERSION bool SigmaFilter::apply(const double* __restrict in, std::size_t n,
                                              double* __restrict out) const {
     const SigmaFilter filter = *this; // a copy that no store can change
+    std::uint64_t bits = 0;
     for (std::size_t p = 0; p < n; ++p) {
         out[p] = filter(in[p]);
+        std::uint64_t value = 0;
+        std::memcpy(&value, out + p, sizeof value);
+        bits |= value << 1U; // without the sign, for -0 is zero too
     }
+    return bits != 0;
 }
 
 void filterValues(std::vector<double>& values, double sigmas) {

@@ -56,7 +56,8 @@ public:
     }
 
     /// Filters n values from one place into another.
-    void apply(const double* in, std::size_t n, double* out) const;
+    /// @return whether one of the results isn't 0
+    bool apply(const double* in, std::size_t n, double* out) const;
 
 private:
     double m_mean, m_shift, m_threshold;

@@ -119,8 +119,16 @@ void PlaneTransform::separateRows(std::size_t begin, std::size_t end) {
     }
 }
 
+void PlaneTransform::zeroRows(std::size_t begin, std::size_t end) {
+    std::memset(halfRow(begin), 0, (end - begin) * m_halfStride * sizeof(double[2]));
+}
+
+void PlaneTransform::zeroSpectrum() {
+    std::memset(m_spectrum.data(), 0, m_spectrum.size() * sizeof(double[2]));
+}
+
 void PlaneTransform::transformColumnsForward() {
-    std::memset(halfRow(m_filledRows), 0, (m_rows + 1 - m_filledRows) * m_halfStride * sizeof(double[2]));
+    zeroRows(m_filledRows, m_rows + 1);
     m_columnsForward.execute();
 }
 

@@ -33,24 +33,37 @@ public:
     double (*spectrumRow(std::size_t j))[2] { return m_spectrum.data() + j * m_halfStride; }
 
     /// Half spectrum, times 2, of the plane that the source writes.
-    /// @param fillRow  fillRow(j, row) writes n_k numbers, for j = 0 .. filledRows - 1 in this order
+    /// @param fillRow  fillRow(j, row) writes n_k numbers and returns whether one of them isn't 0, for j = 0
+    /// ..
+    ///                 filledRows - 1 in this order; true is allowed for any row
     template <class FillRow>
     void forward(FillRow&& fillRow) {
+        bool isZeroPlane = true;
         for (std::size_t j = 0; j < m_filledRows; j += 2 * batchSize) {
             const std::size_t end = std::min(j + 2 * batchSize, m_filledRows);
+            bool isZeroBatch = true;
             for (std::size_t row = j; row < end; row += 2) {
-                fillRow(row, m_first.data());
+                isZeroBatch &= !fillRow(row, m_first.data());
                 if (row + 1 < end) {
-                    fillRow(row + 1, m_second.data());
+                    isZeroBatch &= !fillRow(row + 1, m_second.data());
                 } else {
                     std::fill(m_second.begin(), m_second.end(), 0.0);
                 }
                 joinRows((row - j) / 2);
             }
+            if (isZeroBatch) {
+                zeroRows(j, end);
+                continue;
+            }
+            isZeroPlane = false;
             transformRows(m_forward, end - j);
             separateRows(j, end);
         }
-        transformColumnsForward();
+        if (isZeroPlane) {
+            zeroSpectrum();
+        } else {
+            transformColumnsForward();
+        }
     }
 
     /// Unscaled plane of the half spectrum, times a factor.
@@ -82,6 +95,8 @@ private:
     void joinRows(std::size_t slot);
     void transformRows(const RowPlans& plans, std::size_t realRows);
     void separateRows(std::size_t begin, std::size_t end);
+    void zeroRows(std::size_t begin, std::size_t end);
+    void zeroSpectrum();
     void transformColumnsForward();
     void transformColumnsBackward();
     void combineRows(std::size_t begin, std::size_t end);

@@ -104,6 +104,7 @@ ComplexArray StagedCorrelator::spectrumOf(const double* values) {
     for (std::size_t i = 0; i < m_size[0]; ++i) {
         plane.forward([&](std::size_t j, double* row) {
             std::copy_n(values + (i * m_size[1] + j) * m_size[2], m_size[2], row);
+            return true;
         });
         storePlane(plane, i);
     }

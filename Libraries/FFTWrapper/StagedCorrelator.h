@@ -21,7 +21,7 @@ struct Dimensions;
 /// Three sweeps over one half spectrum, each in cache: plane by plane along x the target's rows are
 /// transformed along z and y; slab by slab along y the columns are transformed along x, multiplied by the
 /// pattern's spectrum and transformed back; plane by plane the rows of the result come out. Zero rows and
-/// planes are not transformed.
+/// planes are not transformed, be they beyond the corner or within it.
 ///
 /// Serves one thread at a time; holds one half spectrum.
 class StagedCorrelator {
@@ -43,15 +43,17 @@ public:
     double* targetRow(std::size_t i, std::size_t j) { return slab(j)[i * m_stride]; }
 
     /// Takes the target.
-    /// @param fillRow  fillRow(i, j, row) writes the numbers of nodes (i, j, 0) .. (i, j, filled[2] - 1), for
-    ///                 i < filled[0], j < filled[1] in flat order
+    /// @param fillRow  fillRow(i, j, row) writes the numbers of nodes (i, j, 0) .. (i, j, filled[2] - 1) and
+    ///                 returns whether one of them isn't 0, for i < filled[0], j < filled[1] in flat order;
+    ///                 true is allowed for any row
     template <class FillRow>
     void transformTarget(FillRow&& fillRow) {
         for (std::size_t i = 0; i < m_filled[0]; ++i) {
             m_plane.forward([&](std::size_t j, double* row) {
                 prefetchPlaneRows(i, j);
-                fillRow(i, j, row);
+                const bool isFilled = fillRow(i, j, row);
                 std::fill(row + m_filled[2], row + m_size[2], 0.0);
+                return isFilled;
             });
             storePlane(m_plane, i);
         }

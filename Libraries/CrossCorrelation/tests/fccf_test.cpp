@@ -102,6 +102,25 @@ TEST(FccfSigmaFilter, LeavesTheSignOfZeroWhenTheMeanIsNotNegative) {
     EXPECT_FALSE(std::signbit(filter(0.0)));
 }
 
+TEST(FccfSigmaFilter, AppliedToARowTellsWhetherAnythingPassed) {
+    const std::vector<double> values{1.0, 2.0, 3.0, 10.0, -0.0};
+    fccf::MomentSums moments;
+    moments.add(values.data(), values.size());
+    const fccf::SigmaFilter filter(moments, 1.0);
+    std::vector<double> out(values.size(), 7.0);
+    EXPECT_TRUE(filter.apply(values.data(), values.size(), out.data()));
+    for (std::size_t p = 0; p < values.size(); ++p) {
+        EXPECT_EQ(out[p], filter(values[p]));
+    }
+    EXPECT_FALSE(filter.apply(values.data(), 3, out.data()));
+    EXPECT_EQ(out, (std::vector<double>{0.0, 0.0, 0.0, 10.0, 0.0}));
+    EXPECT_FALSE(filter.apply(values.data(), 0, out.data()));
+    const fccf::SigmaFilter open(fccf::MomentSums(), 0.0);
+    const double special[] = {-0.0, std::numeric_limits<double>::quiet_NaN()};
+    EXPECT_FALSE(open.apply(special, 1, out.data())) << "the zero of either sign";
+    EXPECT_TRUE(open.apply(special, 2, out.data()));
+}
+
 TEST(FccfSigmaFilter, AddsANegativeMeanBeforeZeroing) {
     const Field field{-8, -4, 0, 8}; // mean -1, variance 35
     fccf::MomentSums moments;

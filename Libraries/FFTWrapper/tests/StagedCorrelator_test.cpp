@@ -30,14 +30,18 @@ std::vector<double> resultOf(StagedCorrelator& correlator, const Shape& n) {
 }
 
 /// Hands over the low corner of a field.
+/// @param tellsZeros  whether rows of zeros are told as such
 void transform(StagedCorrelator& correlator, const std::vector<double>& field, const Shape& n,
-               const Filled& filled) {
+               const Filled& filled, bool tellsZeros = true) {
     std::size_t rows = 0;
     correlator.transformTarget([&](std::size_t i, std::size_t j, double* row) {
         EXPECT_EQ(rows++, i * filled[1] + j);
+        bool isFilled = !tellsZeros;
         for (std::size_t k = 0; k < filled[2]; ++k) {
             row[k] = field[n.flat(static_cast<int>(i), static_cast<int>(j), static_cast<int>(k))];
+            isFilled = isFilled || row[k] != 0.0;
         }
+        return isFilled;
     });
     EXPECT_EQ(rows, std::size_t{filled[0]} * filled[1]);
 }
@@ -116,6 +120,28 @@ TEST_P(Staged, LeavesNothingOfOneTargetToTheNext) {
     transform(correlator, target, n, filled);
     correlator.correlate(spectrum);
     EXPECT_EQ(resultOf(correlator, n), fresh) << "bit for bit";
+}
+
+TEST_P(Staged, LeavesOutRowsAndPlanesOfZerosAndNothingElse) {
+    const dft::ComplexArray spectrum = correlator.spectrumOf(pattern.data());
+    for (const std::size_t from : {std::size_t{0}, std::size_t{1}, std::size_t{17}, std::size_t{1000}}) {
+        std::vector<double> target = cornerField(n, filled, 48);
+        for (std::size_t v = 0; v < target.size(); ++v) {
+            const std::size_t row = v / static_cast<std::size_t>(n.n_k);
+            const auto rows = static_cast<std::size_t>(n.n_j);
+            if (row % rows < from || row / rows % 3 == 1) {
+                target[v] = 0.0;
+            }
+        }
+        transform(correlator, std::vector<double>(n.size(), 1e6), n, filled);
+        transform(correlator, target, n, filled);
+        correlator.correlate(spectrum);
+        const std::vector<double> result = resultOf(correlator, n);
+        expectNear(result, plainCorrelation(n, target, pattern));
+        transform(correlator, target, n, filled, false);
+        correlator.correlate(spectrum);
+        EXPECT_EQ(resultOf(correlator, n), result);
+    }
 }
 
 TEST_P(Staged, ReadsItsResultMoreThanOnce) {
