@@ -72,6 +72,7 @@ ConformationCluster<T>::ConformationCluster(const std::vector<std::array<double,
                                             double threshold)
     : RMSD<std::array<double, 3>>(positions)
     , m_squaredThreshold(threshold * threshold)
+    // Deliberate: one cell below the map's centre, as for the poses that are written.
     , m_pivot(0.5 * (mapGrid.m_box.m_min + mapGrid.m_box.m_max) - mapGrid.m_cellDim)
     , m_structureOrigin(structureOrigin)
     , m_mapOrigin(mapGrid.m_box.m_min)

@@ -24,6 +24,7 @@ std::optional<unsigned long> DynamicForEachThread::takeTask(unsigned int last) {
         task = m_taskPool->back();
         m_taskPool->pop_back();
     }
+    // Deliberate: also when no task was left.
     if (m_progress != nullptr)
         m_progress->draw(static_cast<int>(last - static_cast<unsigned int>(m_taskPool->size()) + 1U));
     return task;

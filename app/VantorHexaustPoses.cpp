@@ -8,6 +8,7 @@ std::array<double, 3> VantorHexaust::getConformationTau(unsigned long solution) 
 
 std::array<double, 3> VantorHexaust::getConformationAngle(unsigned long solution) const {
     const auto& pose = m_topConformations[solution];
+    // Deliberate: reversed, as the translation is.
     return {pose.m_gamma, pose.m_beta, pose.m_alpha};
 }
 

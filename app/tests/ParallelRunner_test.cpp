@@ -252,6 +252,7 @@ TEST(StaticParallelForEach, NoTasksDrawNoBar) {
 }
 
 TEST(StaticParallelForEach, LastBarOfTenTasksShowsHundredAndTenPercent) {
+    // Seen to fail with the task counted that is being started.
     const std::vector<std::string> drawn = bars(output<StaticLoop>(2, 10));
     ASSERT_EQ(drawn.size(), 10U);
     EXPECT_EQ(drawn.front(), "[" + std::string(14, '=') + ">" + std::string(55, ' ') + "] 20 %");
@@ -319,6 +320,7 @@ TEST(DynamicParallelForEach, SurplusWorkersFindThePoolEmpty) {
 }
 
 TEST(DynamicParallelForEach, NoTasksDrawOneBarAtItsStart) {
+    // Seen to fail with nothing drawn when no task was left.
     EXPECT_EQ(output<DynamicLoop>(3, 0), "[>" + std::string(69, ' ') + "] 0 %\r\n");
 }
 
@@ -330,7 +332,7 @@ TEST(DynamicParallelForEach, BarOfOneWorkerEndsAtHundredPercent) {
 }
 
 TEST(DynamicParallelForEach, LateWorkersDrawBehind) {
-
+    // Seen to fail with the number of all tasks in place of those left at the start.
     std::vector<unsigned long> pool = {3, 2};
     ProgressBar progress{4, 70};
     DynamicWorker late(0, std::make_shared<Mutex>());

@@ -61,6 +61,7 @@ TEST_F(Failures, ModelThatCannotBeOpenedEndsWithItsMessage) {
 }
 
 TEST_F(Failures, AtomWithoutNeighboursEndsTheRunWithStatusZero) {
+    // Seen to fail with status 1.
     writeInputs();
     std::vector<TestAtom> atoms = m_model;
     atoms.push_back({"CA", 'C', "GLY", 'B', 21, {500.0, 500.0, 500.0}});
@@ -254,7 +255,8 @@ TEST_F(Failures, MapWithoutCandidatesLeavesEmptySolutions) {
     EXPECT_EQ(linesOf(read("original.pdb")).size(), m_model.size());
     EXPECT_EQ(read("edm.map").substr(1024), read("map.ccp4").substr(1024));
     volatile double none = 0.0;
-    char share[80];
+    // Seen to fail with 0 for the share of no poses.
+    char share[120];
     std::snprintf(share, sizeof share, "non-convex problem%s : %g %%\n", std::string(62, '.').c_str(),
                   none / none * 100.0);
     EXPECT_TRUE(contains(result.out, share)) << result.out;
@@ -262,6 +264,7 @@ TEST_F(Failures, MapWithoutCandidatesLeavesEmptySolutions) {
 }
 
 TEST_F(Failures, OutputDirectoryThatCannotBeMade) {
+    // Seen to fail with status 1.
     writeInputs();
     write("out", "a file in the way");
     const RunResult result = fit(quick({"--odir", "out"}));

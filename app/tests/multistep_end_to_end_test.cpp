@@ -70,6 +70,7 @@ TEST_F(Multistep, AStageBeforeTheScanSetsTheTrustRadius) {
 }
 
 TEST_F(Multistep, TheTimingTableHasItsRowWithZeroSeconds) {
+    // Seen to fail with an interval saved for this stage.
     writeInputs();
     const RunResult result = fit(quick({"--multistep"}));
     const std::vector<std::string> lines = linesOf(result.out);

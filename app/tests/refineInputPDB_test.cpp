@@ -212,6 +212,7 @@ TEST_F(RefineInputPDB, IntervalBelongsToTheOptimization) {
 }
 
 TEST_F(RefineInputPDB, GridIsTheMapsWithItsCornersAtTheCell) {
+    // Seen to fail with the low corner of the map's grid, and with its high one.
     makeMap({-8, 4, 1});
     startFrom(m_truth);
     refine();
@@ -223,7 +224,7 @@ TEST_F(RefineInputPDB, GridIsTheMapsWithItsCornersAtTheCell) {
         EXPECT_EQ(grid.m_size[axis], map.m_size[axis]);
 }
 
-// Deliberate: the map's own place plays no part.
+// The map's own place plays no part.
 TEST_F(RefineInputPDB, MapThatStartsAtTheOriginPullsTheModelOneCellUp) {
     makeMap({0, 0, 0});
     startFrom(displaced(m_map.voxel));

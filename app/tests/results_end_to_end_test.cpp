@@ -49,6 +49,7 @@ TEST_F(Results, FilesOfARun) {
 }
 
 TEST_F(Results, FilesOfARunWithAnOutputDirectory) {
+    // Seen to fail with density.map in the output directory.
     writeInputs();
     ASSERT_EQ(fit(quick({"--odir", "deep/er"})).status, 0);
     EXPECT_EQ(entries(), (std::set<std::string>{"model.pdb", "map.ccp4", "deep", "density.map"}));
@@ -57,6 +58,7 @@ TEST_F(Results, FilesOfARunWithAnOutputDirectory) {
 }
 
 TEST_F(Results, RecordOfASolution) {
+    // Seen to fail with models counted from 1.
     writeInputs();
     ASSERT_EQ(fit(coarse()).status, 0);
     for (const char* name : {"Rigid_solution.pdb", "Solution.pdb"}) {
@@ -121,6 +123,7 @@ TEST_F(Results, ModelOfOneResidueIsFitted) {
 }
 
 TEST_F(Results, CoordinatesFollowFromTheRemarks) {
+    // Seen to fail with poses turned about the map's own centre.
     constexpr double tolerance = 0.002; // half of the last digit of a coordinate, and the remarks' own digits
     TestMap map;
     map.voxel = {2.75, 2.5, 3.0};
@@ -273,6 +276,7 @@ TEST_F(Results, LogHoldsTheRunWithItsDerivedValues) {
 }
 
 TEST_F(Results, LogHoldsGivenValuesAndLeavesOutHiddenOptions) {
+    // Seen to fail with nmodes and nopadding written where they are given.
     writeInputs();
     const std::time_t begin = std::time(nullptr);
     ASSERT_EQ(
