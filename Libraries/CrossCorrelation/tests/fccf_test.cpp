@@ -35,6 +35,7 @@ TEST(FccfIntegral, SumsTheProductOfTwoFields) {
 }
 
 TEST(FccfIntegral, RangeIsDividedByTheWholeLength) {
+    // Seen to fail with the length of the range for divisor.
     const Field f = counting(10);
     const Field g(10, 2.0);
     EXPECT_EQ(fccf::getIntegral(f, g, 2, 5, false), 24.0);
@@ -155,6 +156,7 @@ TEST(FccfFilterValues, ZeroSigmasKeepsTheMeanItselfAndWhatIsAbove) {
 }
 
 TEST(FccfFilterValues, NegativeMeanIsAddedBeforeZeroing) {
+    // Seen to fail with the mean removed.
     Field field{-8, -4, 0, 8}; // mean -1, variance 35
     fccf::filterValues(field, 1.0);
     // shifted: -9, -5, -1, 7; kept where sqrt(35) <= v + 1
