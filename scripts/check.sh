@@ -31,7 +31,8 @@ check_asan-ubsan() {
 
 check_tsan() {
     require_packages "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
-    build_and_test tsan
+    # The sanitizer's own runtime finds no memory for 10,000 threads; this test runs in the step asan-ubsan.
+    build_and_test tsan --exclude-regex 'nthread__10000'
 }
 
 check_clang() {

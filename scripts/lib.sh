@@ -114,11 +114,12 @@ build() {
     cmake --build --preset "$1" --parallel "$jobs"
 }
 
-# build_and_test PRESET: builds and runs all tests; the last lines are ctest's own summary.
+# build_and_test PRESET [OPTION...]: builds and runs all tests, or those that ctest's options leave; the last lines are
+# ctest's own summary.
 build_and_test() {
     local jobs
     build "$1"
     jobs="$(jobs_count)"
     say "Testing the preset $1"
-    ctest --preset "$1" --parallel "$jobs" --no-tests=error
+    ctest --preset "$1" --parallel "$jobs" --no-tests=error "${@:2}"
 }
