@@ -126,12 +126,12 @@ SELVANE_WIDE_MULTIVERSION void BasicTrilinearSampler<Value>::sampleOnGrid(const 
             // Members of *this and not of the copy: else the compiler spreads this loop over wide lanes and
             // loads every corner on its own.
             const Value* const lower = m_f + cells[k];
-            layers[2 * k] = mergeXY(lower, xs[k], ys[k]);
-            layers[2 * k + 1] = mergeXY(lower + 1, xs[k], ys[k]);
+            layers[2L * k] = mergeXY(lower, xs[k], ys[k]);
+            layers[2L * k + 1] = mergeXY(lower + 1, xs[k], ys[k]);
         }
         double* const values = out + begin;
         for (int k = 0; k < n; ++k) {
-            values[k] = merge(layers[2 * k], layers[2 * k + 1], zs[k]);
+            values[k] = merge(layers[2L * k], layers[2L * k + 1], zs[k]);
         }
     }
 }
