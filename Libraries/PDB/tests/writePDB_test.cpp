@@ -56,18 +56,23 @@ std::vector<cVector3> readBack(const std::string& path) {
     return positions;
 }
 
-} // namespace
-
-TEST(WritePDB, WrittenAtomsReadBackAlike) {
-    const std::vector<cPDBAtom> atoms = twoAtoms();
+std::vector<cPDBAtom> writtenAndReadBack(const std::vector<cPDBAtom>& atoms) {
     const std::string path = temporaryFile();
-    ASSERT_TRUE(writePDB(path.c_str(), atoms.data(), 2));
+    EXPECT_TRUE(writePDB(path.c_str(), atoms.data(), static_cast<int>(atoms.size())));
     std::vector<cPDBAtom> back;
     std::vector<double> masses;
     std::vector<int> ids;
     loadFromPDB(path.c_str(), back, masses, ids);
     std::filesystem::remove(path);
-    ASSERT_EQ(back.size(), 2U);
+    return back;
+}
+
+} // namespace
+
+TEST(WritePDB, WrittenAtomsReadBackAlike) {
+    const std::vector<cPDBAtom> atoms = twoAtoms();
+    const std::vector<cPDBAtom> back = writtenAndReadBack(atoms);
+    ASSERT_EQ(back.size(), atoms.size());
     for (std::size_t i = 0; i < 2; ++i) {
         EXPECT_EQ(back[i].m_position, atoms[i].m_position);
         EXPECT_STREQ(back[i].m_name, atoms[i].m_name);
@@ -94,14 +99,8 @@ TEST(WritePDB, FileHoldsTheAtomLinesAlone) {
 TEST(WritePDB, ElementOfTwoLettersReadsBackAsItsSecond) {
     std::vector<cPDBAtom> atoms = twoAtoms();
     std::strcpy(atoms[1].m_element, "Zn");
-    const std::string path = temporaryFile();
-    ASSERT_TRUE(writePDB(path.c_str(), atoms.data(), 2));
-    std::vector<cPDBAtom> back;
-    std::vector<double> masses;
-    std::vector<int> ids;
-    loadFromPDB(path.c_str(), back, masses, ids);
-    std::filesystem::remove(path);
-    ASSERT_EQ(back.size(), 2U);
+    const std::vector<cPDBAtom> back = writtenAndReadBack(atoms);
+    ASSERT_EQ(back.size(), atoms.size());
     // Seen to fail with the element written where the reader looks for it.
     EXPECT_STREQ(back[0].m_element, "N");
     EXPECT_STREQ(back[1].m_element, "N");
