@@ -49,6 +49,27 @@ double getIntegral(const std::vector<double>& f, const std::vector<double>& g, s
     return normalize ? sum / static_cast<double>(f.size()) : sum;
 }
 
+namespace {
+
+template <std::size_t width>
+void copyPart(const double*& from, std::size_t n, double*& to) {
+    if ((n & width) != 0) {
+        std::memcpy(to, from, width * sizeof(double));
+        from += width;
+        to += width;
+    }
+}
+
+/// Up to 7 values, by copies of fixed sizes: a call for a size that varies would take longer than a whole
+/// block.
+void copyFew(const double* from, std::size_t n, double* to) {
+    copyPart<4>(from, n, to);
+    copyPart<2>(from, n, to);
+    copyPart<1>(from, n, to);
+}
+
+} // namespace
+
 // Pieces of a block are filled up with zeros, which change no sum: single values would be stored one by one
 // into lanes that are loaded as a whole at once, and the hardware waits for such a load.
 SELVANE_MULTIVERSION void MomentSums::add(const double* values, std::size_t n) {
@@ -62,7 +83,7 @@ SELVANE_MULTIVERSION void MomentSums::add(const double* values, std::size_t n) {
     };
     const auto addPiece = [&](const double* piece, std::size_t firstLane, std::size_t length) {
         alignas(64) double block[lanes] = {};
-        std::memcpy(block + firstLane, piece, length * sizeof(double));
+        copyFew(piece, length, block + firstLane);
         addBlock(block);
     };
     std::size_t p = 0;

@@ -8,7 +8,7 @@
 namespace dft {
 
 ComplexBatchPlan::ComplexBatchPlan(const Layout& layout, Sign sign, double (*in)[2], double (*out)[2])
-    : m_plan(planner::planBatch(layout, static_cast<int>(sign), in, out)), m_in(in) {}
+    : m_plan(planner::planBatch(layout, static_cast<int>(sign), in, out)) {}
 
 ComplexBatchPlan::~ComplexBatchPlan() {
     planner::destroy(m_plan);
@@ -18,8 +18,8 @@ void ComplexBatchPlan::execute() const {
     fftw_execute(m_plan);
 }
 
-void ComplexBatchPlan::executeInto(double (*out)[2]) const {
-    fftw_execute_dft(m_plan, m_in, out);
+void ComplexBatchPlan::execute(double (*in)[2], double (*out)[2]) const {
+    fftw_execute_dft(m_plan, in, out);
 }
 
 } // namespace dft

@@ -33,13 +33,12 @@ public:
     /// Transforms the arrays that the plan was made with.
     void execute() const;
 
-    /// Transforms into another array of the same layout.
-    /// @param out  aligned to 16 bytes, as every element of a ComplexArray is
-    void executeInto(double (*out)[2]) const;
+    /// Transforms other arrays of the same layout.
+    /// @param in, out  as for the constructor, aligned to 16 bytes as every element of a ComplexArray is
+    void execute(double (*in)[2], double (*out)[2]) const;
 
 private:
     fftw_plan_s* m_plan;
-    double (*m_in)[2];
 };
 
 } // namespace dft

@@ -89,9 +89,12 @@ void StagedCorrelator::loadPlane(std::size_t i) {
     }
 }
 
-// The transforms hop from row to row; they do so in a buffer that stays in the cache, while the memory is
-// read and written in its order.
+// Columns that end before the slab does are followed by zeros in a buffer; whole ones need none.
 void StagedCorrelator::transformSlab(std::size_t j, std::size_t filledPlanes) {
+    if (filledPlanes == m_size[0]) {
+        m_columnsForward.execute(slab(j), m_slabSpectrum.data());
+        return;
+    }
     const std::size_t filledPairs = filledPlanes * m_stride;
     std::memcpy(m_slab.data(), slab(j), filledPairs * sizeof(double[2]));
     std::memset(m_slab.data() + filledPairs, 0, (m_slab.size() - filledPairs) * sizeof(double[2]));
@@ -128,7 +131,7 @@ void StagedCorrelator::correlate(const ComplexArray& spectrum) {
                 prefetchPairs<0>(slab(j + 1) + i * m_stride, m_stride);
             }
         }
-        m_columnsBackward.executeInto(slab(j));
+        m_columnsBackward.execute(m_slabSpectrum.data(), slab(j));
     }
 }
 
