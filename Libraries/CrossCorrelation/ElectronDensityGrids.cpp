@@ -83,11 +83,12 @@ void ElectronDensity::rotateNonZeroPadded(const std::vector<double>& source, con
                                           const std::array<double, 3>& eulerAngles, const cGrid& targetGrid,
                                           double* target, double threshold) {
     requireLarger(targetGrid, sourceGrid);
+    const MapRotator rotator(source, sourceGrid, threshold);
     std::fill_n(target, targetGrid.getTotalSize(), 0.0);
     const auto rowAt = [&](unsigned int i, unsigned int j) {
         return target + targetGrid.indexToFlatIndex(static_cast<int>(i), static_cast<int>(j), 0);
     };
-    const fccf::SigmaFilter filter = MapRotator(source, sourceGrid, threshold).rotate(eulerAngles, rowAt);
+    const fccf::SigmaFilter filter = rotator.rotate(eulerAngles, rowAt);
     for (unsigned int i = 0; i < sourceGrid.m_size[0]; ++i) {
         for (unsigned int j = 0; j < sourceGrid.m_size[1]; ++j) {
             double* const row = rowAt(i, j);

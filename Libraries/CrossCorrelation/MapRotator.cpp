@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CrossCorrelation/MapRotator.h"
 
+#include <stdexcept>
+#include <string>
+
 #include "Math/cMatrix33.h"
 
 MapRotator::MapRotator(const ScanMap& map, double filterSigmas)
@@ -11,7 +14,12 @@ MapRotator::MapRotator(const ScanMap& map, double filterSigmas)
 }
 
 MapRotator::MapRotator(const std::vector<double>& source, const cGrid& grid, double filterSigmas)
-    : m_grid(grid), m_sampler(lerp::TrilinearSampler(grid, source)), m_filterSigmas(filterSigmas) {}
+    : m_grid(grid), m_sampler(lerp::TrilinearSampler(grid, source)), m_filterSigmas(filterSigmas) {
+    if (source.size() != grid.getTotalSize()) {
+        throw std::length_error("MapRotator: " + std::to_string(source.size()) + " values on a grid of " +
+                                std::to_string(grid.getTotalSize()) + " nodes");
+    }
+}
 
 fccf::SigmaFilter MapRotator::filterOf(const std::array<double, 3>& eulerAngles) const {
     std::vector<double> row(m_grid.m_size[2]);

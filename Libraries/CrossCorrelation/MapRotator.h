@@ -23,18 +23,17 @@
 class MapRotator {
 public:
     /// @param map  not owned, must stay
+    /// @throws std::length_error if it has more or fewer values than nodes
     MapRotator(const ScanMap& map, double filterSigmas);
 
     /// For few rotations, which do not pay for a ScanMap.
-    /// @param source  grid.getTotalSize() values, which is not checked; neither it nor the grid is owned,
-    /// both
-    ///                must stay
+    /// @param source  grid.getTotalSize() values; neither it nor the grid is owned, both must stay
+    /// @throws std::length_error if there are more or fewer values
     MapRotator(const std::vector<double>& source, const cGrid& grid, double filterSigmas);
 
     /// @param eulerAngles  in radians
-    /// @param rowAt  rowAt(i, j) is where the densities at the nodes (i, j, 0), (i, j, 1), ... are written
-    /// to;
-    ///               asked for in flat order
+    /// @param rowAt  rowAt(i, j), asked for in flat order, is where the densities at the nodes (i, j, 0),
+    ///               (i, j, 1), ... go
     /// @return the filter that these densities have yet to go through
     template <class RowAt>
     fccf::SigmaFilter rotate(const std::array<double, 3>& eulerAngles, RowAt&& rowAt) const {

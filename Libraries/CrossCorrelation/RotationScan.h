@@ -37,7 +37,7 @@ public:
     /// @param map   not owned, must stay
     /// @param grid  of the correlation, no smaller than the map's on any axis; shared by the candidates
     /// @param filterSigmas  of the fccf::SigmaFilter that each rotated map goes through
-    /// @throws std::length_error if the map is larger than the grid
+    /// @throws std::length_error if the map is larger than the grid or hasn't a value per node
     RotationScan(const ScanMap& map, std::shared_ptr<const cGrid> grid, double filterSigmas);
 
     /// A pattern for all scans on the same grid. What this one correlated before is lost.

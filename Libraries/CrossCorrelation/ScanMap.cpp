@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <stdexcept>
-#include <string>
 
 namespace {
 
@@ -17,10 +15,6 @@ bool isExactlySingle(double value) {
 } // namespace
 
 ScanMap::ScanMap(const std::vector<double>& values, const cGrid& grid) : m_values(values), m_grid(grid) {
-    if (values.size() != grid.getTotalSize()) {
-        throw std::length_error("ScanMap: " + std::to_string(values.size()) + " values on a grid of " +
-                                std::to_string(grid.getTotalSize()) + " nodes");
-    }
     if (std::all_of(values.begin(), values.end(), isExactlySingle)) {
         m_singles.assign(values.begin(), values.end());
     }

@@ -12,8 +12,8 @@
 /// from a file and was not resampled: the same numbers in half the memory, which the sampling waits for.
 class ScanMap {
 public:
-    /// @param values  grid.getTotalSize() values; neither they nor the grid are owned, both must stay
-    /// @throws std::length_error if there are more or fewer values
+    /// @param values  one per node of the grid, which MapRotator checks; neither they nor the grid are owned,
+    ///                both must stay
     ScanMap(const std::vector<double>& values, const cGrid& grid);
 
     const std::vector<double>& values() const { return m_values; }

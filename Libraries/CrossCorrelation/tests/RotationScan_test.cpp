@@ -224,7 +224,12 @@ TEST(RotationScan, RefusesAMapThatDoesNotFit) {
     const TestModel model;
     const std::vector<double> map = noise(model.grid->getTotalSize(), 9);
     const std::vector<double> few{1.0, 2.0};
-    EXPECT_THROW(ScanMap(few, *model.grid), std::length_error);
+    EXPECT_THROW(RotationScan(ScanMap(few, *model.grid), model.grid, 1.0), std::length_error);
+    EXPECT_THROW(MapRotator(few, *model.grid, 1.0), std::length_error);
+    std::vector<double> target(model.grid->getTotalSize());
+    EXPECT_THROW(ElectronDensity::rotateNonZeroPadded(few, *model.grid, {0.1, 0.2, 0.3}, *model.grid,
+                                                      target.data(), 0.0),
+                 std::length_error);
     const auto smaller = std::make_shared<cGrid>(*model.grid);
     smaller->setSize(12, 11, 8);
     EXPECT_THROW(RotationScan(ScanMap(map, *model.grid), smaller, 1.0), std::length_error);
