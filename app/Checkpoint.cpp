@@ -7,11 +7,11 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <sys/stat.h>
 #include <system_error>
 #include <type_traits>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "CrossCorrelation/ElectronDensity.h"

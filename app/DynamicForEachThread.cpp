@@ -4,16 +4,18 @@
 #include <mutex>
 
 void DynamicForEachThread::runInternal() {
-    if (m_taskPool == nullptr)
+    if (m_taskPool == nullptr) {
         return;
+    }
     unsigned int last = 0;
     {
         const std::lock_guard<Mutex> lock(*m_mutex);
         // Deliberate: the size when this worker starts, so the drawing of a late worker runs behind.
         last = static_cast<unsigned int>(m_taskPool->size()) - 1U;
     }
-    while (const std::optional<unsigned long> task = takeTask(last))
+    while (const std::optional<unsigned long> task = takeTask(last)) {
         doStep(*task);
+    }
 }
 
 /// The next task if one is left; draws the bar in either case.
@@ -25,7 +27,8 @@ std::optional<unsigned long> DynamicForEachThread::takeTask(unsigned int last) {
         m_taskPool->pop_back();
     }
     // Deliberate: also when no task was left.
-    if (m_progress != nullptr)
+    if (m_progress != nullptr) {
         m_progress->draw(static_cast<int>(last - static_cast<unsigned int>(m_taskPool->size()) + 1U));
+    }
     return task;
 }

@@ -37,9 +37,10 @@ public:
     std::vector<bool> run() {
         std::vector<bool> done = ParallelRunner<T>::run();
         this->m_allDone = m_taskPool.empty();
-        if (!this->m_allDone)
+        if (!this->m_allDone) {
             std::cerr << "selvane: no worker could be started, " << m_taskName << " " << m_taskPool.back()
                       << " to " << m_taskPool.front() << " are not done" << std::endl;
+        }
         return done;
     }
 

@@ -33,8 +33,9 @@ unsigned long defaultThreads() {
 bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
     namespace fs = std::filesystem;
     std::error_code error;
-    if (fs::exists(a, error) && fs::exists(b, error))
+    if (fs::exists(a, error) && fs::exists(b, error)) {
         return fs::equivalent(a, b, error);
+    }
     const fs::path canonicalA = fs::weakly_canonical(fs::absolute(a, error), error);
     const fs::path canonicalB = fs::weakly_canonical(fs::absolute(b, error), error);
     return !error && canonicalA == canonicalB;
@@ -109,8 +110,9 @@ void FittingWorkflow::addOptions() {
     add(m_changelog);
     for (TCLAP::Arg* option : options) {
         add(option);
-        if (std::find(std::begin(hidden), std::end(hidden), option) == std::end(hidden))
+        if (std::find(std::begin(hidden), std::end(hidden), option) == std::end(hidden)) {
             option->addToList(m_usageArguments);
+        }
     }
 }
 
@@ -129,8 +131,9 @@ void FittingWorkflow::runCheck(Check check) {
     try {
         check();
     } catch (TCLAP::ArgException& error) {
-        if (!getExceptionHandling())
+        if (!getExceptionHandling()) {
             throw;
+        }
         failParsing(error);
     }
 }
@@ -146,48 +149,63 @@ void FittingWorkflow::failParsing(TCLAP::ArgException& error) {
 }
 
 void FittingWorkflow::checkCounts() const {
-    if (m_nthread.getValue() < 1)
+    if (m_nthread.getValue() < 1) {
         reject(m_nthread, "The number of threads has to be 1 or more");
-    if (m_nmodes.getValue() > static_cast<unsigned long>(std::numeric_limits<int>::max()))
+    }
+    if (m_nmodes.getValue() > static_cast<unsigned long>(std::numeric_limits<int>::max())) {
         reject(m_nmodes, "No model has more than 2147483647 modes");
-    if (m_nsolutions.getValue() < 1)
+    }
+    if (m_nsolutions.getValue() < 1) {
         reject(m_nsolutions, "The number of solutions has to be 1 or more");
-    if (m_nclusters.getValue() < 1)
+    }
+    if (m_nclusters.getValue() < 1) {
         reject(m_nclusters, "The number of clusters has to be 1 or more");
+    }
     const std::int64_t kept = std::int64_t{m_nsolutions.getValue()} * m_nclusters.getValue();
-    if (useClustering() && kept > std::numeric_limits<int>::max())
+    if (useClustering() && kept > std::numeric_limits<int>::max()) {
         reject(m_nclusters, "nsolutions times nclusters is " + std::to_string(kept) +
                                 ", more than 2147483647: lower one of them");
+    }
 }
 
 void FittingWorkflow::checkScales() const {
     for (const auto* option :
-         {&m_cutoff, &m_stiffness, &m_maxrmsd, &m_sigma, &m_filtersigma, &m_dangle, &m_clusterThreshold})
-        if (!std::isfinite(option->getValue()))
+         {&m_cutoff, &m_stiffness, &m_maxrmsd, &m_sigma, &m_filtersigma, &m_dangle, &m_clusterThreshold}) {
+        if (!std::isfinite(option->getValue())) {
             reject(*option, "The value has to be a finite number");
-    if (!std::isfinite(m_maxrmsd.getValue() * m_maxrmsd.getValue()))
+        }
+    }
+    if (!std::isfinite(m_maxrmsd.getValue() * m_maxrmsd.getValue())) {
         reject(m_maxrmsd, "The square of the value has to be a finite number");
-    for (const auto* option : {&m_cutoff, &m_stiffness})
-        if (!(option->getValue() > 0.0))
+    }
+    for (const auto* option : {&m_cutoff, &m_stiffness}) {
+        if (!(option->getValue() > 0.0)) {
             reject(*option, "The value has to be above 0");
-    if (m_sigma.isSet() && !(m_sigma.getValue() > 0.0 && risesAboveCut(m_sigma.getValue())))
+        }
+    }
+    if (m_sigma.isSet() && !(m_sigma.getValue() > 0.0 && risesAboveCut(m_sigma.getValue()))) {
         reject(m_sigma,
                "The width has to be above 0 and below about 73.9 Angstrom, where a Gaussian is too flat "
                "to be seen");
-    if (!m_dangle.isSet())
+    }
+    if (!m_dangle.isSet()) {
         return;
+    }
     // The identity may be added and the progress bar counts one rotation ahead, both in an int.
     constexpr double mostRotations = 2147483645.0;
-    if (!(m_dangle.getValue() > 0.0))
+    if (!(m_dangle.getValue() > 0.0)) {
         reject(m_dangle, "The step has to be above 0 degrees");
-    if (!(countRotations(m_dangle.getValue()) <= mostRotations))
+    }
+    if (!(countRotations(m_dangle.getValue()) <= mostRotations)) {
         reject(m_dangle, "The step gives more than 2147483645 rotations: give a larger one");
+    }
 }
 
 void FittingWorkflow::checkPaths() const {
     const std::string& directory = m_odir.getValue();
-    if (directory.empty())
+    if (directory.empty()) {
         reject(m_odir, "The output directory is empty: give a path, or leave the option out for ./");
+    }
     const std::string outputs[] = {directory + "/edm.map",
                                    directory + "/original.pdb",
                                    directory + "/Rigid_solution.pdb",
@@ -195,12 +213,15 @@ void FittingWorkflow::checkPaths() const {
                                    directory + "/log.txt",
                                    "./density.map",
                                    directory + "/.selvane-checkpoint"};
-    for (const auto* input : {&m_ipdb, &m_iedm})
-        for (const std::string& output : outputs)
-            if (isSameFile(input->getValue(), output))
+    for (const auto* input : {&m_ipdb, &m_iedm}) {
+        for (const std::string& output : outputs) {
+            if (isSameFile(input->getValue(), output)) {
                 reject(*input, "The run would overwrite its input '" + input->getValue() +
                                    "' with its output '" + output +
                                    "': move the input, or give another odir or working directory");
+            }
+        }
+    }
 }
 
 bool FittingWorkflow::useClustering() const {
@@ -216,8 +237,9 @@ double FittingWorkflow::getSigma(const cVector3& cellDim) const {
 }
 
 double FittingWorkflow::getDangle(const unsigned int* mapSize) const {
-    if (m_dangle.isSet())
+    if (m_dangle.isSet()) {
         return m_dangle.getValue();
+    }
     const double nMax = *std::max_element(mapSize, mapSize + 3);
     return 360.0 / std::pow(nMax * 4.0 * PI, 0.3333333333333333);
 }
@@ -237,10 +259,11 @@ void FittingWorkflow::saveArgumentLog(const std::string& path, const cVector3& c
         << m_filtersigma.getValue() << " --dangle " << getDangle(mapSize);
     // Deliberate: a blank too many in front of the threshold, and no word of the hidden options and
     // nopadding.
-    if (useClustering())
+    if (useClustering()) {
         log << " --clustering "
             << " --clusterThreshold " << getClusterThreshold(positions) << " --nclusters "
             << m_nclusters.getValue();
+    }
     // Deliberate: the solutions kept, not the option as given.
     log << " --nsolutions " << getCapacity();
     log << " --odir " << m_odir.getValue() << std::endl << std::endl;

@@ -19,18 +19,21 @@ public:
     /// @throws TCLAP::ArgParseException  for a value that is no number of this type
     bool processArg(int* i, std::vector<std::string>& args) override {
         const int named = *i;
-        if (!TCLAP::ValueArg<T>::processArg(i, args))
+        if (!TCLAP::ValueArg<T>::processArg(i, args)) {
             return false;
+        }
         std::string text = args[static_cast<std::size_t>(*i)];
         if (*i == named) { // name and value in one word, divided by a blank
             std::string name = text;
             this->trimFlag(name, text);
         }
-        if (text.empty())
+        if (text.empty()) {
             throw TCLAP::ArgParseException("Couldn't read argument value from string ''", this->toString());
-        if (std::is_unsigned_v<T> && text.find('-') != std::string::npos)
+        }
+        if (std::is_unsigned_v<T> && text.find('-') != std::string::npos) {
             throw TCLAP::ArgParseException(
                 "The value '" + text + "' is negative: give a whole number without a sign", this->toString());
+        }
         return true;
     }
 };

@@ -15,8 +15,9 @@ class ParallelRunner {
 public:
     explicit ParallelRunner(unsigned long nThreads) : m_mutex(std::make_shared<Mutex>()) {
         m_threads.reserve(nThreads);
-        for (unsigned long i = 0; i < nThreads; ++i)
+        for (unsigned long i = 0; i < nThreads; ++i) {
             m_threads.push_back(std::make_unique<T>(i, m_mutex));
+        }
     }
 
     /// Starts all workers, then waits for those that started.
@@ -24,10 +25,12 @@ public:
     std::vector<bool> run() {
         std::vector<bool> done;
         done.reserve(m_threads.size());
-        for (const auto& thread : m_threads)
+        for (const auto& thread : m_threads) {
             done.push_back(thread->run());
-        for (std::size_t i = 0; i < m_threads.size(); ++i)
+        }
+        for (std::size_t i = 0; i < m_threads.size(); ++i) {
             done[i] = done[i] && m_threads[i]->join();
+        }
         m_allDone = std::find(done.begin(), done.end(), false) == done.end();
         return done;
     }

@@ -17,12 +17,14 @@ struct ProgressBar {
     void draw(int done) {
         const float fraction = m_total == 0 ? 0.0F : static_cast<float>(done) / static_cast<float>(m_total);
         const int position = truncateToInt(static_cast<float>(m_width) * fraction);
-        if (position == m_last)
+        if (position == m_last) {
             return;
+        }
         m_last = position;
         std::cout << "[";
-        for (int i = 0; i < m_width; ++i)
+        for (int i = 0; i < m_width; ++i) {
             std::cout << (i < position ? '=' : i == position ? '>' : ' ');
+        }
         std::cout << "] " << truncateToInt(static_cast<double>(fraction) * 100.0) << " %\r" << std::flush;
     }
 };

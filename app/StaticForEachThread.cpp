@@ -19,8 +19,9 @@ void StaticForEachThread::runInternal() {
             const std::lock_guard<Mutex> lock(*m_mutex);
             const unsigned long started = (*m_counter)++;
             // Deliberate: the bar counts one task ahead of the one being started, so it ends at (N + 1) / N.
-            if (m_progress != nullptr)
+            if (m_progress != nullptr) {
                 m_progress->draw(static_cast<int>(started + 2));
+            }
         }
         doStep(task);
         m_done = task + 1 - m_begin;

@@ -41,8 +41,9 @@ public:
         for (std::size_t i = 0; i < done.size(); ++i) {
             const T& thread = *this->m_threads[i];
             const unsigned long end = std::max(thread.getBegin(), thread.getEnd());
-            if (done[i] > end - thread.getBegin())
+            if (done[i] > end - thread.getBegin()) {
                 return false;
+            }
         }
         for (std::size_t i = 0; i < done.size(); ++i) {
             this->m_threads[i]->setDone(done[i]);
@@ -62,8 +63,9 @@ public:
         for (std::size_t i = 0; i < done.size(); ++i) {
             const T& thread = *this->m_threads[i];
             const unsigned long begin = thread.getBegin() + thread.getDone();
-            if (done[i] || begin >= thread.getEnd())
+            if (done[i] || begin >= thread.getEnd()) {
                 continue;
+            }
             this->m_allDone = false;
             std::cerr << "selvane: worker " << i << " could not be started, " << m_taskName << " " << begin
                       << " to " << thread.getEnd() - 1 << " are not done" << std::endl;

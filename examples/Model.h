@@ -2,10 +2,10 @@
 #ifndef SELVANE_EXAMPLES_MODEL_H
 #define SELVANE_EXAMPLES_MODEL_H
 
-#include "examples/geometry.h"
-
 #include <string>
 #include <vector>
+
+#include "examples/geometry.h"
 
 namespace example {
 

@@ -2,11 +2,11 @@
 #ifndef SELVANE_EXAMPLES_RANDOM_H
 #define SELVANE_EXAMPLES_RANDOM_H
 
-#include "examples/geometry.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <random>
+
+#include "examples/geometry.h"
 
 namespace example {
 

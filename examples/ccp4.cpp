@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "examples/ccp4.h"
 
-#include "examples/files.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+
+#include "examples/files.h"
 
 namespace example {
 namespace {

@@ -2,9 +2,9 @@
 #ifndef SELVANE_EXAMPLES_CCP4_H
 #define SELVANE_EXAMPLES_CCP4_H
 
-#include "examples/density.h"
-
 #include <string>
+
+#include "examples/density.h"
 
 namespace example {
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // selvane-check: compares the poses of a solution file with the known pose.
-#include "examples/files.h"
-#include "examples/verdict.h"
-
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <stdexcept>
 #include <string>
+
+#include "examples/files.h"
+#include "examples/verdict.h"
 
 namespace {
 

@@ -2,12 +2,12 @@
 #ifndef SELVANE_EXAMPLES_DENSITY_H
 #define SELVANE_EXAMPLES_DENSITY_H
 
-#include "examples/Model.h"
-#include "examples/Random.h"
-
 #include <array>
 #include <cstddef>
 #include <vector>
+
+#include "examples/Model.h"
+#include "examples/Random.h"
 
 namespace example {
 

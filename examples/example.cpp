@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "examples/example.h"
 
-#include "examples/ccp4.h"
-#include "examples/files.h"
-#include "examples/pdb.h"
-#include "examples/polypeptide.h"
-
 #include <array>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <stdexcept>
+
+#include "examples/ccp4.h"
+#include "examples/files.h"
+#include "examples/pdb.h"
+#include "examples/polypeptide.h"
 
 namespace example {
 namespace {

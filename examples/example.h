@@ -2,11 +2,11 @@
 #ifndef SELVANE_EXAMPLES_EXAMPLE_H
 #define SELVANE_EXAMPLES_EXAMPLE_H
 
-#include "examples/Model.h"
-#include "examples/density.h"
-
 #include <cstdint>
 #include <string>
+
+#include "examples/Model.h"
+#include "examples/density.h"
 
 namespace example {
 

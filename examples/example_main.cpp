@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // selvane-example: writes a model and a simulated map whose relative pose is known.
-#include "examples/example.h"
-
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "examples/example.h"
 
 namespace {
 

@@ -2,11 +2,11 @@
 #ifndef SELVANE_EXAMPLES_PDB_H
 #define SELVANE_EXAMPLES_PDB_H
 
-#include "examples/Model.h"
-
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "examples/Model.h"
 
 namespace example {
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "examples/polypeptide.h"
 
-#include "examples/residues.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -10,6 +8,8 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+
+#include "examples/residues.h"
 
 namespace example {
 namespace {

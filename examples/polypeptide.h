@@ -2,12 +2,12 @@
 #ifndef SELVANE_EXAMPLES_POLYPEPTIDE_H
 #define SELVANE_EXAMPLES_POLYPEPTIDE_H
 
-#include "examples/Model.h"
-#include "examples/Random.h"
-
 #include <cstddef>
 #include <utility>
 #include <vector>
+
+#include "examples/Model.h"
+#include "examples/Random.h"
 
 namespace example {
 

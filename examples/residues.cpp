@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "examples/residues.h"
 
-#include "examples/geometry.h"
-
 #include <stdexcept>
+
+#include "examples/geometry.h"
 
 namespace example {
 namespace {

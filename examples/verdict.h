@@ -2,10 +2,10 @@
 #ifndef SELVANE_EXAMPLES_VERDICT_H
 #define SELVANE_EXAMPLES_VERDICT_H
 
-#include "examples/pdb.h"
-
 #include <string>
 #include <vector>
+
+#include "examples/pdb.h"
 
 namespace example {
 

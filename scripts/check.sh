@@ -6,6 +6,7 @@
 #     tsan         all tests under the thread sanitizer
 #     clang        a build by clang, warnings are errors
 #     tidy         clang-tidy by .clang-tidy
+#     format       clang-format by .clang-format
 #     cppcheck     cppcheck, less the lines of scripts/cppcheck.suppressions
 #     same-answer  scripts/same-answer.sh
 #     fuzz         scripts/fuzz.sh, FUZZ_SECONDS=N for each fuzzer; 600 without
@@ -15,7 +16,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/lib.sh
 
-readonly ALL_STEPS=(cppcheck tidy clang asan-ubsan tsan coverage same-answer fuzz)
+readonly ALL_STEPS=(format cppcheck tidy clang asan-ubsan tsan coverage same-answer fuzz)
 readonly FUZZ_SECONDS="${FUZZ_SECONDS:-600}"
 readonly LEAST_COVERAGE=95 # per cent of lines
 
@@ -45,6 +46,12 @@ check_tidy() {
     cmake --preset tidy
     say "Running clang-tidy on $(sources | wc -l) sources"
     sources | xargs -P "$(jobs_count)" -n 1 clang-tidy --quiet -p build/tidy
+}
+
+# The older clang-format of Debian 12 does not know braces.
+check_format() {
+    require_packages clang-format-16
+    git ls-files '*.cpp' '*.h' | xargs clang-format-16 --dry-run --Werror
 }
 
 check_cppcheck() {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Decompositions/cDecomposition.h"
 
-#include "Decompositions/trilinear.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+
+#include "Decompositions/trilinear.h"
 
 namespace {
 

@@ -2,14 +2,14 @@
 #ifndef SELVANE_DENSITYREADER_CDENSITYMAPCCP4_H
 #define SELVANE_DENSITYREADER_CDENSITYMAPCCP4_H
 
-#include "DensityReader/cDensityMapInterface.h"
-
 #include <array>
 #include <cstdio>
 #include <iosfwd>
 #include <optional>
 #include <set>
 #include <string>
+
+#include "DensityReader/cDensityMapInterface.h"
 
 /// A density map in the CCP4 format: a header of 1024 bytes, an optional block of symmetry records, then
 /// 32-bit floats, columns fastest, then rows, then sections. The members are the header as read.

@@ -1,8 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "DensityReader/cDensityMapCCP4.h"
-
-#include "DensityReader/ccp4Layout.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -16,6 +12,9 @@
 #include <system_error>
 #include <utility>
 #include <vector>
+
+#include "DensityReader/cDensityMapCCP4.h"
+#include "DensityReader/ccp4Layout.h"
 
 namespace {
 

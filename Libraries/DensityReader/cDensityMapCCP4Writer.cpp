@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "DensityReader/cDensityMapCCP4.h"
-
-#include "DensityReader/ccp4Layout.h"
-#include "IO/ResultFile.h"
-
 #include <algorithm>
 #include <cstring>
 #include <limits>
 #include <vector>
+
+#include "DensityReader/cDensityMapCCP4.h"
+#include "DensityReader/ccp4Layout.h"
+#include "IO/ResultFile.h"
 
 namespace {
 

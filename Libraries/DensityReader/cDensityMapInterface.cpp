@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "DensityReader/cDensityMapInterface.h"
 
-#include "Decompositions/trilinear.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <stdexcept>
 #include <utility>
+
+#include "Decompositions/trilinear.h"
 
 namespace {
 

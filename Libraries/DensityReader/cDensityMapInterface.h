@@ -2,17 +2,17 @@
 #ifndef SELVANE_DENSITYREADER_CDENSITYMAPINTERFACE_H
 #define SELVANE_DENSITYREADER_CDENSITYMAPINTERFACE_H
 
-#include "Decompositions/cDecomposition.h"
-#include "DensityReader/VoxelArray.h"
-#include "Math/cBBox.h"
-#include "Math/cGrid.h"
-#include "Math/cVector3.h"
-
 #include <array>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
+
+#include "Decompositions/cDecomposition.h"
+#include "DensityReader/VoxelArray.h"
+#include "Math/cBBox.h"
+#include "Math/cGrid.h"
+#include "Math/cVector3.h"
 
 /// A density map: a field stored voxel by voxel, voxel (i, j, k) along x, y, z at node (i, j, k) of m_grid.
 ///

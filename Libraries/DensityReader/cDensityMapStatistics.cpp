@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Statistics over the voxels, and the operations that change voxels by a rule.
-#include "DensityReader/cDensityMapInterface.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
+
+#include "DensityReader/cDensityMapInterface.h"
 
 namespace {
 

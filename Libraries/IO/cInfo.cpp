@@ -23,15 +23,17 @@ cInfo::cInfo(int width) : m_width(width) {
 }
 
 void cInfo::printInfo(const char* title) {
-    if (m_silent)
+    if (m_silent) {
         return;
+    }
     printTitle(title);
     m_timings.emplace_back(title, 0.0);
 }
 
 void cInfo::printInfo(const char* key, const char* value, const char* unit) {
-    if (m_silent)
+    if (m_silent) {
         return;
+    }
     printKey(key);
     std::printf("%s", value);
     printUnit(unit);
@@ -42,8 +44,9 @@ void cInfo::printInfo(const char* key, const std::string& value, const char* uni
 }
 
 void cInfo::printInfo(const char* key, int value, const char* unit) {
-    if (m_silent)
+    if (m_silent) {
         return;
+    }
     printKey(key);
     std::printf("%d", value);
     printUnit(unit);
@@ -54,27 +57,31 @@ void cInfo::printInfo(const char* key, float value, const char* unit) {
 }
 
 void cInfo::printInfo(const char* key, double value, const char* unit) {
-    if (m_silent)
+    if (m_silent) {
         return;
+    }
     printKey(key);
     std::printf("%g", value);
     printUnit(unit);
 }
 
 void cInfo::printInfo(const char* key, const cVector3& value, const char* unit) {
-    if (m_silent)
+    if (m_silent) {
         return;
+    }
     printKey(key);
-    if (unit != nullptr)
+    if (unit != nullptr) {
         std::printf("[%g %s, %g %s, %g %s]\n", value.x, unit, value.y, unit, value.z, unit);
-    else
+    } else {
         std::printf("[%g, %g, %g]\n", value.x, value.y, value.z);
+    }
 }
 
 void cInfo::printInfo(const char* key, const double* values, int n, const char* unit) {
     static const std::string BLANKS(62, ' ');
-    if (m_silent)
+    if (m_silent) {
         return;
+    }
     const int keyLength = length(key);
     std::printf("%s :\n", key);
     for (int i = 1; i <= n; ++i) {
@@ -86,8 +93,9 @@ void cInfo::printInfo(const char* key, const double* values, int n, const char* 
 
 void cInfo::saveTimeInterval(double seconds) {
     // Deliberate: the last row takes it also when a silent stage opened none.
-    if (!m_timings.empty())
+    if (!m_timings.empty()) {
         m_timings.back().second = seconds;
+    }
 }
 
 void cInfo::saveTimeInterval(const char* name, double seconds) {
@@ -111,8 +119,9 @@ void cInfo::printHeader(const char* text, int kind) {
 
 void cInfo::printTimings() {
     printHeader(" Timing : ", 0);
-    for (const auto& [name, seconds] : m_timings)
+    for (const auto& [name, seconds] : m_timings) {
         printSeconds(name.c_str(), seconds);
+    }
     printHeader("Total time : ", 1);
 }
 
@@ -140,7 +149,8 @@ void cInfo::printKey(const char* key) const {
 }
 
 void cInfo::printUnit(const char* unit) {
-    if (unit != nullptr)
+    if (unit != nullptr) {
         std::printf(" %s", unit);
+    }
     std::putchar('\n');
 }

@@ -53,8 +53,9 @@ void printFramed(int width, const BannerLine& line, bool onTerminal) {
 void printHeader(int width) {
     const bool onTerminal = isatty(fileno(stdout)) != 0;
     printRule(width, '*');
-    for (const BannerLine& line : BANNER)
+    for (const BannerLine& line : BANNER) {
         printFramed(width, line, onTerminal);
+    }
     printRule(width, '-');
     printRule(width, '*');
 }

@@ -2,12 +2,12 @@
 #ifndef SELVANE_INTERPOLATION_TRILINEARSAMPLER_H
 #define SELVANE_INTERPOLATION_TRILINEARSAMPLER_H
 
+#include <cstddef>
+#include <vector>
+
 #include "Math/cGrid.h"
 #include "Math/cVector3.h"
 #include "Math/multiversion.h"
-
-#include <cstddef>
-#include <vector>
 
 namespace lerp {
 

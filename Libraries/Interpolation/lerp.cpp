@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Interpolation/lerp.h"
 
-#include "Interpolation/TrilinearSampler.h"
-#include "Math/cGrid.h"
-#include "Math/cMatrix33.h"
-#include "Math/multiversion.h"
-
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <string>
+
+#include "Interpolation/TrilinearSampler.h"
+#include "Math/cGrid.h"
+#include "Math/cMatrix33.h"
+#include "Math/multiversion.h"
 
 namespace {
 

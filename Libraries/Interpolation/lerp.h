@@ -2,9 +2,9 @@
 #ifndef SELVANE_INTERPOLATION_LERP_H
 #define SELVANE_INTERPOLATION_LERP_H
 
-#include "Math/cVector3.h"
-
 #include <vector>
+
+#include "Math/cVector3.h"
 
 class cGrid;
 class cMatrix33;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Math/cBBox.h"
 
-#include "Math/cGrid.h"
-#include "Math/cMatrix33.h"
-
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
+
+#include "Math/cGrid.h"
+#include "Math/cMatrix33.h"
 
 cBBox::cBBox() : m_min(-1, -1, -1), m_max(1, 1, 1) {
     // Deliberate: every default box, and so every grid, restarts the sequence of rand().

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Math/cGrid.h"
 
-#include "IO/cInfo.h"
-#include "Math/RotatedLattice.h"
-#include "Math/cMatrix33.h"
-
 #include <algorithm>
 #include <ostream>
 #include <stdexcept>
 #include <string>
+
+#include "IO/cInfo.h"
+#include "Math/RotatedLattice.h"
+#include "Math/cMatrix33.h"
 
 namespace {
 

@@ -2,13 +2,13 @@
 #ifndef SELVANE_MATH_CGRID_H
 #define SELVANE_MATH_CGRID_H
 
-#include "Math/FlatIndexTable.h"
-#include "Math/cBBox.h"
-#include "Math/cVector3.h"
-
 #include <array>
 #include <iosfwd>
 #include <vector>
+
+#include "Math/FlatIndexTable.h"
+#include "Math/cBBox.h"
+#include "Math/cVector3.h"
 
 class cInfo;
 class cMatrix33;

@@ -2,10 +2,10 @@
 #ifndef SELVANE_MATH_CMATRIX33_H
 #define SELVANE_MATH_CMATRIX33_H
 
-#include "Math/cVector3.h"
-
 #include <array>
 #include <iosfwd>
+
+#include "Math/cVector3.h"
 
 /// A 3 x 3 matrix of doubles, row-major: element (row r, column c) is number 3 r + c.
 ///

@@ -2,12 +2,13 @@
 #ifndef SELVANE_MATH_STRUCTURE_H
 #define SELVANE_MATH_STRUCTURE_H
 
-#include <Eigen/Core>
-#include <armadillo>
 #include <array>
 #include <list>
 #include <map>
 #include <vector>
+
+#include <Eigen/Core>
+#include <armadillo>
 
 #include "Math/cMatrix33.h"
 #include "Math/cVector3.h"

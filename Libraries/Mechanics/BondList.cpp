@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Mechanics/BondList.h"
 
-#include "PDB/NeighbourList.h"
-#include "PDB/cAtomGrid.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -12,6 +9,9 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+
+#include "PDB/NeighbourList.h"
+#include "PDB/cAtomGrid.h"
 
 namespace {
 
@@ -32,16 +32,18 @@ bool isAlternative(const cPDBAtom& atom) {
 bool areAlternatives(const cPDBAtom& a, const cPDBAtom& b) {
     const char first = a.m_altLoc[0];
     const char second = b.m_altLoc[0];
-    if (first != second && isLetter(first) && isLetter(second) && a.m_resSeq == b.m_resSeq)
+    if (first != second && isLetter(first) && isLetter(second) && a.m_resSeq == b.m_resSeq) {
         return true;
+    }
     return (isAlternative(a) || isAlternative(b)) && a.isBackbone() && b.isBackbone();
 }
 
 /// Deliberate: a residue without an insertion code and the one with 'A' of the same number are no
 /// neighbours, since a blank and 'A' are far apart.
 bool areNeighbourResidues(const cPDBAtom& a, const cPDBAtom& b) {
-    if (a.m_resSeq == b.m_resSeq)
+    if (a.m_resSeq == b.m_resSeq) {
         return std::abs(a.m_iCode[0] - b.m_iCode[0]) <= 1;
+    }
     return std::abs(static_cast<long>(a.m_resSeq) - b.m_resSeq) <= 1;
 }
 
@@ -50,10 +52,12 @@ bool isSulphurOfCysteine(const cPDBAtom& atom) {
 }
 
 void checkIndices(const cPDBAtom& a, const cPDBAtom& b) {
-    if (std::min(a.m_index, b.m_index) < 0)
+    if (std::min(a.m_index, b.m_index) < 0) {
         throw std::out_of_range("BondList: a bond of atom " + std::to_string(std::min(a.m_index, b.m_index)));
-    if (a.m_index == b.m_index)
+    }
+    if (a.m_index == b.m_index) {
         throw std::logic_error("BondList: a bond of two atoms with the index " + std::to_string(a.m_index));
+    }
 }
 
 double excess(const BondedPair& bond) {
@@ -100,8 +104,9 @@ void BondList::addBonds(const cPDBAtom::cNeighbourList& list, std::vector<Arm>& 
         const cPDBAtom& second = *record.m_second;
         const double limit2 = checkForCovalentBond(first, second, record.m_distance2);
         // The rule for waters has no lower bound of the distance, so it takes an atom for its own partner.
-        if (&first == &second || !(limit2 > 0.0))
+        if (&first == &second || !(limit2 > 0.0)) {
             continue;
+        }
         checkIndices(first, second);
         const double length = std::sqrt(record.m_distance2);
         m_bonds.push_back({first.m_index, second.m_index, limit2, length, length});
@@ -118,34 +123,42 @@ void BondList::addAngles(std::vector<Arm>& arms) {
         arms.end());
     for (auto first = arms.begin(); first != arms.end(); ++first) {
         const cPDBAtom& centre = *first->m_centre;
-        for (auto last = first + 1; last != arms.end() && last->m_centre->m_index == centre.m_index; ++last)
+        for (auto last = first + 1; last != arms.end() && last->m_centre->m_index == centre.m_index; ++last) {
             m_angles.push_back(
                 {first->m_end->m_index, centre.m_index, last->m_end->m_index,
                  computeAngle(first->m_end->m_position, centre.m_position, last->m_end->m_position)});
+        }
     }
 }
 
 double BondList::checkForCovalentBond(const cPDBAtom& a, const cPDBAtom& b, double d2) {
     const bool isWaterPair = a.m_resType == WATER_TYPE && b.m_resType == WATER_TYPE;
-    if (!isWaterPair && (a.m_resType == WATER_TYPE || b.m_resType == WATER_TYPE))
+    if (!isWaterPair && (a.m_resType == WATER_TYPE || b.m_resType == WATER_TYPE)) {
         return 0.0;
+    }
     // Deliberate: at once, whatever their chains and residues and however near.
-    if (isWaterPair && d2 < HYDROGEN_LIMIT2)
+    if (isWaterPair && d2 < HYDROGEN_LIMIT2) {
         return HYDROGEN_LIMIT2;
-    if (a.m_chain[0] != b.m_chain[0])
+    }
+    if (a.m_chain[0] != b.m_chain[0]) {
         return 0.0;
-    if (a.isHydrogen() && b.isHydrogen())
+    }
+    if (a.isHydrogen() && b.isHydrogen()) {
         return 0.0;
-    if ((a.isHydrogen() || b.isHydrogen()) && d2 >= HYDROGEN_LIMIT2)
+    }
+    if ((a.isHydrogen() || b.isHydrogen()) && d2 >= HYDROGEN_LIMIT2) {
         return 0.0;
-    if (areAlternatives(a, b) || !areNeighbourResidues(a, b))
+    }
+    if (areAlternatives(a, b) || !areNeighbourResidues(a, b)) {
         return 0.0;
+    }
     // Deliberate: summed in the precision of the tables.
     const float radii = a.m_radius + b.m_radius;
     const double limit = RADIUS_FRACTION * static_cast<double>(radii);
     const double limit2 = limit * limit;
-    if (!(limit2 >= d2 && d2 > SAME_PLACE2))
+    if (!(limit2 >= d2 && d2 > SAME_PLACE2)) {
         return 0.0;
+    }
     // Deliberate: a disulfide bridge is no bond here.
     return isSulphurOfCysteine(a) && isSulphurOfCysteine(b) ? 0.0 : limit2;
 }
@@ -159,16 +172,20 @@ double BondList::computeAngle(const cVector3& a, const cVector3& centre, const c
 
 template <typename PositionOf>
 void BondList::update(std::size_t nAtoms, PositionOf positionOf) {
-    for (const BondedPair& bond : m_bonds)
-        if (static_cast<std::size_t>(std::max(bond.m_first, bond.m_second)) >= nAtoms)
+    for (const BondedPair& bond : m_bonds) {
+        if (static_cast<std::size_t>(std::max(bond.m_first, bond.m_second)) >= nAtoms) {
             throw std::length_error("BondList: " + std::to_string(nAtoms) +
                                     " positions, but a bond of atom " +
                                     std::to_string(std::max(bond.m_first, bond.m_second)));
+        }
+    }
     const auto at = [&](int atom) { return positionOf(static_cast<std::size_t>(atom)); };
-    for (BondedPair& bond : m_bonds)
+    for (BondedPair& bond : m_bonds) {
         bond.m_length = (at(bond.m_first) - at(bond.m_second)).norm();
-    for (BondedAngle& angle : m_angles)
+    }
+    for (BondedAngle& angle : m_angles) {
         angle.m_angle = computeAngle(at(angle.m_first), at(angle.m_centre), at(angle.m_last));
+    }
 }
 
 void BondList::updateAtomPosition(const std::vector<cPDBAtom>& atoms) {
@@ -195,7 +212,8 @@ void BondList::getBrokenBondSeverity(std::vector<double>& out) const {
 
 double BondList::getBrokenBondSeverity() const {
     double largest = 0.0;
-    for (const BondedPair& bond : m_bonds)
+    for (const BondedPair& bond : m_bonds) {
         largest = std::max(largest, excess(bond));
+    }
     return largest;
 }

@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Mechanics/System.h"
 
-#include "IO/cInfo.h"
-#include "PDB/NeighbourList.h"
-#include "PDB/cAtomGrid.h"
-#include "PDB/cPDBAtom.h"
-#include "PDB/cTrajectory.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -16,6 +10,12 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "IO/cInfo.h"
+#include "PDB/NeighbourList.h"
+#include "PDB/cAtomGrid.h"
+#include "PDB/cPDBAtom.h"
+#include "PDB/cTrajectory.h"
 
 namespace {
 
@@ -37,27 +37,32 @@ RecordsByAtom groupByFirstAtom(const Neighbours& neighbours, std::size_t nAtoms)
     RecordsByAtom records;
     records.begin.assign(nAtoms + 1, 0);
     for (const auto& record : neighbours) {
-        for (const int atom : {record.m_firstIndex, record.m_secondIndex})
-            if (atom < 0 || static_cast<std::size_t>(atom) >= nAtoms)
+        for (const int atom : {record.m_firstIndex, record.m_secondIndex}) {
+            if (atom < 0 || static_cast<std::size_t>(atom) >= nAtoms) {
                 throw std::out_of_range("System: neighbour record of atom " + std::to_string(atom) + " of " +
                                         std::to_string(nAtoms));
+            }
+        }
         ++records.begin[static_cast<std::size_t>(record.m_firstIndex) + 1];
     }
-    for (std::size_t atom = 0; atom < nAtoms; ++atom)
+    for (std::size_t atom = 0; atom < nAtoms; ++atom) {
         records.begin[atom + 1] += records.begin[atom];
+    }
 
     std::vector<std::size_t> next(records.begin.begin(), records.begin.end() - 1);
     records.order.resize(neighbours.size());
-    for (std::size_t number = 0; number < neighbours.size(); ++number)
+    for (std::size_t number = 0; number < neighbours.size(); ++number) {
         records.order[next[static_cast<std::size_t>(neighbours[number].m_firstIndex)]++] = number;
+    }
     return records;
 }
 
 /// A network that doesn't have the entries that its springs call for can't be used.
 /// Deliberate: the status is 0.
 [[noreturn]] void endWithCount(cInfo* info, std::size_t count, const char* what) {
-    if (info)
+    if (info) {
         info->printInfo("Error : Hessian contains only", std::to_string(count), what);
+    }
     std::exit(0);
 }
 
@@ -67,13 +72,15 @@ void checkEveryAtomHasNeighbours(const RecordsByAtom& records, std::size_t nAtom
     std::size_t entries = 0;
     std::size_t firstLonely = nAtoms;
     for (std::size_t atom = 0; atom < nAtoms; ++atom) {
-        if (records.count(atom) > 0)
+        if (records.count(atom) > 0) {
             entries += blockEntries * (records.count(atom) + 1);
-        else
+        } else {
             firstLonely = std::min(firstLonely, atom);
+        }
     }
-    if (entries == expected)
+    if (entries == expected) {
         return;
+    }
     std::fprintf(stderr,
                  "selvane: atom %zu (counted from 0) has no other atom within the cut-off of the elastic "
                  "network; raise the cut-off or take the atom out of the model\n",
@@ -91,8 +98,9 @@ std::vector<Block> blocksOf(std::size_t atom, const Neighbours& neighbours, cons
                             double k) {
     std::vector<std::pair<int, std::size_t>> numbers;
     numbers.reserve(records.count(atom));
-    for (std::size_t place = records.begin[atom]; place < records.begin[atom + 1]; ++place)
+    for (std::size_t place = records.begin[atom]; place < records.begin[atom + 1]; ++place) {
         numbers.emplace_back(neighbours[records.order[place]].m_secondIndex, records.order[place]);
+    }
     std::sort(numbers.begin(), numbers.end());
 
     std::vector<Block> blocks;
@@ -102,13 +110,14 @@ std::vector<Block> blocksOf(std::size_t atom, const Neighbours& neighbours, cons
         const auto& record = neighbours[number];
         Block block{static_cast<std::size_t>(neighbour), {}};
         const double factor = record.m_distance2 > 0.0 ? -k / record.m_distance2 : 0.0;
-        for (std::size_t a = 0; a < 3; ++a)
+        for (std::size_t a = 0; a < 3; ++a) {
             for (std::size_t b = 0; b < 3; ++b) {
                 const double ra = record.m_first[a] - record.m_second[a];
                 const double rb = record.m_first[b] - record.m_second[b];
                 block.elements[a][b] = factor * (ra * rb);
                 diagonal.elements[a][b] -= block.elements[a][b];
             }
+        }
         blocks.push_back(block);
     }
     const auto place = std::find_if(blocks.begin(), blocks.end(),
@@ -118,9 +127,10 @@ std::vector<Block> blocksOf(std::size_t atom, const Neighbours& neighbours, cons
     const auto twice = std::adjacent_find(blocks.begin(), blocks.end(), [](const Block& a, const Block& b) {
         return a.neighbour == b.neighbour;
     });
-    if (twice != blocks.end())
+    if (twice != blocks.end()) {
         throw std::logic_error("System: more than one neighbour record of atoms " + std::to_string(atom) +
                                " and " + std::to_string(twice->neighbour));
+    }
     return blocks;
 }
 
@@ -145,8 +155,9 @@ std::unique_ptr<arma::SpMat<double>> assemble(const Neighbours& neighbours, cons
     for (std::size_t atom = 0; atom < nAtoms; ++atom) {
         const std::vector<Block> blocks = blocksOf(atom, neighbours, records, k);
         for (std::size_t a = 0; a < 3; ++a) {
-            for (const Block& block : blocks)
+            for (const Block& block : blocks) {
                 emit(atom, a, block);
+            }
             *columnEnd++ = entry;
         }
     }
@@ -176,8 +187,9 @@ System::System(std::vector<cPDBAtom>& atoms, double cutoff, double k, cInfo* inf
 
 System::System(cTrajectory* trajectory, const std::vector<double>& masses, cInfo* info)
     : m_info(info), m_nDof(static_cast<unsigned int>(3 * masses.size())), m_springConstant(0.0) {
-    if (!trajectory)
+    if (!trajectory) {
         throw std::invalid_argument("System: there is no trajectory");
+    }
     buildIsqrtMassMatrix(masses);
     m_trajectoryCovariance = trajectory->getCovariance(masses);
     m_covariance = m_trajectoryCovariance.get();
@@ -211,17 +223,20 @@ void System::buildSqrtMassMatrix() {
 
 void System::buildMassWeightedStiffnessMatrix(const NeighbourList<std::array<double, 3>>& neighbours,
                                               unsigned int nAtoms) {
-    if (m_isqrtMass.n_elem != 3ull * nAtoms)
+    if (m_isqrtMass.n_elem != 3ull * nAtoms) {
         throw std::length_error("System: " + std::to_string(nAtoms) + " atoms, but masses of " +
                                 std::to_string(m_isqrtMass.n_elem / 3));
+    }
     const RecordsByAtom records = groupByFirstAtom(neighbours, nAtoms);
-    if (records.begin.back() != neighbours.size())
+    if (records.begin.back() != neighbours.size()) {
         endWithCount(m_info, records.begin.back(), "interactions");
+    }
 
     const std::size_t nnz = blockEntries * neighbours.size() + blockEntries * nAtoms;
-    if (m_info)
+    if (m_info) {
         m_info->printInfo(" Memory required for the Hessian matrix",
                           static_cast<double>(2 * nnz + nnz) * 8.0 / megabyte, "Mb");
+    }
     checkEveryAtomHasNeighbours(records, nAtoms, nnz, m_info);
 
     m_hessian = assemble(neighbours, records, m_isqrtMass, m_springConstant, nnz);

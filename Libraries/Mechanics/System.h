@@ -2,10 +2,11 @@
 #ifndef SELVANE_MECHANICS_SYSTEM_H
 #define SELVANE_MECHANICS_SYSTEM_H
 
-#include <armadillo>
 #include <array>
 #include <memory>
 #include <vector>
+
+#include <armadillo>
 
 class cInfo;
 class cPDBAtom;

@@ -2,14 +2,15 @@
 #ifndef SELVANE_NMAENGINE_NORMALMODEENGINE_H
 #define SELVANE_NMAENGINE_NORMALMODEENGINE_H
 
-#include "Math/cVector3.h"
-
-#include <armadillo>
 #include <array>
 #include <list>
 #include <memory>
 #include <set>
 #include <vector>
+
+#include <armadillo>
+
+#include "Math/cVector3.h"
 
 class System;
 class cInfo;

@@ -2,15 +2,16 @@
 #ifndef SELVANE_NMAENGINE_SYMEIGSSOLVER_H
 #define SELVANE_NMAENGINE_SYMEIGSSOLVER_H
 
-#include "NMAEngine/TridiagEigen.h"
-#include "NMAEngine/TridiagQR.h"
-
 #include <algorithm>
-#include <armadillo>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
 #include <vector>
+
+#include <armadillo>
+
+#include "NMAEngine/TridiagEigen.h"
+#include "NMAEngine/TridiagQR.h"
 
 /// The largest eigenvalues of a symmetric operator A that is known by its products with vectors alone:
 /// Lanczos' method (C. Lanczos, 1950) with implicit restarts by exact shifts (D. C. Sorensen, 1992).
@@ -113,17 +114,20 @@ private:
 template <typename Scalar, int SelectionRule, typename Operator>
 SymEigsSolver<Scalar, SelectionRule, Operator>::SymEigsSolver(const Operator* op, int nev, int ncv)
     : m_op(op), m_dimN(dimensionOf(*op)), m_nev(nev), m_ncv(std::min(ncv, m_dimN)) {
-    if (nev < 1 || nev > m_dimN - 1)
+    if (nev < 1 || nev > m_dimN - 1) {
         throw std::invalid_argument("nev must satisfy 1 <= nev <= n - 1, n is the size of matrix");
-    if (ncv <= nev || ncv > m_dimN)
+    }
+    if (ncv <= nev || ncv > m_dimN) {
         throw std::invalid_argument("ncv must satisfy nev < ncv <= n, n is the size of matrix");
+    }
 }
 
 template <typename Scalar, int SelectionRule, typename Operator>
 int SymEigsSolver<Scalar, SelectionRule, Operator>::dimensionOf(const Operator& op) {
     const auto rows = op.rows();
-    if (rows > static_cast<decltype(rows)>(std::numeric_limits<int>::max()))
+    if (rows > static_cast<decltype(rows)>(std::numeric_limits<int>::max())) {
         throw std::length_error("SymEigsSolver: the operator has more rows than an int can count");
+    }
     return static_cast<int>(rows);
 }
 
@@ -143,8 +147,9 @@ void SymEigsSolver<Scalar, SelectionRule, Operator>::init(const Scalar* resid) {
 
     const Vector start(resid, n);
     const Scalar length = arma::norm(start);
-    if (length < m_prec)
+    if (length < m_prec) {
         throw std::invalid_argument("initial residual vector cannot be zero");
+    }
     const Vector v = start / length;
     m_facV.col(0) = v;
     const Vector w = multiply(v);
@@ -159,8 +164,9 @@ int SymEigsSolver<Scalar, SelectionRule, Operator>::compute() {
     int nRestarts = 0;
     for (; nRestarts < maxRestarts; ++nRestarts) {
         const int nConverged = testConvergence();
-        if (nConverged >= m_nev)
+        if (nConverged >= m_nev) {
             break;
+        }
         restart(nKept(nConverged));
     }
     sort_ritzpair();
@@ -171,17 +177,20 @@ int SymEigsSolver<Scalar, SelectionRule, Operator>::compute() {
 /// How many steps a restart keeps: the more the more pairs have converged, lest they take all the room.
 template <typename Scalar, int SelectionRule, typename Operator>
 int SymEigsSolver<Scalar, SelectionRule, Operator>::nKept(int nConverged) const {
-    if (m_nev == 1 && m_ncv >= 6)
+    if (m_nev == 1 && m_ncv >= 6) {
         return m_ncv / 2;
-    if (m_nev == 1 && m_ncv > 2)
+    }
+    if (m_nev == 1 && m_ncv > 2) {
         return 2;
+    }
     return m_nev + std::min(nConverged, (m_ncv - m_nev) / 2);
 }
 
 template <typename Scalar, int SelectionRule, typename Operator>
 void SymEigsSolver<Scalar, SelectionRule, Operator>::factorize_from(int from, int to, const Vector& fk) {
-    if (to <= from)
+    if (to <= from) {
         return;
+    }
     m_facF = fk;
     const auto first = static_cast<arma::uword>(from);
     m_facH.tail_cols(m_facH.n_cols - first).zeros();
@@ -195,8 +204,9 @@ void SymEigsSolver<Scalar, SelectionRule, Operator>::factorize_from(int from, in
         const Vector w = multiply(v);
         m_facH(i, i) = arma::dot(v, w);
         m_facF = w - m_facH(i, i) * v;
-        if (!replaced)
+        if (!replaced) {
             m_facF -= beta * m_facV.col(i - 1);
+        }
         reorthogonalise(i);
     }
 }
@@ -204,8 +214,9 @@ void SymEigsSolver<Scalar, SelectionRule, Operator>::factorize_from(int from, in
 /// If the first i vectors span an invariant subspace, goes on from a random direction orthogonal to it.
 template <typename Scalar, int SelectionRule, typename Operator>
 bool SymEigsSolver<Scalar, SelectionRule, Operator>::replaceVanishingResidual(arma::uword i) {
-    if (!(arma::norm(m_facF) < m_prec))
+    if (!(arma::norm(m_facF) < m_prec)) {
         return false;
+    }
     m_facF = arma::randu<Vector>(m_facF.n_elem) - Scalar(0.5);
     const auto basis = m_facV.head_cols(i);
     m_facF -= basis * Vector(basis.t() * m_facF);
@@ -219,8 +230,9 @@ void SymEigsSolver<Scalar, SelectionRule, Operator>::reorthogonalise(arma::uword
     const auto basis = m_facV.head_cols(i + 1);
     Vector overlaps = basis.t() * m_facF;
     for (int pass = 0; pass < maxReorthogonalisations; ++pass) {
-        if (!(arma::abs(overlaps).max() > m_prec * arma::norm(m_facF)))
+        if (!(arma::abs(overlaps).max() > m_prec * arma::norm(m_facF))) {
             break;
+        }
         m_facF -= basis * overlaps;
         m_facH(i - 1, i) += overlaps[i - 1];
         m_facH(i, i - 1) = m_facH(i - 1, i);
@@ -249,8 +261,9 @@ int SymEigsSolver<Scalar, SelectionRule, Operator>::testConvergence() {
 
 template <typename Scalar, int SelectionRule, typename Operator>
 void SymEigsSolver<Scalar, SelectionRule, Operator>::restart(int k) {
-    if (k >= m_ncv)
+    if (k >= m_ncv) {
         return;
+    }
     const arma::uword ncv = m_facH.n_rows;
     Matrix Q(ncv, ncv, arma::fill::eye);
     TridiagQR<Scalar> qr;
@@ -307,9 +320,11 @@ void SymEigsSolver<Scalar, SelectionRule, Operator>::sort_ritzpair() {
 template <typename Scalar, int SelectionRule, typename Operator>
 arma::uvec SymEigsSolver<Scalar, SelectionRule, Operator>::converged() const {
     std::vector<arma::uword> places;
-    for (std::size_t j = 0; j < m_ritzConv.size(); ++j)
-        if (m_ritzConv[j])
+    for (std::size_t j = 0; j < m_ritzConv.size(); ++j) {
+        if (m_ritzConv[j]) {
             places.push_back(j);
+        }
+    }
     return arma::uvec(places);
 }
 
@@ -323,8 +338,9 @@ arma::Mat<Scalar> SymEigsSolver<Scalar, SelectionRule, Operator>::eigenvectors(i
     const arma::uvec places = converged();
     const auto wanted = static_cast<arma::uword>(std::max(nvec, 0));
     const arma::uword count = std::min(wanted, places.n_elem);
-    if (count == 0)
+    if (count == 0) {
         return Matrix(static_cast<arma::uword>(m_dimN), 0);
+    }
     return m_facV * m_ritzVec.cols(places.head(count));
 }
 

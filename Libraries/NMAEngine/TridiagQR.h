@@ -26,12 +26,14 @@ public:
 
 template <typename Scalar>
 void TridiagQR<Scalar>::compute(const arma::Mat<Scalar>& mat) {
-    if (!mat.is_square() || mat.n_rows < 2)
+    if (!mat.is_square() || mat.n_rows < 2) {
         throw std::invalid_argument("TridiagQR: matrix must be square, with two rows or more");
+    }
     this->setSize(mat);
     m_matT.zeros(mat.n_rows, mat.n_cols);
-    for (const arma::sword k : {-1, 0, 1})
+    for (const arma::sword k : {-1, 0, 1}) {
         m_matT.diag(k) = mat.diag(k);
+    }
     const arma::uword last = mat.n_rows - 2;
     for (arma::uword i = 0; i <= last; ++i) {
         const auto [c, s, length] = this->rotationOf(m_matT(i, i), m_matT(i + 1, i));
@@ -43,8 +45,9 @@ void TridiagQR<Scalar>::compute(const arma::Mat<Scalar>& mat) {
         const Scalar lower = m_matT(i + 1, i + 1);
         m_matT(i, i + 1) = c * upper - s * lower;
         m_matT(i + 1, i + 1) = s * upper + c * lower;
-        if (i == last)
+        if (i == last) {
             break;
+        }
         m_matT(i, i + 2) = -s * m_matT(i + 1, i + 2); // the rotation fills the second superdiagonal
         m_matT(i + 1, i + 2) *= c;
     }
@@ -53,8 +56,9 @@ void TridiagQR<Scalar>::compute(const arma::Mat<Scalar>& mat) {
 
 template <typename Scalar>
 arma::Mat<Scalar> TridiagQR<Scalar>::matrix_RQ() const {
-    if (!m_computed)
+    if (!m_computed) {
         throw std::logic_error("TridiagQR: need to call compute() first");
+    }
     arma::Mat<Scalar> product(m_matT.n_rows, m_matT.n_cols, arma::fill::zeros);
     product.diag() = m_matT.diag();
     product.diag(1) = m_matT.diag(1);

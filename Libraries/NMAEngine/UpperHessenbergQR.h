@@ -2,10 +2,11 @@
 #ifndef SELVANE_NMAENGINE_UPPERHESSENBERGQR_H
 #define SELVANE_NMAENGINE_UPPERHESSENBERGQR_H
 
-#include <armadillo>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+
+#include <armadillo>
 
 /// QR factorisation H = Q R of an upper Hessenberg matrix by n - 1 Givens rotations (G. H. Golub and C. F.
 /// Van Loan, Matrix Computations). Rotation i makes the entry (i + 1, i) vanish, by
@@ -40,8 +41,9 @@ protected:
     /// zero.
     static Rotation rotationOf(Scalar x, Scalar y) {
         const Scalar length = std::sqrt(x * x + y * y);
-        if (length <= std::numeric_limits<Scalar>::epsilon())
+        if (length <= std::numeric_limits<Scalar>::epsilon()) {
             return {Scalar(1), Scalar(0), Scalar(0)};
+        }
         return {x / length, -y / length, length};
     }
 
@@ -57,13 +59,15 @@ protected:
 
 template <typename Scalar>
 void UpperHessenbergQR<Scalar>::compute(const arma::Mat<Scalar>& mat) {
-    if (!mat.is_square())
+    if (!mat.is_square()) {
         throw std::invalid_argument("UpperHessenbergQR: matrix must be square");
+    }
     setSize(mat);
     m_matT = mat;
     for (arma::uword i = 0; i < m_rotCos.n_elem; ++i) {
-        for (arma::uword below = i + 2; below < mat.n_rows; ++below)
+        for (arma::uword below = i + 2; below < mat.n_rows; ++below) {
             m_matT(below, i) = Scalar(0);
+        }
         const Rotation rotation = rotationOf(m_matT(i, i), m_matT(i + 1, i));
         m_rotCos[i] = rotation.cos;
         m_rotSin[i] = rotation.sin;
@@ -81,8 +85,9 @@ void UpperHessenbergQR<Scalar>::compute(const arma::Mat<Scalar>& mat) {
 
 template <typename Scalar>
 arma::Mat<Scalar> UpperHessenbergQR<Scalar>::matrix_RQ() const {
-    if (!m_computed)
+    if (!m_computed) {
         throw std::logic_error("UpperHessenbergQR: need to call compute() first");
+    }
     arma::Mat<Scalar> product = arma::trimatu(m_matT);
     for (arma::uword i = 0; i < m_rotCos.n_elem; ++i) {
         const Scalar c = m_rotCos[i];

@@ -1,10 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // From coordinates back to mode amplitudes.
-#include "NMAEngine/NormalModeEngine.h"
-
-#include "Math/structure.h"
-#include "Mechanics/System.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -13,34 +8,42 @@
 #include <stdexcept>
 #include <string>
 
+#include "Math/structure.h"
+#include "Mechanics/System.h"
+#include "NMAEngine/NormalModeEngine.h"
+
 namespace {
 
 /// The coordinate rows of the listed atoms, of all if there is no list.
 arma::uvec rowsOf(const std::vector<unsigned int>* atomList, std::size_t nAtoms) {
     std::vector<unsigned int> atoms(nAtoms);
     std::iota(atoms.begin(), atoms.end(), 0u);
-    if (atomList)
+    if (atomList) {
         atoms = *atomList;
+    }
     arma::uvec rows(3 * atoms.size());
     for (std::size_t i = 0; i < rows.n_elem; ++i) {
-        if (atoms[i / 3] >= nAtoms)
+        if (atoms[i / 3] >= nAtoms) {
             throw std::out_of_range("NormalModeEngine: atom " + std::to_string(atoms[i / 3]) + " of " +
                                     std::to_string(nAtoms));
+        }
         rows[i] = 3 * static_cast<arma::uword>(atoms[i / 3]) + i % 3;
     }
     return rows;
 }
 
 void checkAtoms(std::size_t found, std::size_t expected) {
-    if (found != expected)
+    if (found != expected) {
         throw std::length_error("NormalModeEngine: " + std::to_string(found) + " atoms, but modes of " +
                                 std::to_string(expected));
+    }
 }
 
 void print(double rmsdBefore, double rmsdAfter, const std::vector<double>& amplitudes) {
     std::printf("%12.6f%12.6f", rmsdBefore, rmsdAfter);
-    for (const double amplitude : amplitudes)
+    for (const double amplitude : amplitudes) {
         std::printf("%12.6f", amplitude);
+    }
     std::printf("\n");
 }
 

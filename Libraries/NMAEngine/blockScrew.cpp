@@ -21,8 +21,9 @@ cMatrix33 turning(const cVector3& axis, double angle) {
 BlockScrew BlockScrew::followingVelocity(const cVector3& center, const cVector3& turn, const cVector3& travel,
                                          double leastTurn) {
     const double angle = turn.norm();
-    if (isTranslation(angle, leastTurn))
+    if (isTranslation(angle, leastTurn)) {
         return {center, cMatrix33(), travel};
+    }
     const cVector3 axis = turn / angle;
     const double folded = std::fmod(angle, fullTurn);
     const cVector3 along = axis * (travel | axis);
@@ -36,7 +37,8 @@ BlockScrew BlockScrew::followingVelocity(const cVector3& center, const cVector3&
 BlockScrew BlockScrew::movingCentre(const cVector3& center, const cVector3& turn, const cVector3& travel,
                                     double leastTurn) {
     const double angle = turn.norm();
-    if (isTranslation(angle, leastTurn))
+    if (isTranslation(angle, leastTurn)) {
         return {center, cMatrix33(), travel};
+    }
     return {center, turning(turn / angle, std::fmod(angle, fullTurn)), travel};
 }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "NMAEngine/blockSuperposition.h"
 
-#include "Math/structure.h"
-#include "QCProt/qcprot.h"
-
 #include <cmath>
 #include <memory>
+
+#include "Math/structure.h"
+#include "QCProt/qcprot.h"
 
 namespace {
 
@@ -33,9 +33,11 @@ double trace(const double* A) {
 /// Second moments of rank one stay so under a rotation.
 bool isLine(const double* A) {
     double traceOfSquare = 0.0;
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j)
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
             traceOfSquare += A[3 * i + j] * A[3 * j + i];
+        }
+    }
     const double square = trace(A) * trace(A);
     return 0.5 * (square - traceOfSquare) <= noWidth * square;
 }
@@ -43,8 +45,9 @@ bool isLine(const double* A) {
 /// Of A = s u (R u)^T: the vector u x R u, whose length is the sine of the angle between the lines and for
 /// a small motion the angle.
 cVector3 shortestTurn(const double* A) {
-    if (!(trace(A) > 0.0))
+    if (!(trace(A) > 0.0)) {
         return cVector3(0.0);
+    }
     return cVector3(A[5] - A[7], A[6] - A[2], A[1] - A[3]) / trace(A);
 }
 
@@ -63,13 +66,15 @@ cVector3 rotationVector(const double* q) {
 cVector3 fitTurn(const Points& undeformed, const Points& deformed, int n, const double* masses) {
     double A[9];
     const double E0 = InnerProduct(A, undeformed.get(), deformed.get(), n, masses);
-    if (isLine(A))
+    if (isLine(A)) {
         return shortestTurn(A);
+    }
     double inverse[9];
     double quaternion[4];
     double rmsd = 0.0;
-    if (FastCalcRMSDAndRotation(inverse, quaternion, A, &rmsd, n, E0, -1.0) != 1)
+    if (FastCalcRMSDAndRotation(inverse, quaternion, A, &rmsd, n, E0, -1.0) != 1) {
         return shortestTurn(A);
+    }
     return rotationVector(quaternion);
 }
 

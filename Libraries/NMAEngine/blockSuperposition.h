@@ -2,12 +2,12 @@
 #ifndef SELVANE_NMAENGINE_BLOCKSUPERPOSITION_H
 #define SELVANE_NMAENGINE_BLOCKSUPERPOSITION_H
 
-#include "Math/cVector3.h"
-#include "PDB/cPDBAtom.h"
-
 #include <array>
 #include <list>
 #include <vector>
+
+#include "Math/cVector3.h"
+#include "PDB/cPDBAtom.h"
 
 /// A small rigid motion of a block, p -> centre + travel + (rotation by `turn`) (p - centre).
 struct BlockMotion {

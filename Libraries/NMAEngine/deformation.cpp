@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // From mode amplitudes to coordinates, the blocks staying rigid.
-#include "NMAEngine/NormalModeEngine.h"
-
-#include "Math/structure.h"
-#include "NMAEngine/blockScrew.h"
-#include "NMAEngine/blockSuperposition.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+
+#include "Math/structure.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "NMAEngine/blockScrew.h"
+#include "NMAEngine/blockSuperposition.h"
 
 namespace {
 
@@ -33,16 +32,19 @@ void fillPositions(const Atoms& atoms, Atoms& out, Fill fill) {
     std::vector<cVector3> positions(atoms.size());
     copyPositions(atoms, positions.data());
     fill(positions.data());
-    if (&out != &atoms)
+    if (&out != &atoms) {
         out = atoms;
-    for (std::size_t i = 0; i < out.size(); ++i)
+    }
+    for (std::size_t i = 0; i < out.size(); ++i) {
         out[i].m_position = positions[i];
+    }
 }
 
 /// Writes screw(position) for every listed atom.
 void moveBlock(const BlockScrew& screw, const std::list<int>& block, const Atoms& atoms, cVector3* out) {
-    for (const int atom : block)
+    for (const int atom : block) {
         out[atom] = screw(atoms.at(static_cast<std::size_t>(atom)).m_position);
+    }
 }
 
 /// Moves each block by its screw. combine() makes of a block's vectors per mode the vector of the motion.
@@ -65,8 +67,9 @@ void moveAlongMode(const NormalModeEngine& engine, int mode, double amplitude, S
         copyPositions(atoms, out);
         return;
     }
-    if (mode < 0 || static_cast<unsigned int>(mode) >= engine.m_nModes)
+    if (mode < 0 || static_cast<unsigned int>(mode) >= engine.m_nModes) {
         return;
+    }
     const auto combine = [&](const std::vector<cVector3>& perMode) {
         return perMode.at(static_cast<std::size_t>(mode)) * amplitude;
     };
@@ -75,8 +78,9 @@ void moveAlongMode(const NormalModeEngine& engine, int mode, double amplitude, S
 
 double norm(const std::vector<double>& amplitudes) {
     double sum = 0.0;
-    for (const double amplitude : amplitudes)
+    for (const double amplitude : amplitudes) {
         sum += amplitude * amplitude;
+    }
     return std::sqrt(sum);
 }
 
@@ -89,8 +93,9 @@ void moveAlongModes(const NormalModeEngine& engine, const std::vector<double>& a
     }
     const auto combine = [&](const std::vector<cVector3>& perMode) {
         cVector3 sum(0.0);
-        for (std::size_t m = 0; m < std::min(perMode.size(), amplitudes.size()); ++m)
+        for (std::size_t m = 0; m < std::min(perMode.size(), amplitudes.size()); ++m) {
             sum += perMode[m] * amplitudes[m];
+        }
         return sum;
     };
     moveEachBlock(engine, combine, screw, leastTurn, atoms, out);
@@ -139,9 +144,10 @@ void NormalModeEngine::applyNonLinearTransformation(const arma::Col<double>& amp
                                                     std::vector<cPDBAtom>& out,
                                                     const std::vector<cPDBAtom>& atoms) const {
     const arma::Col<double> displacement = getDisplacement(amplitudes);
-    if (displacement.n_elem != 3 * atoms.size())
+    if (displacement.n_elem != 3 * atoms.size()) {
         throw std::length_error("NormalModeEngine: modes of " + std::to_string(displacement.n_elem / 3) +
                                 " atoms, but " + std::to_string(atoms.size()) + " atoms");
+    }
     const double length = arma::norm(displacement);
     if (length < noAmplitude) {
         fillPositions(atoms, out, [](cVector3*) {});
@@ -149,8 +155,9 @@ void NormalModeEngine::applyNonLinearTransformation(const arma::Col<double>& amp
     }
     const double scale = length / smallStep;
     std::vector<std::array<double, 3>> stepped = pdbAtoms2Positions(atoms);
-    for (std::size_t i = 0; i < displacement.n_elem; ++i)
+    for (std::size_t i = 0; i < displacement.n_elem; ++i) {
         stepped[i / 3][i % 3] += displacement[i] / scale;
+    }
 
     fillPositions(atoms, out, [&](cVector3* moved) {
         std::vector<double> masses;

@@ -2,10 +2,11 @@
 #ifndef SELVANE_NMAENGINE_MODEFUNCTIONS_H
 #define SELVANE_NMAENGINE_MODEFUNCTIONS_H
 
-#include <armadillo>
 #include <array>
 #include <tuple>
 #include <vector>
+
+#include <armadillo>
 
 class NormalModeEngine;
 

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "NMAEngine/modeReports.h"
 
-#include "Math/structure.h"
-#include "Mechanics/BondList.h"
-#include "NMAEngine/NormalModeEngine.h"
-#include "PDB/writePDB.h"
-
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <memory>
 #include <stdexcept>
+
+#include "Math/structure.h"
+#include "Mechanics/BondList.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "PDB/writePDB.h"
 
 namespace {
 
@@ -23,9 +23,10 @@ arma::Col<double> swing(const NormalModeEngine& engine, arma::uword mode, double
 }
 
 void checkCount(const char* function, const char* what, std::size_t wanted, std::size_t present) {
-    if (wanted > present)
+    if (wanted > present) {
         throw std::length_error(std::string(function) + ": " + std::to_string(wanted) + ' ' + what + " of " +
                                 std::to_string(present));
+    }
 }
 
 struct CloseFile {
@@ -36,9 +37,11 @@ using File = std::unique_ptr<FILE, CloseFile>;
 void writeRow(const BondList& bonds, std::vector<double>& severities, FILE* file) {
     bonds.getBrokenBondSeverity(severities);
     std::fprintf(file, "%d", bonds.getBrokenBondCount());
-    for (const double severity : severities)
-        if (severity > 0.0)
+    for (const double severity : severities) {
+        if (severity > 0.0) {
             std::fprintf(file, " %.6f", severity);
+        }
+    }
     std::fprintf(file, "\n");
 }
 
@@ -61,8 +64,9 @@ void printAtomPositions(const arma::Col<double>& amplitudes, const NormalModeEng
             std::fprintf(stream, "ENDMDL\n");
         }
     }
-    if (std::fflush(stream) != 0 || std::ferror(stream) != 0)
+    if (std::fflush(stream) != 0 || std::ferror(stream) != 0) {
         throw std::runtime_error("printAtomPositions: the models could not be written");
+    }
 }
 
 void printBondBreak(const arma::Col<double>& amplitudes, const NormalModeEngine& engine,
@@ -71,8 +75,9 @@ void printBondBreak(const arma::Col<double>& amplitudes, const NormalModeEngine&
     checkCount("printBondBreak", "atoms", atoms.size(), engine.m_modes.n_rows / 3);
     checkCount("printBondBreak", "atoms with modes", engine.m_modes.n_rows / 3, atoms.size());
     std::vector<cPDBAtom> indexed = atoms;
-    for (std::size_t i = 0; i < indexed.size(); ++i)
+    for (std::size_t i = 0; i < indexed.size(); ++i) {
         indexed[i].m_index = static_cast<int>(i);
+    }
     BondList bonds(indexed, cutoff);
     const std::vector<std::array<double, 3>> rest = pdbAtoms2Positions(atoms);
     std::vector<std::array<double, 3>> moved = rest;
@@ -81,16 +86,19 @@ void printBondBreak(const arma::Col<double>& amplitudes, const NormalModeEngine&
     for (arma::uword mode = 0; mode < amplitudes.n_elem; ++mode) {
         const std::string name = prefix + std::to_string(mode) + ".dat";
         const File file(std::fopen(name.c_str(), "w"));
-        if (!file)
+        if (!file) {
             throw std::runtime_error("printBondBreak: can't open " + name);
+        }
         for (int frame = 0; frame < nFrames; ++frame) {
             const arma::Col<double> displacement = swing(engine, mode, amplitudes[mode], frame);
-            for (std::size_t i = 0; i < displacement.n_elem; ++i)
+            for (std::size_t i = 0; i < displacement.n_elem; ++i) {
                 moved[i / 3][i % 3] = rest[i / 3][i % 3] + displacement[i];
+            }
             bonds.updateAtomPosition(moved);
             writeRow(bonds, severities, file.get());
         }
-        if (std::fflush(file.get()) != 0 || std::ferror(file.get()) != 0)
+        if (std::fflush(file.get()) != 0 || std::ferror(file.get()) != 0) {
             throw std::runtime_error("printBondBreak: could not write " + name);
+        }
     }
 }

@@ -2,12 +2,13 @@
 #ifndef SELVANE_NMAENGINE_MODEREPORTS_H
 #define SELVANE_NMAENGINE_MODEREPORTS_H
 
-#include "PDB/cPDBAtom.h"
-
-#include <armadillo>
 #include <cstdio>
 #include <string>
 #include <vector>
+
+#include <armadillo>
+
+#include "PDB/cPDBAtom.h"
 
 class NormalModeEngine;
 

@@ -27,12 +27,14 @@ void addInertia(Matrix& inertia, const Position& r, double mass) {
 }
 
 Matrix inverseRoot(const Matrix& inertia, std::size_t block) {
-    if (!(arma::trace(inertia) > noExtent))
+    if (!(arma::trace(inertia) > noExtent)) {
         return arma::eye(3, 3);
+    }
     arma::Col<double> moments;
     Matrix axes;
-    if (!arma::eig_sym(moments, axes, arma::symmatl(inertia)))
+    if (!arma::eig_sym(moments, axes, arma::symmatl(inertia))) {
         throw std::runtime_error("no inertia axes of block " + std::to_string(block));
+    }
     const double threshold = degenerateAxis * moments.max();
     moments.transform([&](double e) { return e < threshold ? 0.0 : 1.0 / std::sqrt(e); });
     return axes * arma::diagmat(moments) * axes.t();
@@ -45,8 +47,9 @@ arma::Mat<double> RigidBlock::rotationColumns(const std::array<double, 3>& posit
     const arma::Col<double> r = {d[0], d[1], d[2]};
     const double root = std::sqrt(atomMass);
     Matrix columns(3, 3);
-    for (arma::uword i = 0; i < 3; ++i)
+    for (arma::uword i = 0; i < 3; ++i) {
         columns.col(i) = root * arma::cross(invSqrtInertia.row(i).t(), r);
+    }
     return columns;
 }
 
@@ -58,18 +61,23 @@ std::vector<RigidBlock> makeRigidBlocks(const std::vector<std::array<double, 3>>
     for (std::size_t atom = 0; atom < blockIds.size(); ++atom) {
         RigidBlock& block = blocks[blockOf(atom)];
         block.mass += masses[atom];
-        for (std::size_t c = 0; c < 3; ++c)
+        for (std::size_t c = 0; c < 3; ++c) {
             block.center[c] += masses[atom] * positions[atom][c];
+        }
     }
-    for (RigidBlock& block : blocks)
-        for (double& c : block.center)
+    for (RigidBlock& block : blocks) {
+        for (double& c : block.center) {
             c /= block.mass;
+        }
+    }
 
     std::vector<Matrix> inertia(nBlocks, Matrix(3, 3, arma::fill::zeros));
-    for (std::size_t atom = 0; atom < blockIds.size(); ++atom)
+    for (std::size_t atom = 0; atom < blockIds.size(); ++atom) {
         addInertia(inertia[blockOf(atom)], difference(positions[atom], blocks[blockOf(atom)].center),
                    masses[atom]);
-    for (std::size_t block = 0; block < nBlocks; ++block)
+    }
+    for (std::size_t block = 0; block < nBlocks; ++block) {
         blocks[block].invSqrtInertia = inverseRoot(inertia[block], block);
+    }
     return blocks;
 }

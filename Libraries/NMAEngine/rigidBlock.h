@@ -2,10 +2,11 @@
 #ifndef SELVANE_NMAENGINE_RIGIDBLOCK_H
 #define SELVANE_NMAENGINE_RIGIDBLOCK_H
 
-#include <armadillo>
 #include <array>
 #include <cstddef>
 #include <vector>
+
+#include <armadillo>
 
 /// Mass properties of a group of atoms that moves as one body.
 struct RigidBlock {

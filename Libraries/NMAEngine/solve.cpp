@@ -1,12 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Construction and the eigenvalue problem.
-#include "NMAEngine/NormalModeEngine.h"
-
-#include "IO/cInfo.h"
-#include "Math/cMatrix33.h"
-#include "Mechanics/System.h"
-#include "NMAEngine/SymEigsSolver.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -14,6 +7,12 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+
+#include "IO/cInfo.h"
+#include "Math/cMatrix33.h"
+#include "Mechanics/System.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "NMAEngine/SymEigsSolver.h"
 
 namespace {
 
@@ -27,11 +26,13 @@ constexpr double nearZero = 0.0001;     // of an eigenvalue, and of the ratio th
 /// The number of leading eigenvalues in front of a gap: a null space of rigid motions, of whatever
 /// dimension the solver found. A ratio that isn't a number ends the search.
 unsigned int countBeforeGap(const Vector& eigenvalues) {
-    if (eigenvalues.is_empty() || !(std::abs(eigenvalues[0]) < nearZero))
+    if (eigenvalues.is_empty() || !(std::abs(eigenvalues[0]) < nearZero)) {
         return 0;
+    }
     arma::uword i = 0;
-    while (i + 1 < eigenvalues.n_elem && std::abs(eigenvalues[i] / eigenvalues[i + 1]) >= nearZero)
+    while (i + 1 < eigenvalues.n_elem && std::abs(eigenvalues[i] / eigenvalues[i + 1]) >= nearZero) {
         ++i;
+    }
     return static_cast<unsigned int>(i + 1);
 }
 
@@ -76,21 +77,24 @@ NormalModeEngine::NormalModeEngine(std::shared_ptr<const System> network, unsign
     , m_prolongation(prolongation) {
     const double squares = arma::accu(arma::square(m_prolongation)); // the trace of P^T P
     const double zeroColumns = static_cast<double>(m_prolongation.n_cols) - squares;
-    if (zeroColumns > 0.0)
+    if (zeroColumns > 0.0) {
         m_nRigidModes += static_cast<int>(std::ceil(zeroColumns / 3.0));
+    }
     performNMA();
 }
 
 const System& NormalModeEngine::system() const {
-    if (!m_system)
+    if (!m_system) {
         throw std::logic_error("NormalModeEngine: there is no system");
+    }
     return *m_system;
 }
 
 void NormalModeEngine::performNMA() {
-    if (m_prolongation.n_rows != system().m_nDof)
+    if (m_prolongation.n_rows != system().m_nDof) {
         throw std::length_error("NormalModeEngine: " + std::to_string(m_prolongation.n_rows) +
                                 " coordinates, but the system has " + std::to_string(system().m_nDof));
+    }
     Vector eigenvalues;
     Matrix eigenvectors;
     diagonalize(eigenvalues, eigenvectors);
@@ -101,19 +105,22 @@ void NormalModeEngine::performNMA() {
     const bool reversed = !isNetwork && m_system->m_covariance;
     // Deliberate: a gap is looked for, not the six rigid motions; without one everything is left out.
     m_firstMode = isNetwork ? countBeforeGap(eigenvalues) : 0;
-    if (m_nModes > 0 && m_firstMode + m_nModes > eigenvalues.n_elem)
+    if (m_nModes > 0 && m_firstMode + m_nModes > eigenvalues.n_elem) {
         throw std::out_of_range("Mat::operator(): index out of bounds");
+    }
     arma::uvec columns(m_nModes);
-    for (arma::uword mode = 0; mode < m_nModes; ++mode)
+    for (arma::uword mode = 0; mode < m_nModes; ++mode) {
         columns[mode] = reversed ? eigenvectors.n_cols - 1 - mode : m_firstMode + mode;
+    }
 
     setBlockMotions(eigenvectors, columns);
     m_modes = m_prolongation * Matrix(eigenvectors.cols(columns));
     m_modes.each_col([this](Vector& mode) { mode %= m_system->m_isqrtMass; });
     m_eigenvalues = eigenvalues(columns);
     // Deliberate: beside a network also those of projected frames are kept as they are.
-    if (!isNetwork)
+    if (!isNetwork) {
         m_eigenvalues = 1.0 / m_eigenvalues;
+    }
 }
 
 /// Block translations and angular velocities in the given eigenvectors.
@@ -122,8 +129,9 @@ void NormalModeEngine::setBlockMotions(const arma::Mat<double>& eigenvectors, co
     const std::vector<cVector3> still(columns.n_elem, cVector3(0.0));
     m_blockRotations.assign(nBlocks, still);
     m_blockTranslations.assign(nBlocks, still);
-    if (m_blockInvSqrtInertia.size() != nBlocks)
+    if (m_blockInvSqrtInertia.size() != nBlocks) {
         return;
+    }
     for (std::size_t b = 0; b < nBlocks; ++b) {
         const cMatrix33 invSqrtInertia = toMatrix33(m_blockInvSqrtInertia[b]);
         const double rootMass = std::sqrt(m_blockMasses[b]);
@@ -135,15 +143,17 @@ void NormalModeEngine::setBlockMotions(const arma::Mat<double>& eigenvectors, co
 }
 
 void NormalModeEngine::diagonalize(arma::Col<double>& eigenvalues, arma::Mat<double>& eigenvectors) const {
-    if (!m_projections.empty())
+    if (!m_projections.empty()) {
         solveProjections(eigenvalues, eigenvectors);
-    else if (system().m_hessian)
+    } else if (system().m_hessian) {
         solveNetwork(eigenvalues, eigenvectors);
-    else
+    } else {
         solveCovariance(eigenvalues, eigenvectors);
+    }
 
-    if (!m_info)
+    if (!m_info) {
         return;
+    }
     for (arma::uword i = 0; i < eigenvalues.n_elem; ++i) {
         const std::string label = " Eigenvalue " + std::to_string(i) + " ";
         m_info->printInfo(label.c_str(), eigenvalues[i], nullptr);
@@ -153,11 +163,13 @@ void NormalModeEngine::diagonalize(arma::Col<double>& eigenvalues, arma::Mat<dou
 /// The largest pairs of the covariance of the projected frames, which is never formed.
 void NormalModeEngine::solveProjections(arma::Col<double>& eigenvalues,
                                         arma::Mat<double>& eigenvectors) const {
-    for (const Vector& projection : m_projections)
-        if (projection.n_elem != cols())
+    for (const Vector& projection : m_projections) {
+        if (projection.n_elem != cols()) {
             throw std::length_error("NormalModeEngine: a projected frame has " +
                                     std::to_string(projection.n_elem) + " entries, expected " +
                                     std::to_string(cols()));
+        }
+    }
     constexpr unsigned int most = std::numeric_limits<int>::max() / 2; // far above what the solver takes
     const int nev = static_cast<int>(std::min(m_nModes, most));
     SymEigsSolver<double, 3, NormalModeEngine> solver(this, nev, 2 * nev);
@@ -172,9 +184,10 @@ void NormalModeEngine::solveProjections(arma::Col<double>& eigenvalues,
 void NormalModeEngine::solveNetwork(arma::Col<double>& eigenvalues, arma::Mat<double>& eigenvectors) const {
     // Deliberate: without modes the rigid pairs are still solved for and reported.
     const arma::uword nPairs = m_nModes + static_cast<arma::uword>(m_nRigidModes);
-    if (nPairs + 1 >= cols())
+    if (nPairs + 1 >= cols()) {
         throw std::logic_error(
             "eigs_sym(): n_eigvals + 1 must be less than the number of rows in the matrix");
+    }
     const SparseMatrix product = m_prolongation.t() * (*m_system->m_hessian * m_prolongation);
     const SparseMatrix reduced = 0.5 * (product + product.t()); // symmetric but for rounding before
 
@@ -194,9 +207,11 @@ void NormalModeEngine::solveNetwork(arma::Col<double>& eigenvalues, arma::Mat<do
 /// All pairs of P^T C P, ascending.
 void NormalModeEngine::solveCovariance(arma::Col<double>& eigenvalues,
                                        arma::Mat<double>& eigenvectors) const {
-    if (!m_system->m_covariance)
+    if (!m_system->m_covariance) {
         throw std::logic_error("NormalModeEngine: the system holds neither a network nor a covariance");
+    }
     const Matrix product = m_prolongation.t() * Matrix(*m_system->m_covariance * m_prolongation);
-    if (!arma::eig_sym(eigenvalues, eigenvectors, arma::symmatu(product)))
+    if (!arma::eig_sym(eigenvalues, eigenvectors, arma::symmatu(product))) {
         throw std::runtime_error("eig_sym(): decomposition failed");
+    }
 }

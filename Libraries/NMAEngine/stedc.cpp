@@ -29,9 +29,10 @@ int call(int n, double* diagonal, double* subDiagonal, double* vectors, double* 
 } // namespace
 
 int stedc(int n, double* diagonal, double* subDiagonal, double* vectors) {
-    if (n > largestDimension)
+    if (n > largestDimension) {
         throw std::length_error("stedc: " + std::to_string(n) + " rows, at most " +
                                 std::to_string(largestDimension) + " are possible");
+    }
     constexpr int query = -1;
     double bestWork = 0.0;
     int bestIwork = 0;
@@ -47,8 +48,10 @@ int stedc(int n, double* diagonal, double* subDiagonal, double* vectors) {
 }
 
 void checkStedc(int info) {
-    if (info < 0)
+    if (info < 0) {
         throw std::invalid_argument("Lapack stedc: illegal value");
-    if (info > 0)
+    }
+    if (info > 0) {
         throw std::logic_error("Lapack stedc: failed to compute all the eigenvalues");
+    }
 }

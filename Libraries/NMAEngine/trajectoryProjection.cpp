@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The frames of a trajectory in the space of the blocks' motions.
-#include "NMAEngine/NormalModeEngine.h"
-
-#include "Mechanics/System.h"
-#include "PDB/cTrajectory.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <utility>
+
+#include "Mechanics/System.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "PDB/cTrajectory.h"
 
 namespace {
 
@@ -20,25 +19,29 @@ using Positions = std::vector<std::array<double, 3>>;
 /// scale * P^T M^(1/2) x
 Vector projected(const NormalModeEngine& engine, const Vector& isqrtMass, const Positions& positions,
                  double scale) {
-    if (3 * positions.size() != isqrtMass.n_elem || isqrtMass.n_elem != engine.m_prolongation.n_rows)
+    if (3 * positions.size() != isqrtMass.n_elem || isqrtMass.n_elem != engine.m_prolongation.n_rows) {
         throw std::length_error("NormalModeEngine: " + std::to_string(positions.size()) +
                                 " positions to project, but " +
                                 std::to_string(engine.m_prolongation.n_rows / 3) + " atoms");
+    }
     Vector weighted(3 * positions.size());
-    for (std::size_t i = 0; i < weighted.n_elem; ++i)
+    for (std::size_t i = 0; i < weighted.n_elem; ++i) {
         weighted[i] = positions[i / 3][i % 3] * scale / isqrtMass[i];
+    }
     return engine.m_prolongation.t() * weighted;
 }
 
 const cTrajectory& checked(const cTrajectory* trajectory) {
-    if (!trajectory)
+    if (!trajectory) {
         throw std::invalid_argument("NormalModeEngine: there is no trajectory to project");
+    }
     return *trajectory;
 }
 
 std::size_t frameIndex(int frame) {
-    if (frame < 0)
+    if (frame < 0) {
         throw std::out_of_range("NormalModeEngine: frame " + std::to_string(frame));
+    }
     return static_cast<std::size_t>(frame);
 }
 
@@ -47,15 +50,17 @@ std::size_t frameIndex(int frame) {
 void NormalModeEngine::projectTrajectory(const cTrajectory* trajectory,
                                          const std::vector<std::array<double, 3>>& reference) {
     const std::size_t nFrames = checked(trajectory).getFrameCount();
-    if (nFrames == 0)
+    if (nFrames == 0) {
         throw std::logic_error("NormalModeEngine: a trajectory without frames");
+    }
     const double scale = 1.0 / std::sqrt(static_cast<double>(nFrames));
     const Vector& isqrtMass = system().m_isqrtMass;
     const Vector origin = projected(*this, isqrtMass, reference, scale);
     std::vector<Vector> projections;
     projections.reserve(nFrames);
-    for (std::size_t frame = 0; frame < nFrames; ++frame)
+    for (std::size_t frame = 0; frame < nFrames; ++frame) {
         projections.push_back(projected(*this, isqrtMass, trajectory->getFrame(frame), scale) - origin);
+    }
     m_frameAverage = origin;
     m_projections = std::move(projections);
 }
@@ -79,8 +84,9 @@ void NormalModeEngine::computeMinMaxAmplitudes(const cTrajectory* /*trajectory*/
                                                double* minMax) const {
     // Deliberate: 0 takes part in the range.
     minMax[0] = minMax[1] = 0.0;
-    if (mode < 0 || static_cast<unsigned int>(mode) >= m_nModes)
+    if (mode < 0 || static_cast<unsigned int>(mode) >= m_nModes) {
         return;
+    }
     const auto m = static_cast<std::size_t>(mode);
     const std::size_t nBlocks = std::min({m_blockMasses.size(), m_blockInvSqrtInertia.size(),
                                           m_blockTranslations.size(), m_blockRotations.size()});
@@ -89,8 +95,9 @@ void NormalModeEngine::computeMinMaxAmplitudes(const cTrajectory* /*trajectory*/
         double overlap = 0.0;
         double size = 0.0;
         for (std::size_t b = 0; b < nBlocks; ++b) {
-            if (!(m_blockMasses[b] > 0.0)) // without atoms
+            if (!(m_blockMasses[b] > 0.0)) { // without atoms
                 continue;
+            }
             const Vector t = vectorOf(m_blockTranslations[b].at(m));
             const Vector w = vectorOf(m_blockRotations[b].at(m));
             const Vector turned = m_blockInvSqrtInertia[b] * p.subvec(6 * b + 3, 6 * b + 5);

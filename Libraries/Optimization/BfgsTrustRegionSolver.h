@@ -2,11 +2,12 @@
 #ifndef SELVANE_OPTIMIZATION_BFGSTRUSTREGIONSOLVER_H
 #define SELVANE_OPTIMIZATION_BFGSTRUSTREGIONSOLVER_H
 
-#include "Optimization/SecondOrderOracle.h"
-#include "Optimization/Solver.h"
+#include <memory>
 
 #include <armadillo>
-#include <memory>
+
+#include "Optimization/SecondOrderOracle.h"
+#include "Optimization/Solver.h"
 
 /// Unconstrained minimiser from values and gradients alone: TrustRegionSolver with a Hessian of its own
 /// making, which starts as the identity and learns the curvature along each accepted step s from the change y

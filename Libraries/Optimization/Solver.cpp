@@ -4,8 +4,9 @@
 const arma::Col<double>& Solver::solve(double eps, unsigned long maxIter) {
     doStep();
     const double firstResidual = getResiduals();
-    if (!(firstResidual > eps) || maxIter < 2)
+    if (!(firstResidual > eps) || maxIter < 2) {
         return m_x;
+    }
 
     for (unsigned long iteration = 1; iteration < maxIter; ++iteration) {
         doStep();

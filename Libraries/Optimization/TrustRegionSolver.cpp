@@ -26,12 +26,14 @@ using Matrix = arma::Mat<double>;
 /// The library complains on the standard error stream about matrices that are unsymmetric or not finite, so
 /// it sees the mirrored triangle, and finite ones only.
 std::optional<Matrix> factorise(const Matrix& A) {
-    if (!A.is_square())
+    if (!A.is_square()) {
         throw std::logic_error("chol(): given matrix is not square");
+    }
     const Matrix symmetric = arma::symmatu(A);
     Matrix R;
-    if (!symmetric.is_finite() || !arma::chol(R, symmetric, "upper"))
+    if (!symmetric.is_finite() || !arma::chol(R, symmetric, "upper")) {
         return std::nullopt;
+    }
     return R;
 }
 
@@ -47,10 +49,12 @@ Vector solveFactorised(const Matrix& R, const Vector& b) {
 
 /// The largest singular value, 0 when there is none to be had.
 double spectralNorm(const Matrix& A) {
-    if (A.is_empty())
+    if (A.is_empty()) {
         return 0.0;
-    if (A.n_rows == 1 || A.n_cols == 1)
+    }
+    if (A.n_rows == 1 || A.n_cols == 1) {
         return arma::norm(arma::vectorise(A), 2);
+    }
     Vector singularValues;
     return arma::svd(singularValues, A) ? singularValues[0] : 0.0;
 }
@@ -78,8 +82,9 @@ enum class Pass { Done, Continue, HardCase };
 Pass improve(Shift& shift, const Vector& b, const Matrix& A, double radius, Vector& p) {
     const std::optional<Matrix> R = factorise(A + shift.lambda * arma::eye(A.n_rows, A.n_cols));
     if (!R) {
-        if (shift.high - shift.lambda < tiny)
+        if (shift.high - shift.lambda < tiny) {
             return Pass::HardCase;
+        }
         shift.low = shift.lambda;
         shift.bisect();
         return Pass::Continue;
@@ -87,21 +92,26 @@ Pass improve(Shift& shift, const Vector& b, const Matrix& A, double radius, Vect
     p = solveFactorised(*R, b);
     const Vector q = solveLower(*R, p);
     const double length = arma::norm(p, 2);
-    if (length > radius * lower && length < radius * upper)
+    if (length > radius * lower && length < radius * upper) {
         return Pass::Done;
+    }
 
     const double ratio = length / arma::norm(q, 2);
     const double newton = ratio * ratio * (length - radius) / radius + shift.lambda;
-    if (length > radius * upper)
+    if (length > radius * upper) {
         shift.low = shift.lambda;
-    if (length < radius * lower)
+    }
+    if (length < radius * lower) {
         shift.high = shift.lambda;
-    if (shift.high - shift.low < tiny)
+    }
+    if (shift.high - shift.low < tiny) {
         return Pass::HardCase;
-    if (shift.low < newton && newton < shift.high)
+    }
+    if (shift.low < newton && newton < shift.high) {
         shift.lambda = newton;
-    else
+    } else {
         shift.bisect();
+    }
     return Pass::Continue;
 }
 
@@ -119,8 +129,9 @@ Vector solveHardCase(const Vector& b, const Matrix& A, double radius) {
     Vector eigenvalues;
     Matrix eigenvectors;
     // Deliberate: without a decomposition the radius multiplies |b| and doesn't divide it.
-    if (!decompose(A, eigenvalues, eigenvectors))
+    if (!decompose(A, eigenvalues, eigenvectors)) {
         return b * (arma::norm(b, 2) * radius);
+    }
 
     // The shift is minus the lowest eigenvalue; the pseudo-inverse of the then singular matrix gives p.
     const double lowest = eigenvalues[0];
@@ -159,8 +170,9 @@ void TrustRegionSolver::doStep() {
         ratio = reductionRatio();
     }
     m_x += m_step;
-    if (ratio > trustRegion::growRatio)
+    if (ratio > trustRegion::growRatio) {
         m_radius += m_radius;
+    }
 }
 
 double TrustRegionSolver::getResiduals() {
@@ -179,8 +191,9 @@ arma::Col<double> TrustRegionSolver::solveSubProblem(const arma::Col<double>& b,
                                                      double radius) {
     if (const std::optional<Matrix> R = factorise(A)) {
         const Vector p = solveFactorised(*R, b);
-        if (arma::norm(p, 2) < radius * upper)
+        if (arma::norm(p, 2) < radius * upper) {
             return p;
+        }
     }
 
     Shift shift;
@@ -190,10 +203,12 @@ arma::Col<double> TrustRegionSolver::solveSubProblem(const arma::Col<double>& b,
     Vector p;
     for (int pass = 0; pass < maxPasses; ++pass) {
         const Pass outcome = improve(shift, b, A, radius, p);
-        if (outcome == Pass::Done)
+        if (outcome == Pass::Done) {
             return p;
-        if (outcome == Pass::HardCase)
+        }
+        if (outcome == Pass::HardCase) {
             break;
+        }
     }
     return solveHardCase(b, A, radius);
 }
@@ -201,7 +216,8 @@ arma::Col<double> TrustRegionSolver::solveSubProblem(const arma::Col<double>& b,
 std::pair<bool, arma::Col<double>> TrustRegionSolver::solveConvexSubProblem(const arma::Col<double>& b,
                                                                             const arma::Mat<double>& A,
                                                                             double radius) {
-    if (!factorise(A))
+    if (!factorise(A)) {
         return {false, Vector(b.n_elem, arma::fill::zeros)};
+    }
     return {true, solveSubProblem(b, A, radius)};
 }

@@ -2,12 +2,13 @@
 #ifndef SELVANE_OPTIMIZATION_TRUSTREGIONSOLVER_H
 #define SELVANE_OPTIMIZATION_TRUSTREGIONSOLVER_H
 
-#include "Optimization/Solver.h"
-#include "Optimization/ThirdOrderOracle.h"
-
-#include <armadillo>
 #include <memory>
 #include <utility>
+
+#include <armadillo>
+
+#include "Optimization/Solver.h"
+#include "Optimization/ThirdOrderOracle.h"
 
 /// Unconstrained minimiser with exact second derivatives: each step minimises the quadratic model of the
 /// function inside a ball, whose radius follows the ratio of actual to predicted reduction

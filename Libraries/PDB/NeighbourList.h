@@ -41,15 +41,17 @@ public:
     /// Drops the records whose two atoms have one m_index. Two atoms at one position stay, with distance 0.
     explicit NeighbourList(const cPDBAtom::cNeighbourList& list) {
         std::size_t selfRecords = 0;
-        for (const cPDBAtom::cList& record : list)
+        for (const cPDBAtom::cList& record : list) {
             selfRecords += record.m_first->m_index == record.m_second->m_index;
+        }
         m_list.reserve(list.size() - selfRecords);
         for (const cPDBAtom::cList& record : list) {
             const cPDBAtom& first = *record.m_first;
             const cPDBAtom& second = *record.m_second;
-            if (first.m_index != second.m_index)
+            if (first.m_index != second.m_index) {
                 m_list.push_back(
                     {position(first), position(second), first.m_index, second.m_index, record.m_distance2});
+            }
         }
     }
 

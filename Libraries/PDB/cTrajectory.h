@@ -2,11 +2,12 @@
 #ifndef SELVANE_PDB_CTRAJECTORY_H
 #define SELVANE_PDB_CTRAJECTORY_H
 
-#include <armadillo>
 #include <array>
 #include <cstddef>
 #include <memory>
 #include <vector>
+
+#include <armadillo>
 
 #include "PDB/cPDBAtom.h"
 

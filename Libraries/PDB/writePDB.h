@@ -2,8 +2,9 @@
 #ifndef SELVANE_PDB_WRITEPDB_H
 #define SELVANE_PDB_WRITEPDB_H
 
-#include <armadillo>
 #include <cstdio>
+
+#include <armadillo>
 
 #include "PDB/cPDBAtom.h"
 

@@ -2,10 +2,10 @@
 #ifndef SELVANE_SAMPLER_CANGULARSAMPLER_H
 #define SELVANE_SAMPLER_CANGULARSAMPLER_H
 
-#include "Math/cVector3.h"
-
 #include <array>
 #include <vector>
+
+#include "Math/cVector3.h"
 
 /// The finite set of rotations that a scan visits: the directions of a spiral over the sphere, which are
 /// evenly spread, and a full turn in equal steps for each of them.

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/Checkpoint.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -17,10 +15,12 @@
 #include <system_error>
 #include <vector>
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <gtest/gtest.h>
+
 #include "Math/cGrid.h"
+#include "app/Checkpoint.h"
 
 namespace {
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/ConformationCluster.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -10,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
+#include "app/ConformationCluster.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/ContentHash.h"
-
 #include <set>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "app/ContentHash.h"
 
 namespace {
 

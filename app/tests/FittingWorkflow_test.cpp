@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/FittingWorkflow.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -20,6 +18,7 @@
 #include <gtest/gtest.h>
 
 #include "Math/cVector3.h"
+#include "app/FittingWorkflow.h"
 
 namespace {
 
@@ -36,8 +35,9 @@ Arguments withInputs(const Arguments& more) {
 
 std::vector<const char*> pointers(const Arguments& arguments) {
     std::vector<const char*> result;
-    for (const std::string& argument : arguments)
+    for (const std::string& argument : arguments) {
         result.push_back(argument.c_str());
+    }
     return result;
 }
 
@@ -103,8 +103,9 @@ Ending runToTheEnd(const Arguments& arguments) {
     const pid_t child = fork();
     if (child == 0) {
         if (std::freopen((directory / "out").c_str(), "w", stdout) != nullptr &&
-            std::freopen((directory / "err").c_str(), "w", stderr) != nullptr)
+            std::freopen((directory / "err").c_str(), "w", stderr) != nullptr) {
             parse(arguments);
+        }
         std::fflush(nullptr);
         _exit(99);
     }
@@ -233,23 +234,29 @@ TEST(FittingWorkflow, CountsBelowOneAreRefused) {
 }
 
 TEST(FittingWorkflow, NegativeValuesOfUnsignedOptionsAreRefused) {
-    for (const std::string option : {"--nmodes", "--nthread"})
-        for (const std::string value : {"-1", "-0", "-18446744073709551615"})
+    for (const std::string option : {"--nmodes", "--nthread"}) {
+        for (const std::string value : {"-1", "-0", "-18446744073709551615"}) {
             EXPECT_TRUE(contains(errorOf({option, value}), "'" + value + "' is negative")) << option;
+        }
+    }
 }
 
 TEST(FittingWorkflow, ValuesThatDoNotConvertAreRefused) {
-    for (const std::string option : {"--nmodes", "--nthread", "--nsolutions", "--nclusters"})
-        for (const std::string value : {"1.5", "5x", "x", "", " ", "99999999999999999999999", "3 4"})
+    for (const std::string option : {"--nmodes", "--nthread", "--nsolutions", "--nclusters"}) {
+        for (const std::string value : {"1.5", "5x", "x", "", " ", "99999999999999999999999", "3 4"}) {
             EXPECT_TRUE(contains(errorOf({option, value}), "(" + option + ")")) << option << " " << value;
+        }
+    }
     EXPECT_NE(errorOf({"--nsolutions", "2147483648"}), "");
 }
 
 TEST(FittingWorkflow, DoublesThatAreNoFiniteNumbersAreRefused) {
     for (const std::string option : {"--cutoff", "--stiffness", "--maxrmsd", "--sigma", "--filtersigma",
-                                     "--dangle", "--clusterThreshold"})
-        for (const std::string value : {"nan", "inf", "-inf", "1e999", "", "1,5", "2A"})
+                                     "--dangle", "--clusterThreshold"}) {
+        for (const std::string value : {"nan", "inf", "-inf", "1e999", "", "1,5", "2A"}) {
             EXPECT_TRUE(contains(errorOf({option, value}), "(" + option + ")")) << option << " " << value;
+        }
+    }
 }
 
 TEST(FittingWorkflow, SquareOfTheBendingHasToBeFinite) {
@@ -269,22 +276,26 @@ TEST(FittingWorkflow, ProductOfSolutionsAndClustersStaysAnInt) {
 }
 
 TEST(FittingWorkflow, CutoffAndStiffnessHaveToBeAboveZero) {
-    for (const std::string option : {"--cutoff", "--stiffness"})
-        for (const std::string value : {"0", "-1"})
+    for (const std::string option : {"--cutoff", "--stiffness"}) {
+        for (const std::string value : {"0", "-1"}) {
             EXPECT_TRUE(contains(errorOf({option, value}), "(" + option + "): The value has to be above 0"));
+        }
+    }
 }
 
 TEST(FittingWorkflow, SigmaHasToLieBetweenZeroAndTheCut) {
-    for (const std::string value : {"0", "-2", "74", "1e200", "1e-200"})
+    for (const std::string value : {"0", "-2", "74", "1e200", "1e-200"}) {
         EXPECT_TRUE(contains(errorOf({"--sigma", value}), "Argument: (--sigma): ")) << value;
+    }
     // 8 pi^3 sigma^3 = 1e8 at 73.87
     EXPECT_EQ(errorOf({"--sigma", "73.8"}), "");
     EXPECT_NE(errorOf({"--sigma", "73.9"}), "");
 }
 
 TEST(FittingWorkflow, StepHasToBePositiveAndItsRotationsCountable) {
-    for (const std::string value : {"0", "-5", "0.15", "1e-300"})
+    for (const std::string value : {"0", "-5", "0.15", "1e-300"}) {
         EXPECT_TRUE(contains(errorOf({"--dangle", value}), "Argument: (--dangle): ")) << value;
+    }
     // (129600 / pi) 360 / step^3 = 2^31 at 0.1905
     EXPECT_NE(errorOf({"--dangle", "0.19"}), "");
     EXPECT_EQ(errorOf({"--dangle", "0.191"}), "");
@@ -375,8 +386,9 @@ TEST(FittingWorkflow, LogLeavesOutHiddenOptionsAndNoPadding) {
     const std::string log = logOf(
         Workflow({"--nmodes", "2", "--cutoff", "9", "--stiffness", "3", "--maxrmsd", "1", "--nopadding"}));
     for (const std::string name :
-         {"nmodes", "cutoff", "stiffness", "maxrmsd", "multistep", "resume", "nopadding"})
+         {"nmodes", "cutoff", "stiffness", "maxrmsd", "multistep", "resume", "nopadding"}) {
         EXPECT_FALSE(contains(log, name)) << name;
+    }
 }
 
 TEST(FittingWorkflow, LogIsAppended) {
@@ -409,11 +421,13 @@ TEST(FittingWorkflowEnding, HelpPrintsBothUsagesOfTheListedOptions) {
         EXPECT_TRUE(contains(ending.out, "   No message set.\n"));
         for (const std::string name :
              {"ipdb", "iedm", "nthread", "sigma", "filtersigma", "dangle", "clusterThreshold", "odir",
-              "nsolutions", "nclusters", "clustering", "nopadding"})
+              "nsolutions", "nclusters", "clustering", "nopadding"}) {
             EXPECT_TRUE(contains(ending.out, "--" + name)) << name;
+        }
         for (const std::string name : {"nmodes", "cutoff", "stiffness", "maxrmsd", "multistep", "resume",
-                                       "--help", "--version", "changelog", "ignore_rest", "-h", "-log"})
+                                       "--help", "--version", "changelog", "ignore_rest", "-h", "-log"}) {
             EXPECT_FALSE(contains(ending.out, name)) << name;
+        }
     }
 }
 
@@ -438,8 +452,9 @@ TEST(FittingWorkflowEnding, MissingOptionsAreReportedOnTheErrorStream) {
     EXPECT_TRUE(contains(ending.err, "\nBrief USAGE: \n   fit  [--nopadding]"));
     EXPECT_TRUE(contains(ending.err, "\nFor complete USAGE and HELP type: \n   fit --help\n"));
     for (const std::string name : {"nmodes", "cutoff", "stiffness", "maxrmsd", "multistep", "resume",
-                                   "--version", "changelog", "ignore_rest"})
+                                   "--version", "changelog", "ignore_rest"}) {
         EXPECT_FALSE(contains(ending.err, name)) << name;
+    }
 }
 
 TEST(FittingWorkflowEnding, UnknownOptionsAndBadValuesAreReported) {
@@ -472,8 +487,9 @@ TEST(FittingWorkflowEnding, MultistepIsTaken) {
 
 TEST(FittingWorkflowEnding, OptionsOfClusteringAreTaken) {
     for (const Arguments& more :
-         {Arguments{"--clustering"}, {"--clusterThreshold", "4"}, {"--nclusters", "2"}})
+         {Arguments{"--clustering"}, {"--clusterThreshold", "4"}, {"--nclusters", "2"}}) {
         EXPECT_EQ(runToTheEnd(withInputs(more)).status, 99) << more[0];
+    }
 }
 
 TEST(FittingWorkflowDeathTest, ErrorOfAValueEndsTheProcess) {

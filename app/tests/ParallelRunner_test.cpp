@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/ParallelRunner.h"
-
 #include <atomic>
 #include <functional>
 #include <sstream>
@@ -13,6 +11,7 @@
 
 #include "app/DynamicForEachThread.h"
 #include "app/DynamicParallelForEach.h"
+#include "app/ParallelRunner.h"
 #include "app/StaticForEachThread.h"
 #include "app/StaticParallelForEach.h"
 
@@ -24,8 +23,9 @@ class StaticWorker : public StaticForEachThread {
 public:
     using StaticForEachThread::StaticForEachThread;
     void doStep(unsigned long task) override {
-        if (m_step)
+        if (m_step) {
             m_step(m_id, task);
+        }
     }
     Step m_step;
 };
@@ -34,8 +34,9 @@ class DynamicWorker : public DynamicForEachThread {
 public:
     using DynamicForEachThread::DynamicForEachThread;
     void doStep(unsigned long task) override {
-        if (m_step)
+        if (m_step) {
             m_step(m_id, task);
+        }
     }
     Step m_step;
 };
@@ -63,8 +64,9 @@ class PlainWorker : public BaseThread {
 public:
     using BaseThread::BaseThread;
     void runInternal() override {
-        if (m_work)
+        if (m_work) {
             m_work(m_id);
+        }
     }
     void leave() { exit(); }
     std::function<void(unsigned long worker)> m_work;
@@ -72,8 +74,9 @@ public:
 
 template <class Loop>
 void setStep(Loop& loop, const Step& step) {
-    for (auto& thread : loop.m_threads)
+    for (auto& thread : loop.m_threads) {
         thread->m_step = step;
+    }
 }
 
 /// What a loop of tasks without work writes to the standard output, its end included.
@@ -91,9 +94,11 @@ std::string output(unsigned long nThreads, unsigned long nTasks) {
 std::vector<std::string> bars(const std::string& text) {
     std::vector<std::string> result;
     std::istringstream stream(text);
-    for (std::string bar; std::getline(stream, bar, '\r');)
-        if (bar != "\n")
+    for (std::string bar; std::getline(stream, bar, '\r');) {
+        if (bar != "\n") {
             result.push_back(bar);
+        }
+    }
     return result;
 }
 
@@ -117,8 +122,9 @@ std::vector<std::pair<unsigned long, unsigned long>> staticRanges(unsigned long 
     std::vector<std::pair<unsigned long, unsigned long>> ranges;
     {
         const StaticParallelForEach<StaticWorker> loop(nThreads, nTasks);
-        for (const auto& thread : loop.m_threads)
+        for (const auto& thread : loop.m_threads) {
             ranges.emplace_back(thread->getBegin(), thread->getEnd());
+        }
     }
     testing::internal::GetCapturedStdout();
     return ranges;
@@ -138,8 +144,9 @@ TEST(StaticParallelForEach, LeavesOutWhatWasDoneBefore) {
             setStep(loop, [&](unsigned long worker, unsigned long task) { tasks[worker].push_back(task); });
             EXPECT_TRUE(loop.skip({1, 4, 0}));
             loop.run();
-            for (const auto& thread : loop.m_threads)
+            for (const auto& thread : loop.m_threads) {
                 EXPECT_EQ(thread->getDone(), thread->getEnd() - thread->getBegin());
+            }
         }
         bar = testing::internal::GetCapturedStdout();
     }
@@ -156,8 +163,9 @@ TEST(StaticParallelForEach, RefusesToLeaveOutMoreThanARangeHas) {
         EXPECT_FALSE(loop.skip({0, 0, 2, 0}));
         EXPECT_FALSE(loop.skip({1, 0, 0, 1}));
         unsigned long done = 0;
-        for (const auto& thread : loop.m_threads)
+        for (const auto& thread : loop.m_threads) {
             done += thread->getDone();
+        }
         EXPECT_EQ(done, 0U);
         EXPECT_TRUE(loop.skip({2, 2, 1, 0}));
     }
@@ -169,19 +177,21 @@ TEST(StaticParallelForEach, RefusesToLeaveOutMoreThanARangeHas) {
 TEST(ParallelRunner, RunsEveryWorkerOnceAndWaits) {
     ParallelRunner<PlainWorker> runner(4);
     std::vector<std::atomic<int>> runs(4);
-    for (auto& thread : runner.m_threads)
+    for (auto& thread : runner.m_threads) {
         thread->m_work = [&](unsigned long worker) { ++runs[worker]; };
+    }
     EXPECT_FALSE(runner.allDone());
     EXPECT_EQ(runner.run(), std::vector<bool>(4, true));
     EXPECT_TRUE(runner.allDone());
-    for (const auto& count : runs)
+    for (const auto& count : runs) {
         EXPECT_EQ(count, 1);
+    }
 }
 
 TEST(ParallelRunner, WorkersShareOneLock) {
     ParallelRunner<PlainWorker> runner(4);
     unsigned long count = 0;
-    for (auto& thread : runner.m_threads)
+    for (auto& thread : runner.m_threads) {
         thread->m_work = [&](unsigned long) {
             for (int i = 0; i < 1000; ++i) {
                 runner.m_mutex->lock();
@@ -189,6 +199,7 @@ TEST(ParallelRunner, WorkersShareOneLock) {
                 runner.m_mutex->unlock();
             }
         };
+    }
     runner.run();
     EXPECT_EQ(count, 4000U);
 }
@@ -376,8 +387,9 @@ TEST(DynamicParallelForEach, OtherWorkersTakeOverFromOneThatCannotBeStarted) {
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     testing::internal::GetCapturedStdout();
-    for (const auto& count : visits)
+    for (const auto& count : visits) {
         EXPECT_EQ(count, 1);
+    }
 }
 
 TEST(DynamicParallelForEach, TasksAreNamedWhenNoWorkerCanBeStarted) {

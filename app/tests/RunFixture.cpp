@@ -24,22 +24,25 @@ std::string contentOf(const fs::path& path) {
 
 void redirect(const char* path, int stream) {
     const int file = open(path, O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (file < 0 || dup2(file, stream) < 0)
+    if (file < 0 || dup2(file, stream) < 0) {
         _exit(126);
+    }
 }
 
 void limitFiles(std::uintmax_t size) {
     const rlimit limit{size, size};
-    if (size > 0 && setrlimit(RLIMIT_FSIZE, &limit) != 0)
+    if (size > 0 && setrlimit(RLIMIT_FSIZE, &limit) != 0) {
         _exit(125);
+    }
 }
 
 [[noreturn]] void becomeProgram(const fs::path& directory, const fs::path& out, const fs::path& err,
                                 const std::vector<char*>& words) {
     redirect(out.c_str(), STDOUT_FILENO);
     redirect(err.c_str(), STDERR_FILENO);
-    if (chdir(directory.c_str()) == 0)
+    if (chdir(directory.c_str()) == 0) {
         execv(words.front(), words.data());
+    }
     _exit(127);
 }
 
@@ -47,8 +50,9 @@ void limitFiles(std::uintmax_t size) {
 
 RunFixture::RunFixture() {
     std::string name = (fs::temp_directory_path() / "selvane_run_XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr)
+    if (mkdtemp(name.data()) == nullptr) {
         throw std::runtime_error("no temporary directory");
+    }
     m_directory = name;
     fs::create_directory(m_directory / "work");
     fs::create_directory(m_directory / "streams");
@@ -63,8 +67,9 @@ RunResult RunFixture::run(const Arguments& arguments) const {
     Arguments words = {binaryPath()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
-    for (std::string& word : words)
+    for (std::string& word : words) {
         pointers.push_back(word.data());
+    }
     pointers.push_back(nullptr);
     const fs::path out = m_directory / "streams" / "out";
     const fs::path err = m_directory / "streams" / "err";
@@ -75,13 +80,16 @@ RunResult RunFixture::run(const Arguments& arguments) const {
         becomeProgram(m_directory / "work", out, err, pointers);
     }
     int state = 0;
-    if (child < 0 || waitpid(child, &state, 0) != child)
+    if (child < 0 || waitpid(child, &state, 0) != child) {
         throw std::runtime_error("the program could not be run");
+    }
     RunResult result;
-    if (WIFEXITED(state))
+    if (WIFEXITED(state)) {
         result.status = WEXITSTATUS(state);
-    if (WIFSIGNALED(state))
+    }
+    if (WIFSIGNALED(state)) {
         result.signal = WTERMSIG(state);
+    }
     result.out = contentOf(out);
     result.err = contentOf(err);
     return result;
@@ -120,8 +128,9 @@ bool RunFixture::exists(const std::string& name) const {
 
 std::set<std::string> RunFixture::entries(const std::string& directory) const {
     std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(m_directory / "work" / directory))
+    for (const auto& entry : fs::directory_iterator(m_directory / "work" / directory)) {
         names.insert(entry.path().filename().string());
+    }
     return names;
 }
 
@@ -153,7 +162,8 @@ bool contains(const std::string& text, const std::string& part) {
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
+    for (std::string line; std::getline(stream, line);) {
         lines.push_back(line);
+    }
     return lines;
 }

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/ScanCheckpoints.h"
-
 #include <atomic>
 #include <chrono>
 #include <mutex>
@@ -11,6 +9,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "app/ScanCheckpoints.h"
 
 namespace {
 

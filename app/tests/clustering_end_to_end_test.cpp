@@ -27,8 +27,9 @@ PoseList plainLoop(const PoseList& poses, double threshold, std::size_t capacity
         const bool isFar = std::all_of(kept.begin(), kept.end(), [&](const WrittenPose& other) {
             return separation(pose, other) >= threshold;
         });
-        if (isFar && kept.size() < capacity)
+        if (isFar && kept.size() < capacity) {
             kept.push_back(pose);
+        }
     }
     return kept;
 }
@@ -83,8 +84,9 @@ TEST_F(Clustering, NClustersTimesNSolutionsPosesAreKeptAndNClustersRefined) {
     const PoseList poses = scanned({"--nsolutions", "5", "--nclusters", "2", "--clusterThreshold", "4"});
     expectSamePoses(poses, plainLoop(ten, threshold, 2));
     EXPECT_EQ(refined().size(), 2U);
-    for (const WrittenPose& pose : refined())
+    for (const WrittenPose& pose : refined()) {
         EXPECT_GE(pose.flexScore(), pose.score());
+    }
     EXPECT_EQ(logged(),
               " --dangle 60 --clustering  --clusterThreshold 4 --nclusters 2 --nsolutions 10 --odir ./\n\n");
 }
@@ -134,11 +136,13 @@ TEST_F(Clustering, NoTwoWrittenPosesLieNearerThanTheThreshold) {
         const PoseList poses =
             scanned({"--nclusters", "60", "--nsolutions", "50", "--clusterThreshold", formatted(threshold)});
         EXPECT_GT(poses.size(), 3U);
-        for (std::size_t a = 0; a < poses.size(); ++a)
-            for (std::size_t b = a + 1; b < poses.size(); ++b)
+        for (std::size_t a = 0; a < poses.size(); ++a) {
+            for (std::size_t b = a + 1; b < poses.size(); ++b) {
                 EXPECT_TRUE(poses[a].score() == poses[b].score() ||
                             separation(poses[a], poses[b]) >= threshold - PRINTED)
                     << a << " and " << b << " at " << threshold;
+            }
+        }
     }
 }
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/fail.h"
-
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -10,6 +8,8 @@
 #include <thread>
 
 #include <gtest/gtest.h>
+
+#include "app/fail.h"
 
 namespace {
 

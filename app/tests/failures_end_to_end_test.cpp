@@ -110,8 +110,9 @@ TEST_F(Failures, AtomsAbsurdlyFarApart) {
     writeInputs();
     std::string text = pdbText(m_model);
     // A pair, so that neither atom is alone.
-    for (const char* serial : {"ATOM      1", "ATOM      2"})
+    for (const char* serial : {"ATOM      1", "ATOM      2"}) {
         text.replace(text.find(serial) + 30, 8, " 1.0e+08");
+    }
     write("model.pdb", text);
     expectStageFailure(fit(quick()), "model.pdb", "Check for atoms far from the rest.");
 }
@@ -150,8 +151,9 @@ TEST_F(Failures, MapsWithoutUsableVoxelsEndWithStatusOne) {
          "Error: File is MUCH larger than expected and doesn't match header. "},
         {"extents of which the file knows nothing",
          [](std::string& bytes) {
-             for (const std::size_t offset : {0U, 4U, 8U})
+             for (const std::size_t offset : {0U, 4U, 8U}) {
                  setIntAt(bytes, offset, 2000000000);
+             }
          },
          "Error: "},
         {"a negative extent", [](std::string& bytes) { setIntAt(bytes, 0, -20); }, ""},
@@ -240,8 +242,9 @@ TEST_F(Failures, PlaceInTheOriginWordsIsTold) {
 
 TEST_F(Failures, MapWithoutCandidatesLeavesEmptySolutions) {
     writeInputs();
-    for (double& value : m_map.values)
+    for (double& value : m_map.values) {
         value = -1.0 - value;
+    }
     writeInputs(m_model, m_map);
     const RunResult result = fit(coarse());
     EXPECT_EQ(result.status, 0) << result.err;
@@ -269,15 +272,17 @@ TEST_F(Failures, OutputDirectoryThatCannotBeMade) {
     write("out", "a file in the way");
     const RunResult result = fit(quick({"--odir", "out"}));
     EXPECT_EQ(result.status, 0);
-    for (const char* path : {"out/Rigid_solution.pdb", "out/Solution.pdb"})
+    for (const char* path : {"out/Rigid_solution.pdb", "out/Solution.pdb"}) {
         EXPECT_TRUE(contains(result.out, "[ERROR] couldn't create the file " + std::string(47, '.') + " : " +
                                              path + "\n"))
             << result.out;
-    for (const char* path : {"out/Rigid_solution.pdb", "out/Solution.pdb"})
+    }
+    for (const char* path : {"out/Rigid_solution.pdb", "out/Solution.pdb"}) {
         EXPECT_TRUE(contains(result.err, "selvane: " + std::string(path) +
                                              " could not be opened for writing: Not a directory. Check its "
                                              "directory and the permissions.\n"))
             << result.err;
+    }
     EXPECT_TRUE(contains(result.out, " Timing : "));
     EXPECT_EQ(read("out"), "a file in the way");
 }
@@ -315,8 +320,9 @@ TEST_F(Failures, FullDiskLeavesTheResultsOfAnEarlierRun) {
     const std::vector<std::string> paths = {"out/Rigid_solution.pdb", "out/Solution.pdb", "out/original.pdb",
                                             "out/edm.map", "density.map"};
     std::vector<std::string> before;
-    for (const std::string& path : paths)
+    for (const std::string& path : paths) {
         before.push_back(read(path));
+    }
     const std::set<std::string> entriesBefore = entries();
     const std::set<std::string> resultsBefore = entries("out");
 
@@ -358,10 +364,11 @@ TEST_F(Failures, FullDiskSparesTheOtherFiles) {
         EXPECT_TRUE(contains(result.err, "selvane: without_" + full + "/" + full)) << result.err;
         EXPECT_TRUE(contains(result.out, " Timing : "));
         EXPECT_TRUE(exists("without_" + full + "/log.txt"));
-        for (const std::string& name : names)
+        for (const std::string& name : names) {
             if (name != full) {
                 EXPECT_EQ(read("without_" + full + "/" + name), read("whole/" + name)) << name;
             }
+        }
     }
 }
 

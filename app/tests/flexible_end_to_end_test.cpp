@@ -36,9 +36,11 @@ protected:
         m_amplitudes = std::sqrt(m_totalMass) * arma::Col<double>{FIRST_RMSD, SECOND_RMSD};
         m_bent = m_reference;
         const arma::Col<double> moves = m_modes * m_amplitudes;
-        for (std::size_t a = 0; a < m_bent.size(); ++a)
-            for (std::size_t c = 0; c < 3; ++c)
+        for (std::size_t a = 0; a < m_bent.size(); ++a) {
+            for (std::size_t c = 0; c < 3; ++c) {
                 m_bent[a].position[c] += moves(3 * a + c);
+            }
+        }
         writeInputs(m_bent, simulate(map, m_bent, map.largestVoxel()));
         write("model.pdb", pdbText(m_reference));
     }
@@ -49,21 +51,25 @@ protected:
         std::vector<int> blocks;
         loadFromPDB((m_directory / "work" / "model.pdb").c_str(), atoms, m_masses, blocks);
         std::vector<std::array<double, 3>> positions;
-        for (const cPDBAtom& atom : atoms)
+        for (const cPDBAtom& atom : atoms) {
             positions.push_back({atom.m_position.x, atom.m_position.y, atom.m_position.z});
+        }
         NeighbourList<std::array<double, 3>> pairs;
-        for (std::size_t i = 0; i < positions.size(); ++i)
+        for (std::size_t i = 0; i < positions.size(); ++i) {
             for (std::size_t j = 0; j < positions.size(); ++j) {
                 const double d2 = squaredNorm(positions[i] - positions[j]);
-                if (i != j && d2 < CUTOFF * CUTOFF)
+                if (i != j && d2 < CUTOFF * CUTOFF) {
                     pairs.push_back(
                         {positions[i], positions[j], static_cast<int>(i), static_cast<int>(j), d2});
+                }
             }
+        }
         const auto network = std::make_shared<System>(pairs, m_masses, STIFFNESS, nullptr);
         m_modes = NormalModeEngine(network, positions, m_masses, blocks, MODES, 1.0, nullptr).m_modes;
         m_totalMass = 0.0;
-        for (const double mass : m_masses)
+        for (const double mass : m_masses) {
             m_totalMass += mass;
+        }
     }
 
     std::vector<WrittenPose> posesWith(const Arguments& modes, const std::string& file = "Solution.pdb") {
@@ -83,8 +89,9 @@ protected:
         arma::Col<double> share(3 * m_reference.size());
         for (std::size_t a = 0; a < m_reference.size(); ++a) {
             const Vec left = pose.positions.at(a) - placed(pose, m_reference[a].position, m_map.centre());
-            for (std::size_t c = 0; c < 3; ++c)
+            for (std::size_t c = 0; c < 3; ++c) {
                 share(3 * a + c) = left[c];
+            }
         }
         return share;
     }
@@ -92,16 +99,19 @@ protected:
     /// sum over atoms of m_a |u_a|^2
     double massWeighted(const arma::Col<double>& u) const {
         double sum = 0.0;
-        for (std::size_t a = 0; a < m_masses.size(); ++a)
+        for (std::size_t a = 0; a < m_masses.size(); ++a) {
             sum += m_masses[a] * arma::dot(u.subvec(3 * a, 3 * a + 2), u.subvec(3 * a, 3 * a + 2));
+        }
         return sum;
     }
 
     /// The radius of the local solves as the report gives it.
     double reportedRadius() const {
-        for (const std::string& line : linesOf(m_result.out))
-            if (contains(line, " Trust Region Norm"))
+        for (const std::string& line : linesOf(m_result.out)) {
+            if (contains(line, " Trust Region Norm")) {
                 return std::stod(line.substr(line.rfind(':') + 1));
+            }
+        }
         ADD_FAILURE() << "no radius in the report";
         return 0.0;
     }
@@ -120,8 +130,9 @@ const Arguments TWO_MODES = {"--nmodes", "2", "--maxrmsd", "2"};
 /// |d| of the local step of a pose: angstrom, radians and amplitudes alike.
 double lengthOfStep(const WrittenPose& pose) {
     double sum = squaredNorm(pose.dTau()) + squaredNorm(pose.dR());
-    for (const double amplitude : pose.eta())
+    for (const double amplitude : pose.eta()) {
         sum += amplitude * amplitude;
+    }
     return std::sqrt(sum);
 }
 
@@ -141,8 +152,9 @@ TEST_F(FlexibleFit, MoreModesThanTheBendNeedsDoNoHarm) {
 TEST_F(FlexibleFit, BestPoseIsBentAlongTheModesOfTheBend) {
     const arma::Col<double> share = modeShare(posesWith(TWO_MODES).at(0));
     arma::Col<double> weighted = share;
-    for (std::size_t a = 0; a < m_masses.size(); ++a)
+    for (std::size_t a = 0; a < m_masses.size(); ++a) {
         weighted.subvec(3 * a, 3 * a + 2) *= m_masses[a];
+    }
     const arma::Col<double> found = m_modes.t() * weighted;
     // One step on a quadratic model goes most of the way, and not beyond.
     for (arma::uword m = 0; m < MODES; ++m) {
@@ -167,16 +179,18 @@ TEST_F(FlexibleFit, Remark12CarriesTheAmplitudesThatTheAtomsMoveBy) {
 }
 
 TEST_F(FlexibleFit, Remark12HoldsOneZeroPerModeBeforeTheRefinement) {
-    for (const WrittenPose& pose : posesWith(TWO_MODES, "Rigid_solution.pdb"))
+    for (const WrittenPose& pose : posesWith(TWO_MODES, "Rigid_solution.pdb")) {
         EXPECT_EQ(pose.eta(), std::vector<double>(MODES, 0.0));
+    }
 }
 
 TEST_F(FlexibleFit, EveryStepLiesInTheBallOfTheReportedRadius) {
     constexpr double printed = 1e-5; // of the radius: six digits in the report
     for (const char* maxRmsd : {"0", "0.5", "2"}) {
         const std::vector<WrittenPose> poses = posesWith({"--nmodes", "5", "--maxrmsd", maxRmsd});
-        for (const WrittenPose& pose : poses)
+        for (const WrittenPose& pose : poses) {
             EXPECT_LE(lengthOfStep(pose), reportedRadius() * (1.0 + printed)) << maxRmsd;
+        }
     }
 }
 

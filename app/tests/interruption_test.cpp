@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/interruption.h"
-
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -10,9 +8,12 @@
 #include <thread>
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "app/interruption.h"
 
 namespace {
 

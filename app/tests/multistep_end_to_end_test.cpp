@@ -42,9 +42,11 @@ protected:
 };
 
 std::size_t indexOf(const std::vector<std::string>& lines, const std::string& part, std::size_t from = 0) {
-    for (std::size_t i = from; i < lines.size(); ++i)
-        if (contains(lines[i], part))
+    for (std::size_t i = from; i < lines.size(); ++i) {
+        if (contains(lines[i], part)) {
             return i;
+        }
+    }
     return lines.size();
 }
 
@@ -87,11 +89,12 @@ TEST_F(Multistep, EachWorkerTellsOfItsTwoCorrelations) {
     const RunResult result = fit({"--multistep", "--dangle", "180", "--nsolutions", "1", "--nthread", "2"});
     ASSERT_EQ(result.status, 0) << result.err;
     const std::vector<std::string> lines = linesOf(result.out);
-    for (const std::string operation : {"setRotationCenter", "initPatternEdm"})
+    for (const std::string operation : {"setRotationCenter", "initPatternEdm"}) {
         for (const std::string object : {"m_pFirstOrderCCF", "m_pThirdOrderCCF"}) {
             const std::string line = "CrossCorrelationOracle::" + operation + " : " + object + " ";
             EXPECT_EQ(std::count(lines.begin(), lines.end(), line), 2) << line;
         }
+    }
     EXPECT_FALSE(contains(result.out, "m_pSecondOrderCCF"));
     EXPECT_TRUE(exists("density.map"));
 }
@@ -126,8 +129,9 @@ TEST_F(Multistep, WithModesTheAmplitudesOfEachPoseAreWritten) {
     ASSERT_FALSE(poses.empty());
     ASSERT_EQ(poses[0].eta().size(), 5U);
     double largest = 0.0;
-    for (const double amplitude : poses[0].eta())
+    for (const double amplitude : poses[0].eta()) {
         largest = std::max(largest, std::abs(amplitude));
+    }
     EXPECT_GT(largest, 0.0);
     EXPECT_LT(distanceOfBest(poses), MOVED);
 }

@@ -24,10 +24,13 @@ protected:
         const std::string bytes = read(name);
         std::vector<double> values(m_map.values.size());
         std::size_t offset = HEADER_SIZE;
-        for (int k = 0; k < m_map.size[2]; ++k)
-            for (int j = 0; j < m_map.size[1]; ++j)
-                for (int i = 0; i < m_map.size[0]; ++i, offset += 4)
+        for (int k = 0; k < m_map.size[2]; ++k) {
+            for (int j = 0; j < m_map.size[1]; ++j) {
+                for (int i = 0; i < m_map.size[0]; ++i, offset += 4) {
                     values[m_map.index(i, j, k)] = static_cast<double>(floatAt(bytes, offset));
+                }
+            }
+        }
         return values;
     }
 
@@ -76,8 +79,9 @@ TEST_F(Options, WorkersBeyondAnyMemoryAreRefused) {
 TEST_F(Options, NSolutionsIsTheNumberOfPoses) {
     writeInputs();
     ASSERT_EQ(fit({"--nthread", "1", "--dangle", "180", "--nsolutions", "7"}).status, 0);
-    for (const char* name : {"Rigid_solution.pdb", "Solution.pdb"})
+    for (const char* name : {"Rigid_solution.pdb", "Solution.pdb"}) {
         EXPECT_EQ(poses(name).size(), 7U);
+    }
 }
 
 TEST_F(Options, DefaultsKeepAThousandPosesInTheWorkingDirectory) {
@@ -107,11 +111,14 @@ TEST_F(Options, SigmaWidensTheSimulatedDensity) {
 /// above the mean by `sigmas` standard deviations is cut.
 std::vector<double> filteredVoxels(const TestMap& map, double sigmas) {
     std::vector<double> values(map.values.size(), 0.0);
-    for (int i = 1; i + 1 < map.size[0]; ++i)
-        for (int j = 1; j + 1 < map.size[1]; ++j)
-            for (int k = 1; k + 1 < map.size[2]; ++k)
+    for (int i = 1; i + 1 < map.size[0]; ++i) {
+        for (int j = 1; j + 1 < map.size[1]; ++j) {
+            for (int k = 1; k + 1 < map.size[2]; ++k) {
                 values[map.index(i, j, k)] =
                     static_cast<double>(static_cast<float>(map.values[map.index(i, j, k)]));
+            }
+        }
+    }
     double sum = 0.0;
     double squares = 0.0;
     for (const double value : values) {
@@ -120,9 +127,11 @@ std::vector<double> filteredVoxels(const TestMap& map, double sigmas) {
     }
     const double mean = sum / static_cast<double>(values.size());
     const double deviation = std::sqrt(squares / static_cast<double>(values.size()) - mean * mean);
-    for (double& value : values)
-        if (deviation * sigmas > value - mean)
+    for (double& value : values) {
+        if (deviation * sigmas > value - mean) {
             value = 0.0;
+        }
+    }
     return values;
 }
 
@@ -132,17 +141,22 @@ double Options::bestDirectSum(double filterSigma) const {
     const std::vector<double> target = filteredVoxels(m_map, filterSigma);
     const std::vector<double> density = voxels("density.map");
     double best = 0.0;
-    for (int di = -15; di <= 1; ++di)
-        for (int dj = -15; dj <= 1; ++dj)
+    for (int di = -15; di <= 1; ++di) {
+        for (int dj = -15; dj <= 1; ++dj) {
             for (int dk = -15; dk <= 1; ++dk) {
                 double sum = 0.0;
-                for (int i = std::max(0, -di); i < std::min(m_map.size[0], m_map.size[0] - di); ++i)
-                    for (int j = std::max(0, -dj); j < std::min(m_map.size[1], m_map.size[1] - dj); ++j)
-                        for (int k = std::max(0, -dk); k < std::min(m_map.size[2], m_map.size[2] - dk); ++k)
+                for (int i = std::max(0, -di); i < std::min(m_map.size[0], m_map.size[0] - di); ++i) {
+                    for (int j = std::max(0, -dj); j < std::min(m_map.size[1], m_map.size[1] - dj); ++j) {
+                        for (int k = std::max(0, -dk); k < std::min(m_map.size[2], m_map.size[2] - dk); ++k) {
                             sum +=
                                 target[m_map.index(i, j, k)] * density[m_map.index(i + di, j + dj, k + dk)];
+                        }
+                    }
+                }
                 best = std::max(best, sum);
             }
+        }
+    }
     return best / (8.0 * PI * PI * PI);
 }
 
@@ -191,8 +205,9 @@ TEST_F(Options, OutputDirectoryMayHaveAnyName) {
 
 TEST_F(Options, OutputDirectoryMayEndInASlashAndExist) {
     writeInputs();
-    for (int repetition = 0; repetition < 2; ++repetition)
+    for (int repetition = 0; repetition < 2; ++repetition) {
         ASSERT_EQ(fit(quick({"--odir", "out/"})).status, 0);
+    }
     EXPECT_EQ(entries("out").size(), 5U);
     EXPECT_TRUE(contains(read("out/log.txt"), " --odir out/\n"));
 }
@@ -223,8 +238,9 @@ TEST_F(Options, ModesBendTheModelByTheirAmplitudes) {
     for (const WrittenPose& pose : poses()) {
         ASSERT_EQ(pose.eta().size(), 5U);
         double amplitude = 0.0;
-        for (const double eta : pose.eta())
+        for (const double eta : pose.eta()) {
             amplitude += eta * eta;
+        }
         // The modes are orthonormal under the masses: the mass-weighted square of the bending is that of the
         // amplitudes. What a coordinate was rounded by is all that may differ.
         double bending = 0.0;
@@ -252,8 +268,9 @@ TEST_F(Options, CutoffAndStiffnessReachTheModes) {
     };
     const auto amplitudes = [](const WrittenPose& pose) {
         double sum = 0.0;
-        for (const double eta : pose.eta())
+        for (const double eta : pose.eta()) {
             sum += eta * eta;
+        }
         return sum;
     };
     const WrittenPose reference = solution("10", "1");
@@ -271,11 +288,13 @@ TEST_F(Options, HelpGoesToTheOutputAndMakesNoDirectory) {
     for (const char* listed :
          {"--ipdb <string>", "--iedm <string>", "--nthread <unsigned integer>", "--sigma <double>",
           "--filtersigma <double>", "--dangle <double>", "--clusterThreshold <double>", "--odir <string>",
-          "--nsolutions <integer>", "--nclusters <integer>", "--clustering", "--nopadding"})
+          "--nsolutions <integer>", "--nclusters <integer>", "--clustering", "--nopadding"}) {
         EXPECT_TRUE(contains(help.out, listed)) << listed;
+    }
     for (const char* hidden : {"--nmodes", "--cutoff", "--stiffness", "--maxrmsd", "--multistep", "--help",
-                               "--version", "--changelog", "Selvane", "****"})
+                               "--version", "--changelog", "Selvane", "****"}) {
         EXPECT_FALSE(contains(help.out, hidden)) << hidden;
+    }
     EXPECT_EQ(entries(), std::set<std::string>{});
 
     EXPECT_EQ(run({"-h"}).out, run({"--help"}).out);
@@ -329,8 +348,9 @@ TEST_F(Options, ErrorsOfTheCommandLineEndBeforeTheRun) {
         EXPECT_EQ(result.status, 1) << text;
         EXPECT_EQ(result.out, "") << text;
         for (const std::string& part : {std::string("PARSE ERROR: "), text, std::string("Brief USAGE: "),
-                                        std::string("For complete USAGE and HELP type: ")})
+                                        std::string("For complete USAGE and HELP type: ")}) {
             EXPECT_TRUE(contains(result.err, part)) << part << " in " << result.err;
+        }
         EXPECT_EQ(entries(), before) << text;
     }
 }

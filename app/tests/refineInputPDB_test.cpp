@@ -37,8 +37,9 @@ class RefineInputPDB : public testing::Test {
 protected:
     RefineInputPDB() {
         std::string name = (fs::temp_directory_path() / "selvane_refine_XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
+        if (mkdtemp(name.data()) == nullptr) {
             throw std::runtime_error("no temporary directory");
+        }
         m_directory = name;
     }
     ~RefineInputPDB() override {
@@ -51,8 +52,9 @@ protected:
         m_map.start = start;
         m_truth = makeModel(m_map.centre() + Vec{1.3, -2.1, 0.7});
         m_map = simulate(m_map, m_truth, m_map.largestVoxel());
-        for (double& value : m_map.values)
+        for (double& value : m_map.values) {
             value *= scale;
+        }
         write("map.ccp4", ccp4Bytes(m_map));
     }
 
@@ -74,8 +76,9 @@ protected:
                                           path("map.ccp4"), "--odir", path("out")};
         words.insert(words.end(), options.begin(), options.end());
         std::vector<char*> pointers;
-        for (std::string& word : words)
+        for (std::string& word : words) {
             pointers.push_back(word.data());
+        }
         cSequentialTimer timer;
         testing::internal::CaptureStdout();
         m_fit = std::make_unique<OpenFit>(static_cast<int>(words.size()), pointers.data(), 80);
@@ -83,8 +86,9 @@ protected:
         m_fit->loadPdb();
         m_fit->buildHessian();
         m_fit->performNMA();
-        if (withRadius)
+        if (withRadius) {
             m_fit->initThreadedRefineTopConformations();
+        }
         m_fit->refineInputPDB(timer);
         m_report = testing::internal::GetCapturedStdout();
     }
@@ -93,9 +97,10 @@ protected:
     std::vector<Vec> refined() const {
         std::ifstream file(path("out/Refined-model.pdb"));
         std::vector<Vec> positions;
-        for (std::string line; std::getline(file, line);)
+        for (std::string line; std::getline(file, line);) {
             positions.push_back({std::stod(line.substr(30, 8)), std::stod(line.substr(38, 8)),
                                  std::stod(line.substr(46, 8))});
+        }
         EXPECT_EQ(positions.size(), m_truth.size());
         return positions;
     }
@@ -104,31 +109,36 @@ protected:
     arma::Col<double> refinedMoves() const {
         const std::vector<Vec> positions = refined();
         arma::Col<double> moves(3 * positions.size());
-        for (std::size_t a = 0; a < positions.size(); ++a)
-            for (std::size_t c = 0; c < 3; ++c)
+        for (std::size_t a = 0; a < positions.size(); ++a) {
+            for (std::size_t c = 0; c < 3; ++c) {
                 moves(3 * a + c) = positions[a][c] - m_start[a].position[c];
+            }
+        }
         return moves;
     }
 
     /// The displacements by unit translations and unit infinitesimal rotations, a motion per column.
     arma::Mat<double> rigidMotions() const {
         arma::Mat<double> motions(3 * m_start.size(), 6, arma::fill::zeros);
-        for (std::size_t a = 0; a < m_start.size(); ++a)
+        for (std::size_t a = 0; a < m_start.size(); ++a) {
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 Vec unit{};
                 unit[axis] = 1.0;
                 const Vec turned = cross(unit, m_start[a].position);
                 motions(3 * a + axis, axis) = 1.0;
-                for (std::size_t c = 0; c < 3; ++c)
+                for (std::size_t c = 0; c < 3; ++c) {
                     motions(3 * a + c, 3 + axis) = turned[c];
+                }
             }
+        }
         return motions;
     }
 
     double distanceFromTruth(const std::vector<Vec>& positions, const Vec& offset = {0, 0, 0}) const {
         std::vector<Vec> expected = positionsOf(m_truth);
-        for (Vec& p : expected)
+        for (Vec& p : expected) {
             p = p + offset;
+        }
         return rmsd(expected, positions);
     }
 
@@ -202,10 +212,12 @@ TEST_F(RefineInputPDB, IntervalBelongsToTheOptimization) {
     double saving = -1.0;
     for (std::string line; std::getline(table, line);) {
         const std::size_t colon = line.find(" : ");
-        if (line.find("Optimizing the input pdb") != std::string::npos)
+        if (line.find("Optimizing the input pdb") != std::string::npos) {
             optimizing = std::stod(line.substr(colon + 3));
-        if (line.find("Saving optimized solution") != std::string::npos)
+        }
+        if (line.find("Saving optimized solution") != std::string::npos) {
             saving = std::stod(line.substr(colon + 3));
+        }
     }
     EXPECT_GT(optimizing, 0.0);
     EXPECT_EQ(saving, 0.0); // until the caller saves an interval
@@ -220,8 +232,9 @@ TEST_F(RefineInputPDB, GridIsTheMapsWithItsCornersAtTheCell) {
     const cGrid& grid = *m_fit->m_structureGrid;
     EXPECT_EQ(grid.m_box, cBBox(map.m_cellDim, map.m_cellDim));
     EXPECT_EQ(grid.m_cellDim, map.m_cellDim);
-    for (int axis = 0; axis < 3; ++axis)
+    for (int axis = 0; axis < 3; ++axis) {
         EXPECT_EQ(grid.m_size[axis], map.m_size[axis]);
+    }
 }
 
 // The map's own place plays no part.
@@ -261,8 +274,9 @@ TEST_F(RefineInputPDB, FileIsNamedAfterTheLastPartOfThePathAndHoldsAtomLinesAlon
     refine();
     ASSERT_TRUE(fs::exists(path("out/Refined-model.pdb")));
     std::ifstream file(path("out/Refined-model.pdb"));
-    for (std::string line; std::getline(file, line);)
+    for (std::string line; std::getline(file, line);) {
         EXPECT_EQ(line.substr(0, 6), "ATOM  ");
+    }
 }
 
 TEST_F(RefineInputPDB, FileThatCannotBeWrittenIsTold) {

@@ -40,8 +40,9 @@ std::string fact(const std::string& key, const std::string& value) {
 std::string bar(int position, int percent) {
     const int full = std::clamp(position, 0, 70);
     std::string text(static_cast<std::size_t>(full), '=');
-    if (full < 70)
+    if (full < 70) {
         text += ">" + std::string(static_cast<std::size_t>(69 - full), ' ');
+    }
     return "[" + text + "] " + std::to_string(percent) + " %\r";
 }
 
@@ -52,8 +53,9 @@ std::string bars(const std::vector<int>& counts, int total) {
     for (const int count : counts) {
         const float fraction = static_cast<float>(count) / static_cast<float>(total);
         const int position = static_cast<int>(70.0F * fraction);
-        if (position != last)
+        if (position != last) {
             text += bar(position, static_cast<int>(static_cast<double>(fraction) * 100.0));
+        }
         last = position;
     }
     return text;
@@ -62,23 +64,26 @@ std::string bars(const std::vector<int>& counts, int total) {
 /// The scan counts one rotation ahead: its bars start at 2 of n and end at n + 1.
 std::string scanBars(int rotations) {
     std::vector<int> counts;
-    for (int k = 0; k < rotations; ++k)
+    for (int k = 0; k < rotations; ++k) {
         counts.push_back(k + 2);
+    }
     return bars(counts, rotations);
 }
 
 std::string refinementBars(int poses) {
     std::vector<int> counts;
-    for (int k = 1; k <= poses; ++k)
+    for (int k = 1; k <= poses; ++k) {
         counts.push_back(k);
+    }
     return bars(counts, poses);
 }
 
 /// Half of the trace of the inertia tensor about the coordinate origin.
 double secondMoment(const std::vector<TestAtom>& atoms) {
     double sum = 0.0;
-    for (const TestAtom& atom : atoms)
+    for (const TestAtom& atom : atoms) {
         sum += massOf(atom) * squaredNorm(atom.position);
+    }
     return sum;
 }
 
@@ -116,8 +121,9 @@ const std::vector<std::string>& timingRows() {
 std::string timingTable() {
     const std::string rule(WIDTH, '=');
     std::string text = rule + "\n" + title(" Timing : ") + rule + "\n";
-    for (const std::string& row : timingRows())
+    for (const std::string& row : timingRows()) {
         text += fact(row, "# s");
+    }
     text += std::string(WIDTH, '.') + "\n" + "Total time : " + std::string(WIDTH - 13, '.') + " : # s\n";
     return text + rule + "\n";
 }
@@ -129,8 +135,9 @@ std::string withoutSeconds(const std::string& text) {
 
 std::string afterBanner(const std::string& text) {
     std::size_t begin = 0;
-    for (std::size_t line = 0; line < BANNER_LINES; ++line)
+    for (std::size_t line = 0; line < BANNER_LINES; ++line) {
         begin = text.find('\n', begin) + 1;
+    }
     return text.substr(begin);
 }
 
@@ -223,8 +230,9 @@ TEST_F(Report, ReadingOfTheModelIsNotInTheTimingTable) {
     // Seen to fail with the intervals of the silent stages dropped.
     writeInputs();
     std::string text;
-    for (int line = 0; line < 300000; ++line)
+    for (int line = 0; line < 300000; ++line) {
         text += "REMARK  99 what takes its time to be read\n";
+    }
     write("model.pdb", text + pdbText(m_model));
     const std::vector<std::string> lines = linesOf(fit(quick()).out);
     const auto begin = std::find(lines.begin(), lines.end(), centred(" Timing : ", '='));
@@ -234,12 +242,14 @@ TEST_F(Report, ReadingOfTheModelIsNotInTheTimingTable) {
     for (auto line = begin; line != lines.end(); ++line) {
         const std::size_t colon = line->find(" : ", WIDTH);
         const double seconds = colon == std::string::npos ? 0.0 : std::stod(line->substr(colon + 3));
-        if (contains(*line, "Total time"))
+        if (contains(*line, "Total time")) {
             total = seconds;
-        else
+        } else {
             listed += seconds;
-        if (contains(*line, " Reading input PDB file "))
+        }
+        if (contains(*line, " Reading input PDB file ")) {
             model = seconds;
+        }
     }
     EXPECT_GE(model, 0.0);
     EXPECT_LT(model, total - listed); // that of the network, which nobody asked for

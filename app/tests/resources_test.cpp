@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/resources.h"
-
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
 #include <gtest/gtest.h>
+
+#include "app/resources.h"
 
 namespace {
 

@@ -36,8 +36,9 @@ const char* const NUMBER = "-?[0-9]+\\.[0-9]{6}";
 
 std::string pattern(const std::string& key, int count) {
     std::string text = key;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         text += (i == 0 ? "" : " ") + std::string(NUMBER);
+    }
     return text;
 }
 
@@ -84,7 +85,7 @@ TEST_F(Results, AtomLinesEqualTheOriginalButForTheCoordinates) {
     writeInputs();
     ASSERT_EQ(fit(coarse()).status, 0);
     const std::vector<std::string> original = linesOf(read("original.pdb"));
-    for (const char* name : {"Rigid_solution.pdb", "Solution.pdb"})
+    for (const char* name : {"Rigid_solution.pdb", "Solution.pdb"}) {
         for (const WrittenPose& pose : readPoses(read(name))) {
             ASSERT_EQ(pose.atomLines.size(), original.size());
             for (std::size_t a = 0; a < original.size(); ++a) {
@@ -92,14 +93,16 @@ TEST_F(Results, AtomLinesEqualTheOriginalButForTheCoordinates) {
                 EXPECT_EQ(pose.atomLines[a].substr(54), original[a].substr(54));
             }
         }
+    }
 }
 
 TEST_F(Results, OriginalHoldsTheAtomsAsRead) {
     writeInputs();
     ASSERT_EQ(fit(quick()).status, 0);
     std::string expected;
-    for (std::size_t a = 0; a < m_model.size(); ++a)
+    for (std::size_t a = 0; a < m_model.size(); ++a) {
         expected += writtenLine(m_model, a) + "\n";
+    }
     EXPECT_EQ(read("original.pdb"), expected);
 }
 
@@ -108,8 +111,9 @@ TEST_F(Results, AtomsOfAPqrFileAreWrittenWithoutItsChargesAndRadii) {
     write("model.PQR", read("model.pdb"));
     ASSERT_EQ(run(quick({"--ipdb", "model.PQR", "--iedm", "map.ccp4"})).status, 0);
     std::string expected;
-    for (std::size_t a = 0; a < m_model.size(); ++a)
+    for (std::size_t a = 0; a < m_model.size(); ++a) {
         expected += writtenLine(m_model, a).replace(54, 12, "  0.00  0.00") + "\n";
+    }
     EXPECT_EQ(read("original.pdb"), expected);
 }
 
@@ -132,15 +136,17 @@ TEST_F(Results, CoordinatesFollowFromTheRemarks) {
     writeInputs(start, simulate(map, atoms, 3.0));
     ASSERT_EQ(fit({"--nthread", "1", "--dangle", "60", "--nsolutions", "40"}).status, 0);
     bool refined = false;
-    for (const char* name : {"Rigid_solution.pdb", "Solution.pdb"})
+    for (const char* name : {"Rigid_solution.pdb", "Solution.pdb"}) {
         for (const WrittenPose& pose : readPoses(read(name))) {
             refined = refined || squaredNorm(pose.dR()) > 0.0;
             for (std::size_t a = 0; a < m_model.size(); ++a) {
                 const Vec expected = placed(pose, m_model[a].position, centreOfPoses());
-                for (std::size_t axis = 0; axis < 3; ++axis)
+                for (std::size_t axis = 0; axis < 3; ++axis) {
                     ASSERT_NEAR(pose.positions[a][axis], expected[axis], tolerance) << name << ", atom " << a;
+                }
             }
         }
+    }
     EXPECT_TRUE(refined);
 }
 
@@ -155,8 +161,9 @@ TEST_F(Results, ScoresDescendAndTheOrderIsThatOfTheScan) {
         if (i > 0) {
             EXPECT_LE(rigid[i].score(), rigid[i - 1].score());
         }
-        for (std::size_t line : {0U, 1U, 2U, 3U})
+        for (std::size_t line : {0U, 1U, 2U, 3U}) {
             EXPECT_EQ(refined[i].lines[line], rigid[i].lines[line]);
+        }
         EXPECT_EQ(squaredNorm(rigid[i].dTau()) + squaredNorm(rigid[i].dR()), 0.0);
         EXPECT_GE(refined[i].flexScore(), rigid[i].score() - 1e-6) << "the local maximum lies above its node";
     }
@@ -168,8 +175,9 @@ TEST_F(Results, RefinementStaysInsideTheTrustRadius) {
     std::smatch match;
     ASSERT_TRUE(std::regex_search(result.out, match, std::regex(" Trust Region Norm\\.+ : ([0-9.]+)\n")));
     const double radius = std::stod(match[1]);
-    for (const WrittenPose& pose : readPoses(read("Solution.pdb")))
+    for (const WrittenPose& pose : readPoses(read("Solution.pdb"))) {
         EXPECT_LE(std::sqrt(squaredNorm(pose.dTau()) + squaredNorm(pose.dR())), radius * 1.01);
+    }
 }
 
 TEST_F(Results, MapCopyHasTheVoxelsAndTheHeaderOfTheInput) {
@@ -205,8 +213,9 @@ TEST_F(Results, SameRunTwiceGivesTheSameBytes) {
     ASSERT_EQ(fit(coarse({"--odir", "first"})).status, 0);
     const std::string density = read("density.map");
     ASSERT_EQ(fit(coarse({"--odir", "second"})).status, 0);
-    for (const char* name : {"/Rigid_solution.pdb", "/Solution.pdb", "/original.pdb", "/edm.map"})
+    for (const char* name : {"/Rigid_solution.pdb", "/Solution.pdb", "/original.pdb", "/edm.map"}) {
         EXPECT_EQ(read("second" + std::string(name)), read("first" + std::string(name))) << name;
+    }
     EXPECT_EQ(read("density.map"), density);
 }
 
@@ -237,8 +246,9 @@ TEST_F(Results, SimulatedDensityHoldsOneUnitPerAtom) {
     const std::string density = read("density.map");
     ASSERT_EQ(density.size(), read("map.ccp4").size());
     double sum = 0.0;
-    for (std::size_t offset = HEADER_SIZE; offset < density.size(); offset += 4)
+    for (std::size_t offset = HEADER_SIZE; offset < density.size(); offset += 4) {
         sum += static_cast<double>(floatAt(density, offset));
+    }
     EXPECT_NEAR(sum, static_cast<double>(m_model.size()), 1e-3);
 }
 
@@ -251,9 +261,11 @@ std::string logRecord(std::time_t when, const std::string& options) {
 /// Whether `text` is a record of a run that ended between two times.
 bool isRecordBetween(const std::string& text, std::time_t begin, std::time_t end,
                      const std::string& options) {
-    for (std::time_t when = begin; when <= end; ++when)
-        if (text == logRecord(when, options))
+    for (std::time_t when = begin; when <= end; ++when) {
+        if (text == logRecord(when, options)) {
             return true;
+        }
+    }
     return false;
 }
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/shellQuote.h"
-
 #include <cstdio>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "app/shellQuote.h"
 
 namespace {
 
@@ -12,8 +12,9 @@ namespace {
 std::string expanded(const std::string& word) {
     std::FILE* pipe = popen(("printf '%s|' " + word).c_str(), "r");
     std::string text;
-    for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe))
+    for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) {
         text += static_cast<char>(c);
+    }
     pclose(pipe);
     return text;
 }
@@ -26,8 +27,9 @@ TEST(ShellQuote, PlainTextStandsInSingleQuotes) {
 
 TEST(ShellQuote, ShellGivesTheTextBackAsOneWord) {
     for (const std::string text : {"plain", "two words", "it's", "''", "a;b", "$(date)", "`date`", "\"x\"",
-                                   "*", "$HOME", "back\\slash", "new\nline", "~", "-p", "a&b|c>d", ""})
+                                   "*", "$HOME", "back\\slash", "new\nline", "~", "-p", "a&b|c>d", ""}) {
         EXPECT_EQ(expanded(shellQuote(text)), text + "|") << text;
+    }
 }
 
 } // namespace

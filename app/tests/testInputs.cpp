@@ -13,10 +13,13 @@ constexpr std::size_t HEADER_SIZE = 1024;
 
 Mat operator*(const Mat& a, const Mat& b) {
     Mat product{};
-    for (std::size_t r = 0; r < 3; ++r)
-        for (std::size_t c = 0; c < 3; ++c)
-            for (std::size_t k = 0; k < 3; ++k)
+    for (std::size_t r = 0; r < 3; ++r) {
+        for (std::size_t c = 0; c < 3; ++c) {
+            for (std::size_t k = 0; k < 3; ++k) {
                 product[r][c] += a[r][k] * b[k][c];
+            }
+        }
+    }
     return product;
 }
 
@@ -33,8 +36,9 @@ Vec helixPoint(double residue, double radius) {
 void appendResidue(std::vector<TestAtom>& atoms, char chain, int number, const std::array<Vec, 5>& places) {
     static const char* const NAMES[] = {"N", "CA", "C", "O", "CB"};
     static const char ELEMENTS[] = {'N', 'C', 'C', 'O', 'C'};
-    for (std::size_t a = 0; a < places.size(); ++a)
+    for (std::size_t a = 0; a < places.size(); ++a) {
         atoms.push_back({NAMES[a], ELEMENTS[a], number % 2 == 0 ? "ALA" : "LEU", chain, number, places[a]});
+    }
 }
 
 std::array<Vec, 5> residuePlaces(double residue) {
@@ -44,17 +48,20 @@ std::array<Vec, 5> residuePlaces(double residue) {
 
 std::vector<TestAtom> centred(const std::vector<TestAtom>& atoms, const Vec& middle) {
     Vec mean{};
-    for (const TestAtom& atom : atoms)
-        for (std::size_t a = 0; a < 3; ++a)
+    for (const TestAtom& atom : atoms) {
+        for (std::size_t a = 0; a < 3; ++a) {
             mean[a] += atom.position[a] / static_cast<double>(atoms.size());
+        }
+    }
     return moved(atoms, rotationXYZ(0, 0, 0), {0, 0, 0}, middle - mean);
 }
 
 void append(std::string& bytes, const void* word, bool reversed) {
     char raw[4];
     std::memcpy(raw, word, sizeof raw);
-    if (reversed)
+    if (reversed) {
         std::reverse(std::begin(raw), std::end(raw));
+    }
     bytes.append(raw, sizeof raw);
 }
 
@@ -66,22 +73,26 @@ void appendInts(std::string& bytes, const std::array<int, 3>& values, bool rever
 }
 
 void appendFloats(std::string& bytes, const std::array<float, 3>& values, bool reversed) {
-    for (const float value : values)
+    for (const float value : values) {
         append(bytes, &value, reversed);
+    }
 }
 
 std::string headerOf(const TestMap& map, const std::array<int, 3>& extent) {
     const bool reversed = map.oppositeByteOrder;
     std::array<int, 3> starts{};
-    for (std::size_t c = 0; c < 3; ++c)
+    for (std::size_t c = 0; c < 3; ++c) {
         starts[c] = map.start[static_cast<std::size_t>(map.axisOrder[c] - 1)];
+    }
     std::array<float, 3> lengths{};
-    for (std::size_t a = 0; a < 3; ++a)
+    for (std::size_t a = 0; a < 3; ++a) {
         lengths[a] = static_cast<float>(map.size[a] * map.voxel[a]);
+    }
     const auto [low, high] = std::minmax_element(map.values.begin(), map.values.end());
     double sum = 0.0;
-    for (const double value : map.values)
+    for (const double value : map.values) {
         sum += value;
+    }
 
     std::string header;
     appendInts(header, extent, reversed);
@@ -116,8 +127,9 @@ Vec operator-(const Vec& a, const Vec& b) {
 
 Vec operator*(const Mat& m, const Vec& v) {
     Vec product{};
-    for (std::size_t r = 0; r < 3; ++r)
+    for (std::size_t r = 0; r < 3; ++r) {
         product[r] = m[r][0] * v[0] + m[r][1] * v[1] + m[r][2] * v[2];
+    }
     return product;
 }
 
@@ -131,9 +143,11 @@ double squaredNorm(const Vec& v) {
 
 Mat transposed(const Mat& m) {
     Mat result{};
-    for (std::size_t r = 0; r < 3; ++r)
-        for (std::size_t c = 0; c < 3; ++c)
+    for (std::size_t r = 0; r < 3; ++r) {
+        for (std::size_t c = 0; c < 3; ++c) {
             result[r][c] = m[c][r];
+        }
+    }
     return result;
 }
 
@@ -146,12 +160,14 @@ Mat rotationXYZ(double a, double b, double c) {
 
 std::vector<TestAtom> makeModel(const Vec& middle) {
     std::vector<TestAtom> atoms;
-    for (int residue = 0; residue < 12; ++residue)
+    for (int residue = 0; residue < 12; ++residue) {
         appendResidue(atoms, 'A', residue + 1, residuePlaces(residue - 5.5));
+    }
     for (int residue = 0; residue < 8; ++residue) {
         std::array<Vec, 5> places = residuePlaces(residue - 3.5);
-        for (Vec& p : places)
+        for (Vec& p : places) {
             p = Vec{p[1] + 4.0, p[2] + 7.5, p[0] + 3.0};
+        }
         appendResidue(atoms, 'B', residue + 13, places);
     }
     return centred(atoms, middle);
@@ -161,18 +177,21 @@ std::vector<TestAtom> makeBentChain(const Vec& middle) {
     constexpr int residuesPerHelix = 14;
     constexpr double length = 1.5 * residuesPerHelix;
     std::vector<TestAtom> atoms;
-    for (int residue = 0; residue < residuesPerHelix; ++residue)
+    for (int residue = 0; residue < residuesPerHelix; ++residue) {
         appendResidue(atoms, 'A', residue + 1, residuePlaces(residue));
+    }
     for (int residue = 0; residue < residuesPerHelix; ++residue) {
         std::array<Vec, 5> places = residuePlaces(residue);
-        for (Vec& p : places)
+        for (Vec& p : places) {
             p = Vec{length - p[1], p[0] + 2.0, p[2]};
+        }
         appendResidue(atoms, 'A', residue + residuesPerHelix + 1, places);
     }
     for (int residue = 0; residue < residuesPerHelix; ++residue) {
         std::array<Vec, 5> places = residuePlaces(residue);
-        for (Vec& p : places)
+        for (Vec& p : places) {
             p = Vec{length - p[2], length + 2.0 + p[1], p[0] + 2.0};
+        }
         appendResidue(atoms, 'A', residue + 2 * residuesPerHelix + 1, places);
     }
     return centred(atoms, middle);
@@ -182,8 +201,9 @@ std::vector<TestAtom> moved(std::vector<TestAtom> atoms, const Mat& rotation, co
                             const Vec& shift) {
     for (TestAtom& atom : atoms) {
         atom.position = rotation * (atom.position - centre) + centre + shift;
-        for (double& coordinate : atom.position)
+        for (double& coordinate : atom.position) {
             coordinate = threeDecimals(coordinate);
+        }
     }
     return atoms;
 }
@@ -198,8 +218,9 @@ std::string pdbText(const std::vector<TestAtom>& atoms) {
             static_cast<int>(a + 1), atom.name.c_str(), atom.residue.c_str(), atom.chain, atom.number,
             atom.position[0], atom.position[1], atom.position[2], 1.0, 20.0, atom.element);
         text += line;
-        if (a + 1 == atoms.size() || atoms[a + 1].chain != atom.chain)
+        if (a + 1 == atoms.size() || atoms[a + 1].chain != atom.chain) {
             text += "TER\n";
+        }
     }
     return text + "END\n";
 }
@@ -220,30 +241,35 @@ double massOf(const TestAtom& atom) {
 
 double totalMass(const std::vector<TestAtom>& atoms) {
     double mass = 0.0;
-    for (const TestAtom& atom : atoms)
+    for (const TestAtom& atom : atoms) {
         mass += massOf(atom);
+    }
     return mass;
 }
 
 double rmsd(const std::vector<Vec>& a, const std::vector<Vec>& b) {
     double sum = 0.0;
-    for (std::size_t i = 0; i < a.size(); ++i)
+    for (std::size_t i = 0; i < a.size(); ++i) {
         sum += squaredNorm(a[i] - b.at(i));
+    }
     return std::sqrt(sum / static_cast<double>(a.size()));
 }
 
 std::vector<Vec> positionsOf(const std::vector<TestAtom>& atoms) {
     std::vector<Vec> positions;
-    for (const TestAtom& atom : atoms)
+    for (const TestAtom& atom : atoms) {
         positions.push_back(atom.position);
+    }
     return positions;
 }
 
 double radiusOfGyration(const std::vector<Vec>& positions) {
     Vec mean{};
-    for (const Vec& p : positions)
-        for (std::size_t a = 0; a < 3; ++a)
+    for (const Vec& p : positions) {
+        for (std::size_t a = 0; a < 3; ++a) {
             mean[a] += p[a] / static_cast<double>(positions.size());
+        }
+    }
     return rmsd(positions, std::vector<Vec>(positions.size(), mean));
 }
 
@@ -257,8 +283,9 @@ Vec TestMap::position(int i, int j, int k) const {
 
 Vec TestMap::centre() const {
     Vec centre{};
-    for (std::size_t a = 0; a < 3; ++a)
+    for (std::size_t a = 0; a < 3; ++a) {
         centre[a] = (start[a] + 0.5 * (size[a] - 1)) * voxel[a];
+    }
     return centre;
 }
 
@@ -268,15 +295,18 @@ double TestMap::largestVoxel() const {
 
 TestMap simulate(TestMap map, const std::vector<TestAtom>& atoms, double sigma, double background) {
     map.values.clear();
-    for (int i = 0; i < map.size[0]; ++i)
-        for (int j = 0; j < map.size[1]; ++j)
+    for (int i = 0; i < map.size[0]; ++i) {
+        for (int j = 0; j < map.size[1]; ++j) {
             for (int k = 0; k < map.size[2]; ++k) {
                 const Vec node = map.position(i, j, k);
                 double value = background;
-                for (const TestAtom& atom : atoms)
+                for (const TestAtom& atom : atoms) {
                     value += std::exp(-squaredNorm(node - atom.position) / (2.0 * sigma * sigma));
+                }
                 map.values.push_back(value);
             }
+        }
+    }
     return map;
 }
 
@@ -289,8 +319,8 @@ std::string ccp4Bytes(const TestMap& map) {
     }
     std::string bytes = headerOf(map, extent);
     bytes.append(static_cast<std::size_t>(map.symmetryBytes), ' ');
-    for (int s = 0; s < extent[2]; ++s)
-        for (int r = 0; r < extent[1]; ++r)
+    for (int s = 0; s < extent[2]; ++s) {
+        for (int r = 0; r < extent[1]; ++r) {
             for (int c = 0; c < extent[0]; ++c) {
                 std::array<int, 3> node{};
                 node[axis[0]] = c;
@@ -299,6 +329,8 @@ std::string ccp4Bytes(const TestMap& map) {
                 const auto value = static_cast<float>(map.values[map.index(node[0], node[1], node[2])]);
                 append(bytes, &value, map.oppositeByteOrder);
             }
+        }
+    }
     return bytes;
 }
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "examples/ccp4.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+
+#include <gtest/gtest.h>
+
+#include "examples/ccp4.h"
 
 namespace example {
 namespace {

@@ -1,12 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "examples/example.h"
-
-#include "examples/ccp4.h"
-#include "examples/files.h"
-#include "examples/pdb.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -14,6 +6,13 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+
+#include <gtest/gtest.h>
+
+#include "examples/ccp4.h"
+#include "examples/example.h"
+#include "examples/files.h"
+#include "examples/pdb.h"
 
 namespace example {
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "examples/geometry.h"
-
 #include <gtest/gtest.h>
+
+#include "examples/geometry.h"
 
 namespace example {
 namespace {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "examples/polypeptide.h"
-
-#include <gtest/gtest.h>
-
 #include <map>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "examples/polypeptide.h"
 
 namespace example {
 namespace {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "examples/verdict.h"
+#include <limits>
+#include <stdexcept>
 
 #include <gtest/gtest.h>
 
-#include <limits>
-#include <stdexcept>
+#include "examples/verdict.h"
 
 namespace example {
 namespace {

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <stdexcept>
 
+#include <linux/capability.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 
 #include "tests/robustness/cases.h"
-
-#include <linux/capability.h>
 
 namespace fs = std::filesystem;
 

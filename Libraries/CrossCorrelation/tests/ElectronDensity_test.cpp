@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "CrossCorrelation/ElectronDensity.h"
-
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -9,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/fccf.h"
 #include "CrossCorrelation/gaussianCut.h"
 #include "Interpolation/lerp.h"

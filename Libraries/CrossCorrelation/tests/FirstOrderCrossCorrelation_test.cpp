@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "CrossCorrelation/FirstOrderCrossCorrelation.h"
-
 #include <stdexcept>
 
+#include "CrossCorrelation/FirstOrderCrossCorrelation.h"
 #include "orderScene.h"
 
 namespace {

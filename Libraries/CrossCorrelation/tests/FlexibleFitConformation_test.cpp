@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "CrossCorrelation/FlexibleFitConformation.h"
-
 #include <iomanip>
 #include <memory>
 #include <sstream>
@@ -8,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "CrossCorrelation/FlexibleFitConformation.h"
 #include "Math/cGrid.h"
 
 namespace {

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "CrossCorrelation/HexaustFlexibleFitConformation.h"
-
 #include <memory>
 #include <random>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
 
+#include "CrossCorrelation/HexaustFlexibleFitConformation.h"
 #include "Math/cGrid.h"
 
 namespace {

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "CrossCorrelation/LimitedSizeSet.h"
-
 #include <stdexcept>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
+#include "CrossCorrelation/LimitedSizeSet.h"
 #include "CrossCorrelation/NonHexaustFlexibleFitConformation.h"
 
 namespace {

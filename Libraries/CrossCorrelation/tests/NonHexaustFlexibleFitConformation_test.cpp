@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "CrossCorrelation/NonHexaustFlexibleFitConformation.h"
-
 #include <algorithm>
 #include <limits>
 #include <memory>
@@ -10,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
+#include "CrossCorrelation/NonHexaustFlexibleFitConformation.h"
 #include "Math/cGrid.h"
 
 namespace {

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The step of a scan against the plain one: padded target, whole correlation, derivatives from whole grids.
-#include "CrossCorrelation/RotationScan.h"
-
 #include <algorithm>
 #include <cmath>
 #include <ostream>
@@ -9,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "CrossCorrelation/RotationScan.h"
 #include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
 #include "CrossCorrelation/offerScores.h"
 #include "testModel.h"

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "CrossCorrelation/SecondOrderCrossCorrelation.h"
-
 #include <initializer_list>
 #include <numeric>
 #include <stdexcept>
 
 #include "CrossCorrelation/FirstOrderCrossCorrelation.h"
+#include "CrossCorrelation/SecondOrderCrossCorrelation.h"
 #include "IO/cInfo.h"
 #include "orderScene.h"
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
-
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
 
+#include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
 #include "CrossCorrelation/shiftedSums.h"
 #include "FFTWrapper/RealCorssCorelationEngine.h"
 #include "IO/cInfo.h"

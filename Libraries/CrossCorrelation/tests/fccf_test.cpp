@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "CrossCorrelation/fccf.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -10,6 +8,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "CrossCorrelation/fccf.h"
 
 namespace {
 

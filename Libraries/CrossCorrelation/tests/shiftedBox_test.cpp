@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "CrossCorrelation/shiftedBox.h"
-
 #include <gtest/gtest.h>
 
+#include "CrossCorrelation/shiftedBox.h"
 #include "testModel.h"
 
 namespace {

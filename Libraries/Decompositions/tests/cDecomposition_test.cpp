@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Decompositions/cDecomposition.h"
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
+#include "Decompositions/cDecomposition.h"
 
 namespace {
 

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Files that are broken, cut short or no maps at all.
-#include "DensityReader/cDensityMapCCP4.h"
-
-#include "testMaps.h"
-
 #include <cmath>
 #include <limits>
 #include <utility>
 
 #include <sys/stat.h>
+
+#include "DensityReader/cDensityMapCCP4.h"
+#include "testMaps.h"
 
 namespace {
 

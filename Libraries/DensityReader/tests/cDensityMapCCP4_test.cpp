@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "DensityReader/cDensityMapCCP4.h"
-
-#include "testMaps.h"
-
 #include <cmath>
 #include <limits>
+
+#include "DensityReader/cDensityMapCCP4.h"
+#include "testMaps.h"
 
 namespace {
 

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "DensityReader/cDensityMapInterface.h"
-
-#include "testMaps.h"
-
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+
+#include "DensityReader/cDensityMapInterface.h"
+#include "testMaps.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "testMaps.h"
-
 #include <cmath>
 #include <limits>
 #include <memory>
 #include <stdexcept>
+
+#include "testMaps.h"
 
 namespace {
 

@@ -2,10 +2,6 @@
 #ifndef SELVANE_DENSITYREADER_TESTS_TESTMAPS_H
 #define SELVANE_DENSITYREADER_TESTS_TESTMAPS_H
 
-#include "DensityReader/cDensityMapCCP4.h"
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -18,6 +14,10 @@
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "DensityReader/cDensityMapCCP4.h"
 
 /// A directory of its own below the temporary one, gone with the object.
 class TemporaryDirectory {

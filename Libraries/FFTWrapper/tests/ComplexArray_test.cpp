@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "FFTWrapper/ComplexArray.h"
-
 #include <cstdint>
 #include <limits>
 #include <new>
@@ -8,6 +6,8 @@
 #include <utility>
 
 #include <gtest/gtest.h>
+
+#include "FFTWrapper/ComplexArray.h"
 
 using dft::ComplexArray;
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "FFTWrapper/RealCorssCorelationEngine.h"
-
 #include <cmath>
 #include <memory>
 #include <stdexcept>
@@ -9,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "FFTWrapper/RealCorssCorelationEngine.h"
 #include "testFields.h"
 
 using namespace testfields;

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "FFTWrapper/SpectralCorrelator.h"
-
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -9,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "FFTWrapper/RealCorssCorelationEngine.h"
+#include "FFTWrapper/SpectralCorrelator.h"
 #include "testFields.h"
 
 using namespace testfields;

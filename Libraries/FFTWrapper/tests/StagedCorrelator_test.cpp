@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "FFTWrapper/StagedCorrelator.h"
-
 #include <array>
 #include <cmath>
 #include <stdexcept>
@@ -10,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "FFTWrapper/SpectralCorrelator.h"
+#include "FFTWrapper/StagedCorrelator.h"
 #include "testFields.h"
 
 using namespace testfields;

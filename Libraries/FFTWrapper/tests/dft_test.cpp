@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "FFTWrapper/dft.h"
-
 #include <cmath>
 #include <complex>
 #include <stdexcept>
@@ -11,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "FFTWrapper/ComplexArray.h"
+#include "FFTWrapper/dft.h"
 #include "testFields.h"
 
 using namespace testfields;

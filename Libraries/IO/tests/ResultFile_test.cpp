@@ -1,8 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "IO/ResultFile.h"
-
-#include <gtest/gtest.h>
-
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -23,6 +19,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
+
+#include "IO/ResultFile.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -35,23 +35,27 @@ class ResultFiles : public testing::Test {
 protected:
     ResultFiles() {
         std::string name = (fs::temp_directory_path() / "selvane_result_XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
+        if (mkdtemp(name.data()) == nullptr) {
             throw std::runtime_error("no temporary directory");
+        }
         m_directory = name;
         m_mask = umask(022);
         if (isSuperuser()) {
             if (chown(name.c_str(), SOMEBODY, SOMEBODY) != 0 || setegid(SOMEBODY) != 0 ||
-                seteuid(SOMEBODY) != 0)
+                seteuid(SOMEBODY) != 0) {
                 throw std::runtime_error("the superuser can't become another user");
+            }
         }
     }
     ~ResultFiles() override {
         EXPECT_TRUE(!isSuperuser() || (seteuid(0) == 0 && setegid(0) == 0));
         umask(m_mask);
         std::error_code ignored;
-        for (const auto& entry : fs::directory_iterator(m_directory))
-            if (entry.symlink_status().type() == fs::file_type::directory)
+        for (const auto& entry : fs::directory_iterator(m_directory)) {
+            if (entry.symlink_status().type() == fs::file_type::directory) {
                 fs::permissions(entry, fs::perms::owner_all, ignored); // removable again
+            }
+        }
         fs::remove_all(m_directory, ignored);
     }
 
@@ -72,8 +76,9 @@ protected:
 
     std::set<std::string> entries(const std::string& directory = ".") const {
         std::set<std::string> names;
-        for (const auto& entry : fs::directory_iterator(m_directory / directory))
+        for (const auto& entry : fs::directory_iterator(m_directory / directory)) {
             names.insert(entry.path().filename().string());
+        }
         return names;
     }
 
@@ -88,8 +93,9 @@ protected:
     /// Writes `text` as a result file and commits it.
     static bool save(const std::string& name, const std::string& text) {
         ResultFile file(name);
-        if (file.stream() == nullptr)
+        if (file.stream() == nullptr) {
             return false;
+        }
         std::fputs(text.c_str(), file.stream());
         return file.commit();
     }
@@ -207,8 +213,9 @@ TEST_F(ResultFiles, CannotBeOpenedExactlyWhereFopenFails) {
     EXPECT_EQ(errorOfResultFile(""), errorOfFopen(""));
     for (const std::string& name :
          {std::string("fresh"), std::string("directory/../fresh"), std::string(255, 'n'),
-          std::string("link/fresh"), std::string("-x y\n;$'")})
+          std::string("link/fresh"), std::string("-x y\n;$'")}) {
         EXPECT_EQ(errorOfResultFile(path(name)), errorOfFopen(path(name))) << name;
+    }
     EXPECT_EQ(entries(), before);
     EXPECT_EQ(read("file") + read("readonly"), "texttext");
 }
@@ -260,8 +267,9 @@ TEST_F(ResultFiles, CopyOfAPrivateFileIsPrivateFromTheStart) {
     write("result", "old");
     ASSERT_EQ(chmod(path("result").c_str(), 0600), 0);
     const ResultFile file(path("result"));
-    for (const std::string& name : entries())
+    for (const std::string& name : entries()) {
         EXPECT_EQ(modeOf(name), 0600U) << name;
+    }
 }
 
 TEST_F(ResultFiles, NewFileHonoursTheMask) {
@@ -298,8 +306,9 @@ TEST_F(ResultFiles, OwnerStaysWhoeverWrites) {
 TEST_F(ResultFiles, HardLinksStayTogether) {
     for (const std::string& old : {std::string("short"), std::string(300000, 'o'), std::string()}) {
         write("first", old);
-        if (!fs::exists(path("second")))
+        if (!fs::exists(path("second"))) {
             fs::create_hard_link(path("first"), path("second"));
+        }
         {
             const ResultFile file(path("second"));
             std::fputs("half", file.stream());
@@ -355,8 +364,9 @@ TEST_F(ResultFiles, StandardOutputIsWrittenInPlace) {
         const int state = stateAfter([&] {
             const int file = open(path("report").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
             if (dup2(file, STDOUT_FILENO) < 0 || !save(name, "result\n") ||
-                ::write(STDOUT_FILENO, "report\n", 7) != 7)
+                ::write(STDOUT_FILENO, "report\n", 7) != 7) {
                 _exit(1);
+            }
         });
         EXPECT_EQ(state, 0) << name;
         EXPECT_EQ(read("report"), "result\nreport\n") << name;
@@ -371,12 +381,16 @@ TEST_F(ResultFiles, FullDiskLeavesTheOldContent) {
     const int state = stateAfter([&] {
         const rlimit small{1000, 1000};
         std::signal(SIGXFSZ, SIG_IGN);
-        if (setrlimit(RLIMIT_FSIZE, &small) != 0)
+        if (setrlimit(RLIMIT_FSIZE, &small) != 0) {
             _exit(2);
-        for (const char* name : {"result", "linked", "fresh"})
-            for (const std::size_t size : {1001U, 100000U}) // in the last flush, and before
-                if (save(path(name), std::string(size, 'n')))
+        }
+        for (const char* name : {"result", "linked", "fresh"}) {
+            for (const std::size_t size : {1001U, 100000U}) { // in the last flush, and before
+                if (save(path(name), std::string(size, 'n'))) {
                     _exit(1);
+                }
+            }
+        }
     });
     EXPECT_EQ(state, 0);
     EXPECT_EQ(read("result"), "old");
@@ -394,33 +408,43 @@ bool mountSmallDisk(const std::string& directory) {
 /// where nothing can be mounted, the test with a size limit stands for this one.
 TEST_F(ResultFiles, FullDiskOrOneWithoutEntriesLeavesTheOldContent) {
     const int state = stateAfter([&] {
-        if (!isSuperuser() || seteuid(0) != 0 || !mountSmallDisk(m_directory.string()))
+        if (!isSuperuser() || seteuid(0) != 0 || !mountSmallDisk(m_directory.string())) {
             return;
+        }
         write("old", "old");
         write("twin", "twin");
         fs::create_hard_link(path("twin"), path("linked"));
-        for (const char* name : {"old", "linked", "fresh"})
-            if (save(path(name), std::string(1U << 20U, 'n')))
+        for (const char* name : {"old", "linked", "fresh"}) {
+            if (save(path(name), std::string(1U << 20U, 'n'))) {
                 _exit(1);
-        if (read("old") != "old" || read("twin") != "twin" || fs::exists(path("fresh")))
+            }
+        }
+        if (read("old") != "old" || read("twin") != "twin" || fs::exists(path("fresh"))) {
             _exit(2);
+        }
         // Room for one copy, but not for a second one behind the name with two links.
-        if (save(path("linked"), std::string(600000, 'n')) || read("twin") != "twin")
+        if (save(path("linked"), std::string(600000, 'n')) || read("twin") != "twin") {
             _exit(3);
+        }
         if (!save(path("old"), std::string(600000, 'n')) || save(path("old"), std::string(600000, 'm')) ||
-            read("old") != std::string(600000, 'n'))
+            read("old") != std::string(600000, 'n')) {
             _exit(4);
-        for (const char* name : {"1", "2", "3", "4", "5", "6"})
+        }
+        for (const char* name : {"1", "2", "3", "4", "5", "6"}) {
             write(name, "");
-        if (save(path("old"), "no room for a hidden file") || read("old") != std::string(600000, 'n'))
+        }
+        if (save(path("old"), "no room for a hidden file") || read("old") != std::string(600000, 'n')) {
             _exit(5);
+        }
         fs::remove(path("1"));
-        if (!save(path("old"), "room") || read("old") != "room")
+        if (!save(path("old"), "room") || read("old") != "room") {
             _exit(6);
+        }
         // A mount point cannot be renamed over.
         if (mount(path("twin").c_str(), path("old").c_str(), nullptr, MS_BIND, nullptr) != 0 ||
-            !save(path("old"), "through") || read("linked") != "through")
+            !save(path("old"), "through") || read("linked") != "through") {
             _exit(7);
+        }
     });
     EXPECT_EQ(state, 0) << WEXITSTATUS(state);
 }

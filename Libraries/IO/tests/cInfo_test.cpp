@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "IO/cInfo.h"
-
 #include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "IO/cInfo.h"
 #include "Math/cVector3.h"
 
 namespace {

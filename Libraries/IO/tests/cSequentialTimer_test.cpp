@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "IO/cSequentialTimer.h"
-
 #include <chrono>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "IO/cSequentialTimer.h"
 
 namespace {
 

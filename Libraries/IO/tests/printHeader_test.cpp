@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "IO/printHeader.h"
-
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
@@ -12,13 +10,16 @@
 
 #include <gtest/gtest.h>
 
+#include "IO/printHeader.h"
+
 namespace {
 
 std::vector<std::string> splitLines(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
+    for (std::string line; std::getline(stream, line);) {
         lines.push_back(line);
+    }
     return lines;
 }
 
@@ -31,8 +32,9 @@ std::vector<std::string> bannerInFile(int width) {
 /// The banner with the standard output connected to a pseudo-terminal.
 std::string bannerOnTerminal(int width) {
     const int master = posix_openpt(O_RDWR | O_NOCTTY);
-    if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0)
+    if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0) {
         return "";
+    }
     const int terminal = open(ptsname(master), O_RDWR | O_NOCTTY);
     std::fflush(stdout);
     const int saved = dup(STDOUT_FILENO);
@@ -47,8 +49,9 @@ std::string bannerOnTerminal(int width) {
     char buffer[4096];
     while (text.size() <= end.size() || text.compare(text.size() - end.size(), end.size(), end) != 0) {
         const ssize_t n = read(master, buffer, sizeof buffer);
-        if (n <= 0)
+        if (n <= 0) {
             break;
+        }
         text.append(buffer, static_cast<std::size_t>(n));
     }
     close(terminal);
@@ -88,13 +91,15 @@ TEST(printHeader, LinesStandInTheirOrder) {
                                  "2026 the Selvane",
                                  "selvane@example.org -",
                                  "https://selvane.example.org -"};
-    for (std::size_t i = 0; i < std::size(texts); ++i)
+    for (std::size_t i = 0; i < std::size(texts); ++i) {
         EXPECT_NE(lines[i + 2].find(texts[i]), std::string::npos) << lines[i + 2];
+    }
 }
 
 TEST(printHeader, OutputToAFileHasNoEscapeSequences) {
-    for (const std::string& line : bannerInFile(80))
+    for (const std::string& line : bannerInFile(80)) {
         EXPECT_EQ(line.find('\033'), std::string::npos);
+    }
 }
 
 TEST(printHeader, OnATerminalTheAddressesAreColouredInTheSameFrame) {

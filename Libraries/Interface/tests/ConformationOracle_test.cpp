@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Interface/ConformationOracle.h"
-
 #include <cmath>
-#include <gtest/gtest.h>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
+#include <gtest/gtest.h>
+
 #include "CrossCorrelation/tests/testModel.h"
+#include "Interface/ConformationOracle.h"
 #include "Math/structure.h"
 #include "Optimization/BfgsTrustRegionSolver.h"
 #include "Optimization/TrustRegionSolver.h"
@@ -28,16 +28,18 @@ std::shared_ptr<ElectronDensity> densityOf(const TestModel& model) {
 /// A small move in all degrees of freedom.
 Vector smallMove(std::size_t nDof) {
     Vector x(nDof);
-    for (std::size_t i = 0; i < nDof; ++i)
+    for (std::size_t i = 0; i < nDof; ++i) {
         x(i) = 0.05 * std::sin(1.0 + 2.0 * static_cast<double>(i));
+    }
     return x;
 }
 
 /// -sum T M / L, one product after the other.
 double negatedMean(const std::vector<double>& target, const std::vector<double>& map) {
     long double sum = 0.0;
-    for (std::size_t v = 0; v < target.size(); ++v)
+    for (std::size_t v = 0; v < target.size(); ++v) {
         sum += static_cast<long double>(target[v]) * map[v];
+    }
     return static_cast<double>(-sum / static_cast<long double>(target.size()));
 }
 
@@ -82,9 +84,10 @@ TEST_P(ConformationOracleOfModes, EqualsPlainSumsOverTheMaps) {
     for (std::size_t i = 0; i < nDof; ++i) {
         EXPECT_NEAR(gradient(i), negatedMean(target, maps.gradient[i]), rounding) << i;
         EXPECT_EQ(gradientAgain(i), gradient(i)) << i;
-        for (std::size_t j = 0; j < nDof; ++j)
+        for (std::size_t j = 0; j < nDof; ++j) {
             EXPECT_NEAR(hessian(i, j), negatedMean(target, maps.hessian[i * nDof + j]), rounding)
                 << i << ", " << j;
+        }
     }
 }
 
@@ -112,11 +115,12 @@ TEST_P(ConformationOracleOfModes, HessianIsAsSymmetricAsTheMaps) {
     Vector gradient(nDof);
     Matrix hessian(nDof, nDof);
     oracle.getFunctionGradiantAndHessian(smallMove(nDof), gradient, hessian);
-    for (std::size_t i = 0; i < nDof; ++i)
+    for (std::size_t i = 0; i < nDof; ++i) {
         for (std::size_t j = 0; j < nDof; ++j) {
             EXPECT_EQ(oracle.m_hessPatternEdm[i * nDof + j], oracle.m_hessPatternEdm[j * nDof + i]);
             EXPECT_EQ(hessian(i, j), hessian(j, i));
         }
+    }
 }
 
 TEST_P(ConformationOracleOfModes, GradientOfNElementsIsWrittenCompletely) {
@@ -153,8 +157,9 @@ TEST_P(ConformationOracleOfModes, TweenDofAreTheThreePartsOfX) {
     EXPECT_EQ(translation, (std::array<double, 3>{1.0, 2.0, 3.0}));
     EXPECT_EQ(rotation, (std::array<double, 3>{4.0, 5.0, 6.0}));
     ASSERT_EQ(eta.n_elem, nDof - 6);
-    for (arma::uword m = 0; m < eta.n_elem; ++m)
+    for (arma::uword m = 0; m < eta.n_elem; ++m) {
         EXPECT_EQ(eta(m), 7.0 + static_cast<double>(m));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(WithAndWithoutModes, ConformationOracleOfModes, testing::Values(0U, 2U));
@@ -183,8 +188,9 @@ TEST(ConformationOracle, DensityStaysWhereTheLastCallPutIt) {
     std::vector<double> values(target.size());
     density->eval(values);
     const PlainMaps expected(model, x);
-    for (std::size_t v = 0; v < values.size(); ++v)
+    for (std::size_t v = 0; v < values.size(); ++v) {
         EXPECT_NEAR(values[v], expected.values[v], 1e-15);
+    }
 }
 
 TEST(ConformationOracle, TargetOfAnotherLengthIsASizeError) {
@@ -221,9 +227,11 @@ TEST(ConformationOracle, OutputsThatAreTooSmallRunIntoTheBoundsOfTheMatrixLibrar
 
 double distance(const std::vector<std::array<double, 3>>& a, const std::vector<std::array<double, 3>>& b) {
     double sum = 0.0;
-    for (std::size_t i = 0; i < a.size(); ++i)
-        for (std::size_t c = 0; c < 3; ++c)
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        for (std::size_t c = 0; c < 3; ++c) {
             sum += (a[i][c] - b[i][c]) * (a[i][c] - b[i][c]);
+        }
+    }
     return std::sqrt(sum / static_cast<double>(a.size()));
 }
 
@@ -247,8 +255,9 @@ protected:
         truth.positions = spreadAtoms();
         target.resize(truth.grid->getTotalSize());
         truth.density().eval(target);
-        for (double& value : target)
+        for (double& value : target) {
             value *= mapScale;
+        }
         displaced = truth;
         const Vector displacement = {0.6, -0.5, 0.4, 0.05, -0.06, 0.04};
         displaced.positions = movedBy(truth.positions, displacement);
@@ -261,8 +270,9 @@ protected:
     static std::vector<std::array<double, 3>> spreadAtoms() {
         const std::vector<double> along = noise(60, 9, 0.0, 12.0);
         std::vector<std::array<double, 3>> positions;
-        for (std::size_t a = 0; a < along.size(); a += 3)
+        for (std::size_t a = 0; a < along.size(); a += 3) {
             positions.push_back({4.0 + along[a], 10.0 + along[a + 1], 7.0 + along[a + 2]});
+        }
         return positions;
     }
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Interface/CrossCorrelationOracle.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -18,6 +16,7 @@
 #include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
 #include "CrossCorrelation/tests/testModel.h"
 #include "FFTWrapper/RealCorssCorelationEngine.h"
+#include "Interface/CrossCorrelationOracle.h"
 #include "Optimization/TrustRegionSolver.h"
 
 namespace {

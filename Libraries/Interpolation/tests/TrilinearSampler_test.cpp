@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Interpolation/TrilinearSampler.h"
-
 #include <algorithm>
 #include <random>
 
 #include <gtest/gtest.h>
 
+#include "Interpolation/TrilinearSampler.h"
 #include "Math/RotatedLattice.h"
 #include "Math/cMatrix33.h"
 

@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Interpolation/lerp.h"
-
-#include "Interpolation/TrilinearSampler.h"
-#include "Math/RotatedLattice.h"
-#include "Math/cGrid.h"
-#include "Math/cMatrix33.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <limits>
 #include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Interpolation/TrilinearSampler.h"
+#include "Interpolation/lerp.h"
+#include "Math/RotatedLattice.h"
+#include "Math/cGrid.h"
+#include "Math/cMatrix33.h"
 
 namespace {
 

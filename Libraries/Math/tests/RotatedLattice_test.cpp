@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Math/RotatedLattice.h"
-
-#include "Math/cGrid.h"
-#include "Math/cMatrix33.h"
+#include <stdexcept>
+#include <vector>
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
-#include <vector>
+#include "Math/RotatedLattice.h"
+#include "Math/cGrid.h"
+#include "Math/cMatrix33.h"
 
 namespace {
 

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Math/cBBox.h"
-
-#include "Math/cGrid.h"
-#include "Math/cMatrix33.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
+
+#include <gtest/gtest.h>
+
+#include "Math/cBBox.h"
+#include "Math/cGrid.h"
+#include "Math/cMatrix33.h"
 
 namespace {
 

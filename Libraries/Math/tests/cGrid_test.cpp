@@ -1,11 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Math/cGrid.h"
-
-#include "IO/cInfo.h"
-#include "Math/cMatrix33.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <limits>
 #include <sstream>
@@ -13,6 +6,12 @@
 #include <string>
 #include <tuple>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "IO/cInfo.h"
+#include "Math/cGrid.h"
+#include "Math/cMatrix33.h"
 
 namespace {
 

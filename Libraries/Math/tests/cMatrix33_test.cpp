@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Math/cMatrix33.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Math/cMatrix33.h"
 
 namespace {
 

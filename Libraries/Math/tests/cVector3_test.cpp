@@ -1,10 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Math/cVector3.h"
-
-#include <gtest/gtest.h>
-
-#include <sys/mman.h>
-
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +9,12 @@
 #include <random>
 #include <sstream>
 #include <string>
+
+#include <sys/mman.h>
+
+#include <gtest/gtest.h>
+
+#include "Math/cVector3.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Math/structure.h"
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <random>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "Math/structure.h"
 
 namespace {
 

@@ -1,12 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Mechanics/BondList.h"
-
-#include "PDB/NeighbourList.h"
-#include "PDB/cPeriodicTable.h"
-#include "PDB/loadFromPDB.h"
-#include "examples/pdb.h"
-#include "examples/polypeptide.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -15,7 +7,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <limits>
 #include <map>
 #include <random>
@@ -25,6 +16,15 @@
 #include <tuple>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Mechanics/BondList.h"
+#include "PDB/NeighbourList.h"
+#include "PDB/cPeriodicTable.h"
+#include "PDB/loadFromPDB.h"
+#include "examples/pdb.h"
+#include "examples/polypeptide.h"
 
 namespace {
 
@@ -126,8 +126,9 @@ const Example& shippedExample() {
 
 std::multiset<Pair> pairsOf(const BondList& list) {
     std::multiset<Pair> pairs;
-    for (const BondedPair& bond : list.getBonds())
+    for (const BondedPair& bond : list.getBonds()) {
         pairs.emplace(bond.m_first, bond.m_second);
+    }
     return pairs;
 }
 
@@ -149,9 +150,11 @@ Atoms cutBehind(int resSeq, double shift) {
             ->m_position;
     };
     const cVector3 step = (find("N", resSeq + 1) - find("C", resSeq)).normalizedVersion() * shift;
-    for (cPDBAtom& atom : atoms)
-        if (atom.m_chain[0] == 'A' && atom.m_resSeq > resSeq)
+    for (cPDBAtom& atom : atoms) {
+        if (atom.m_chain[0] == 'A' && atom.m_resSeq > resSeq) {
             atom.m_position += step;
+        }
+    }
     return atoms;
 }
 
@@ -461,12 +464,16 @@ TEST(BondListExample, AnglesAreThoseOfTheCovalentBonds) {
         partners[b].push_back(a);
     }
     std::map<std::tuple<std::size_t, std::size_t, std::size_t>, double> expected;
-    for (const auto& [centre, ends] : partners)
-        for (const std::size_t a : ends)
-            for (const std::size_t b : ends)
-                if (a < b)
+    for (const auto& [centre, ends] : partners) {
+        for (const std::size_t a : ends) {
+            for (const std::size_t b : ends) {
+                if (a < b) {
                     expected[{a, centre, b}] =
                         directAngle(model[a].position, model[centre].position, model[b].position);
+                }
+            }
+        }
+    }
     const BondList list(atoms, LONG_CUTOFF);
     ASSERT_EQ(list.getAngles().size(), expected.size());
     for (const BondedAngle& angle : list.getAngles()) {
@@ -504,8 +511,9 @@ TEST(BondListExample, SwellingBreaksTheBondsThatItTakesBeyondTheirLimit) {
     BondList list(atoms, LONG_CUTOFF);
     const double factor = 1.355;
     Atoms swollen = atoms;
-    for (cPDBAtom& atom : swollen)
+    for (cPDBAtom& atom : swollen) {
         atom.m_position *= factor;
+    }
     list.updateAtomPosition(swollen);
     int broken = 0;
     for (const BondedPair& bond : list.getBonds()) {
@@ -520,12 +528,14 @@ TEST(BondListExample, SwellingBreaksTheBondsThatItTakesBeyondTheirLimit) {
 // Bonds and angles grow with the atoms, not with their square.
 TEST(BondList, AStraightChainOfManyAtoms) {
     std::vector<cVector3> places;
-    for (int i = 0; i < 100000; ++i)
+    for (int i = 0; i < 100000; ++i) {
         places.emplace_back(1.5 * i, 0, 0);
+    }
     Atoms atoms = carbonsAt(places);
     const BondList list(atoms, 3.0);
     EXPECT_EQ(list.getBonds().size(), 2u * 99999u);
     ASSERT_EQ(list.getAngles().size(), 99998u);
-    for (const BondedAngle& angle : list.getAngles())
+    for (const BondedAngle& angle : list.getAngles()) {
         ASSERT_NEAR(angle.m_angle, PI, 1e-7);
+    }
 }

@@ -1,24 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Mechanics/System.h"
-
-#include "IO/cInfo.h"
-#include "PDB/NeighbourList.h"
-#include "PDB/cPDBAtom.h"
-#include "PDB/cTrajectory.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
-#include <gtest/gtest.h>
 #include <initializer_list>
 #include <memory>
 #include <random>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 #include <vector>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "IO/cInfo.h"
+#include "Mechanics/System.h"
+#include "PDB/NeighbourList.h"
+#include "PDB/cPDBAtom.h"
+#include "PDB/cTrajectory.h"
 
 namespace {
 
@@ -29,23 +30,28 @@ using Vector = arma::Col<double>;
 
 double distance2(const Position& a, const Position& b) {
     double sum = 0.0;
-    for (std::size_t c = 0; c < 3; ++c)
+    for (std::size_t c = 0; c < 3; ++c) {
         sum += (a[c] - b[c]) * (a[c] - b[c]);
+    }
     return sum;
 }
 
 /// All pairs nearer than the cut-off, each from both sides, in a shuffled order.
 NeighbourList<Position> bruteForceList(const Positions& x, double cutoff) {
     std::vector<NeighbourList<Position>::List> records;
-    for (std::size_t i = 0; i < x.size(); ++i)
-        for (std::size_t j = 0; j < x.size(); ++j)
-            if (i != j && distance2(x[i], x[j]) < cutoff * cutoff)
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        for (std::size_t j = 0; j < x.size(); ++j) {
+            if (i != j && distance2(x[i], x[j]) < cutoff * cutoff) {
                 records.push_back(
                     {x[i], x[j], static_cast<int>(i), static_cast<int>(j), distance2(x[i], x[j])});
+            }
+        }
+    }
     std::shuffle(records.begin(), records.end(), std::mt19937(5));
     NeighbourList<Position> list;
-    for (const auto& record : records)
+    for (const auto& record : records) {
         list.push_back(record);
+    }
     return list;
 }
 
@@ -57,25 +63,29 @@ Positions randomPositions(std::size_t n, double side, unsigned seed) {
     while (x.size() < n) {
         const Position p = {2.0 * unit(engine), 3.0 * unit(engine), 4.0 * unit(engine)};
         bool free = true;
-        for (const Position& other : x)
+        for (const Position& other : x) {
             free = free && distance2(p, other) > 0.25 * side * side;
-        if (free)
+        }
+        if (free) {
             x.push_back(p);
+        }
     }
     return x;
 }
 
 cTrajectory randomTrajectory(std::size_t nAtoms, unsigned nFrames) {
     cTrajectory trajectory;
-    for (unsigned f = 0; f < nFrames; ++f)
+    for (unsigned f = 0; f < nFrames; ++f) {
         trajectory.appendFrame(randomPositions(nAtoms, 5.0, 40 + f));
+    }
     return trajectory;
 }
 
 Vector flat(const Positions& x) {
     Vector coordinates(3 * x.size());
-    for (std::size_t i = 0; i < coordinates.n_elem; ++i)
+    for (std::size_t i = 0; i < coordinates.n_elem; ++i) {
         coordinates[i] = x[i / 3][i % 3];
+    }
     return coordinates;
 }
 
@@ -83,8 +93,9 @@ std::vector<double> randomMasses(std::size_t n, unsigned seed) {
     std::mt19937 engine(seed);
     std::uniform_real_distribution<double> mass(1.0, 35.0);
     std::vector<double> masses(n);
-    for (double& m : masses)
+    for (double& m : masses) {
         m = mass(engine);
+    }
     return masses;
 }
 
@@ -108,12 +119,15 @@ Matrix unweighted(const System& system) {
 double networkEnergy(const Vector& x, const Positions& x0, double cutoff, double k) {
     const auto at = [&](std::size_t i) { return Position{x[3 * i], x[3 * i + 1], x[3 * i + 2]}; };
     double energy = 0.0;
-    for (std::size_t i = 0; i < x0.size(); ++i)
-        for (std::size_t j = 0; j < i; ++j)
-            if (distance2(x0[i], x0[j]) < cutoff * cutoff)
+    for (std::size_t i = 0; i < x0.size(); ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            if (distance2(x0[i], x0[j]) < cutoff * cutoff) {
                 energy +=
                     0.5 * k *
                     std::pow(std::sqrt(distance2(at(i), at(j))) - std::sqrt(distance2(x0[i], x0[j])), 2);
+            }
+        }
+    }
     return energy;
 }
 
@@ -162,8 +176,9 @@ TEST(System, EqualsTheSecondDifferencesOfTheNetworkEnergy) {
     const Matrix h = unweighted(system);
 
     Vector x(24);
-    for (arma::uword i = 0; i < x.n_elem; ++i)
+    for (arma::uword i = 0; i < x.n_elem; ++i) {
         x[i] = x0[i / 3][i % 3];
+    }
     constexpr double step = 1e-4; // energies are of the order k step^2, exact to about 1e-15 A^2
     const auto energy = [&](arma::uword i, double di, arma::uword j, double dj) {
         Vector moved = x;
@@ -171,12 +186,13 @@ TEST(System, EqualsTheSecondDifferencesOfTheNetworkEnergy) {
         moved[j] += dj;
         return networkEnergy(moved, x0, cutoff, k);
     };
-    for (arma::uword i = 0; i < x.n_elem; ++i)
+    for (arma::uword i = 0; i < x.n_elem; ++i) {
         for (arma::uword j = 0; j < x.n_elem; ++j) {
             const double difference = energy(i, step, j, step) - energy(i, step, j, -step) -
                                       energy(i, -step, j, step) + energy(i, -step, j, -step);
             EXPECT_NEAR(h(i, j), difference / (4.0 * step * step), 1e-6) << i << ' ' << j;
         }
+    }
 }
 
 TEST(System, MatrixIsExactlySymmetric) {
@@ -188,13 +204,15 @@ TEST(System, MatrixIsExactlySymmetric) {
 TEST(System, RowsOfTheUnweightedMatrixSumToZeroPerCoordinate) {
     const System system(bruteForceList(randomPositions(20, 3.0, 8), 10.0), randomMasses(20, 9), 1.0, nullptr);
     const Matrix h = unweighted(system);
-    for (arma::uword row = 0; row < h.n_rows; ++row)
+    for (arma::uword row = 0; row < h.n_rows; ++row) {
         for (arma::uword c = 0; c < 3; ++c) {
             double sum = 0.0;
-            for (arma::uword a = 0; a < 20; ++a)
+            for (arma::uword a = 0; a < 20; ++a) {
                 sum += h(row, 3 * a + c);
+            }
             EXPECT_NEAR(sum, 0.0, 1e-12);
         }
+    }
 }
 
 TEST(System, NullSpaceOfAConnectedNetworkIsTheSixRigidMotions) {
@@ -204,8 +222,9 @@ TEST(System, NullSpaceOfAConnectedNetworkIsTheSixRigidMotions) {
     Matrix rigid(75, 6, arma::fill::zeros);
     for (arma::uword a = 0; a < 25; ++a) {
         const Position& p = x[a];
-        for (arma::uword c = 0; c < 3; ++c)
+        for (arma::uword c = 0; c < 3; ++c) {
             rigid(3 * a + c, c) = 1.0;
+        }
         rigid.submat(3 * a, 3, 3 * a + 2, 5) =
             Matrix{{0.0, p[2], -p[1]}, {-p[2], 0.0, p[0]}, {p[1], -p[0], 0.0}};
     }
@@ -292,8 +311,9 @@ TEST(System, ImpossibleRecordsAreErrors) {
     const Position q = {1.0, 0.0, 0.0};
     const auto build = [](std::initializer_list<NeighbourList<Position>::List> records) {
         NeighbourList<Position> list;
-        for (const auto& record : records)
+        for (const auto& record : records) {
             list.push_back(record);
+        }
         const System system(list, {1.0, 1.0}, 1.0, nullptr);
     };
     EXPECT_THROW(build({{p, q, 0, 2, 1.0}}), std::out_of_range);

@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Modes of projected frames, whose covariance is diagonalised without being formed.
-#include "NMAEngine/NormalModeEngine.h"
-
-#include "IO/cInfo.h"
-#include "Mechanics/System.h"
-#include "blockModel.h"
-
 #include <cmath>
 #include <cstdio>
-#include <gtest/gtest.h>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "IO/cInfo.h"
+#include "Mechanics/System.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "blockModel.h"
 
 namespace {
 
@@ -31,8 +31,9 @@ std::vector<Vector> framesWith(const Vector& eigenvalues, arma::uword n) {
     arma::arma_rng::set_seed(3);
     const Matrix directions = arma::orth(arma::randn(n, eigenvalues.n_elem));
     std::vector<Vector> frames;
-    for (arma::uword k = 0; k < eigenvalues.n_elem; ++k)
+    for (arma::uword k = 0; k < eigenvalues.n_elem; ++k) {
         frames.emplace_back(std::sqrt(eigenvalues[k]) * directions.col(k));
+    }
     return frames;
 }
 
@@ -46,8 +47,9 @@ NormalModeEngine engineOf(unsigned int nModes, std::vector<Vector> frames, arma:
 
 Matrix covarianceOf(const NormalModeEngine& engine) {
     Matrix covariance(engine.rows(), engine.rows(), arma::fill::zeros);
-    for (const Vector& p : engine.m_projections)
+    for (const Vector& p : engine.m_projections) {
         covariance += p * p.t();
+    }
     return covariance;
 }
 
@@ -72,8 +74,9 @@ std::string invalidArgumentOf(const NormalModeEngine& engine) {
 TEST(NormalModeEngineProjections, EigenpairsAreTheLargestOfTheCovariance) {
     arma::arma_rng::set_seed(1);
     std::vector<Vector> frames;
-    for (int k = 0; k < 60; ++k)
+    for (int k = 0; k < 60; ++k) {
         frames.emplace_back(arma::randn(36) % arma::linspace(0.2, 2.0, 36));
+    }
     const NormalModeEngine engine = engineOf(7, frames, 36);
     Vector e;
     Matrix u;
@@ -96,8 +99,9 @@ TEST(NormalModeEngineProjections, FewFramesGiveTheirDirections) {
     Matrix u;
     engine.diagonalize(e, u);
     EXPECT_LT(arma::norm(e - eigenvalues, "inf"), 1e-11);
-    for (arma::uword i = 0; i < 4; ++i)
+    for (arma::uword i = 0; i < 4; ++i) {
         EXPECT_NEAR(std::abs(arma::norm_dot(u.col(i), engine.m_projections[i])), 1.0, vectorTolerance);
+    }
 }
 
 TEST(NormalModeEngineProjections, SeedOfTheGeneratorFixesTheResult) {
@@ -219,9 +223,10 @@ TEST(NormalModeEngineProjections, MoreModesThanHalfTheDimensionAreRefused) {
     EXPECT_EQ(invalidArgumentOf(engineOf(6, framesWith(arma::linspace(1.0, 12.0, 12), 12), 12)), "");
     EXPECT_EQ(invalidArgumentOf(engineOf(7, framesWith({9.0, 4.0}, 12), 12)),
               "ncv must satisfy nev < ncv <= n, n is the size of matrix");
-    for (const unsigned int nModes : {12u, 4000000000u})
+    for (const unsigned int nModes : {12u, 4000000000u}) {
         EXPECT_EQ(invalidArgumentOf(engineOf(nModes, framesWith({9.0, 4.0}, 12), 12)),
                   "nev must satisfy 1 <= nev <= n - 1, n is the size of matrix");
+    }
 }
 
 TEST(NormalModeEngineProjections, FrameOfAnotherLengthIsAnError) {

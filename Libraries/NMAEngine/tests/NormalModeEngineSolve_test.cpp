@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The eigenvalue problem and the modes.
-#include "NMAEngine/NormalModeEngine.h"
-
-#include "IO/cInfo.h"
-#include "Mechanics/System.h"
-#include "blockModel.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <gtest/gtest.h>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "IO/cInfo.h"
+#include "Mechanics/System.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "blockModel.h"
 
 namespace {
 
@@ -59,8 +59,9 @@ TEST(NormalModeEngineSolve, EigenvaluesAreTheLowestOfTheDenseProblemBeyondTheRig
     ASSERT_LT(std::abs(expected[5]), 1e-12);
     ASSERT_GT(expected[6], 1e-4);
     ASSERT_EQ(engine.m_eigenvalues.n_elem, nModes);
-    for (arma::uword mode = 0; mode < nModes; ++mode)
+    for (arma::uword mode = 0; mode < nModes; ++mode) {
         EXPECT_NEAR(engine.m_eigenvalues[mode], expected[6 + mode], solverTolerance * expected[6 + mode]);
+    }
 }
 
 TEST(NormalModeEngineSolve, ModesAreOrthonormalUnderTheMasses) {
@@ -83,8 +84,9 @@ TEST(NormalModeEngineSolve, ModesAreEigenvectorsOfTheReducedProblem) {
     const Matrix P(engine.m_prolongation);
     const Matrix residuals =
         P.t() * (*engine.m_system->m_hessian * modes) - P.t() * modes * arma::diagmat(engine.m_eigenvalues);
-    for (arma::uword mode = 0; mode < 8; ++mode)
+    for (arma::uword mode = 0; mode < 8; ++mode) {
         EXPECT_LT(arma::norm(residuals.col(mode)), solverTolerance * engine.m_eigenvalues[mode]);
+    }
 }
 
 TEST(NormalModeEngineSolve, ModesMoveEachBlockAsARigidBody) {
@@ -119,8 +121,9 @@ TEST(NormalModeEngineSolve, NoModesStillSolveForTheRigidOnesAndReportThem) {
     const NormalModeEngine engine = engineOf(BlockModel(19), 0, &info);
     std::fflush(stdout);
     const std::string out = testing::internal::GetCapturedStdout();
-    for (int i = 0; i < 6; ++i)
+    for (int i = 0; i < 6; ++i) {
         EXPECT_NE(out.find(" Eigenvalue " + std::to_string(i) + " ......"), std::string::npos) << out;
+    }
     EXPECT_EQ(out.find(" Eigenvalue 6"), std::string::npos);
     EXPECT_EQ(engine.m_modes.n_rows, 3 * BlockModel::nAtoms);
     EXPECT_EQ(engine.m_modes.n_cols, 0u);
@@ -150,8 +153,9 @@ TEST(NormalModeEngineSolve, OneBlockHasNotEnoughRows) {
 
 TEST(NormalModeEngineSolve, ModelOfSingleAtomsHasTheNullVectorsOfItsZeroColumns) {
     BlockModel model(22);
-    for (std::size_t a = 0; a < model.blockIds.size(); ++a)
+    for (std::size_t a = 0; a < model.blockIds.size(); ++a) {
         model.blockIds[a] = static_cast<int>(a);
+    }
     const NormalModeEngine engine = engineOf(model, 2);
     const Matrix P(engine.m_prolongation);
     const Matrix dense = P.t() * Matrix(*engine.m_system->m_hessian) * P;
@@ -211,16 +215,18 @@ TEST(NormalModeEngineGap, FirstEigenvalueThatIsNotNearZeroDropsNothing) {
 TEST(NormalModeEngineGap, WithoutAGapEverythingIsLeftOut) {
     // Seen to fail with nothing left out where there is no gap.
     Vector e = eigenvaluesWith({});
-    for (arma::uword i = 0; i < 20; ++i)
+    for (arma::uword i = 0; i < 20; ++i) {
         e[i] = 1e-9 * static_cast<double>(i + 1);
+    }
     EXPECT_EQ(NormalModeEngine(diagonalSystem(e), 0, thermalScale).m_firstMode, 6u);
 }
 
 TEST(NormalModeEngineGap, TwoSeparateBodiesLeaveTooFewPairs) {
     // Twelve near-zero values; 9 modes + 6 are asked for, so that only three remain behind the gap.
     Vector e = eigenvaluesWith({});
-    for (arma::uword i = 0; i < 12; ++i)
+    for (arma::uword i = 0; i < 12; ++i) {
         e[i] = 1e-9 * static_cast<double>(i + 1);
+    }
     const auto system = diagonalSystem(e);
     try {
         NormalModeEngine(system, 9, thermalScale);
@@ -238,16 +244,18 @@ TEST(NormalModeEngineSolve, WithoutBlocksTheModesAreThoseOfTheNetwork) {
     EXPECT_EQ(engine.rows(), 30u);
     EXPECT_EQ(engine.m_nRigidModes, 6);
     EXPECT_EQ(engine.m_thermalScale, thermalScale);
-    for (arma::uword mode = 0; mode < 9; ++mode)
+    for (arma::uword mode = 0; mode < 9; ++mode) {
         EXPECT_NEAR(std::abs(engine.m_modes(mode + 1, mode)), 1.0, 1e-9);
+    }
     ASSERT_EQ(engine.m_blockRotations.size(), 5u);
     EXPECT_EQ(engine.m_blockRotations[4][8], cVector3(0.0)); // no rigid blocks, no motions of blocks
 }
 
 TEST(NormalModeEngineSolve, ZeroColumnsOfAGivenProlongationAddRigidModes) {
     SparseMatrix P = arma::speye<SparseMatrix>(30, 30);
-    for (const arma::uword zero : {3u, 8u, 9u, 20u})
+    for (const arma::uword zero : {3u, 8u, 9u, 20u}) {
         P(zero, zero) = 0.0;
+    }
     const NormalModeEngine engine(diagonalSystem(arma::linspace(1.0, 2.0, 30)), 6, P, thermalScale);
     EXPECT_EQ(engine.m_nRigidModes, 8); // 4 / 3, rounded up
     EXPECT_EQ(engine.cols(), 30u);

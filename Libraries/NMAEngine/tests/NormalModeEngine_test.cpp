@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The prolongation and the access to the modes.
-#include "NMAEngine/NormalModeEngine.h"
-
-#include "IO/cInfo.h"
-#include "Mechanics/System.h"
-#include "blockModel.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <gtest/gtest.h>
 #include <list>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "IO/cInfo.h"
+#include "Mechanics/System.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "blockModel.h"
 
 namespace {
 
@@ -39,8 +39,9 @@ NormalModeEngine prolongationOf(const BlockModel& model) {
 Vector blockMotion(const BlockModel& model, int block, const Position& t, const Position& w) {
     Vector v(3 * model.positions.size(), arma::fill::zeros);
     for (std::size_t a = 0; a < model.positions.size(); ++a) {
-        if (model.blockIds[a] != block)
+        if (model.blockIds[a] != block) {
             continue;
+        }
         const Position& p = model.positions[a];
         v.subvec(3 * a, 3 * a + 2) = std::sqrt(model.masses[a]) * Vector{t[0] + w[1] * p[2] - w[2] * p[1],
                                                                          t[1] + w[2] * p[0] - w[0] * p[2],
@@ -80,17 +81,20 @@ TEST(RTBProlongation, EntriesAreTheCrossProductsWithTheRowsOfTheInverseRootOfIne
         const auto b = static_cast<std::size_t>(model.blockIds[a]);
         const Matrix& L = engine.m_blockInvSqrtInertia[b];
         const double root = std::sqrt(model.masses[a]);
-        for (std::size_t i = 0; i < 3; ++i)
+        for (std::size_t i = 0; i < 3; ++i) {
             for (std::size_t j = 0; j < 3; ++j) {
                 double sum = 0.0;
-                for (std::size_t k = 0; k < 3; ++k)
-                    for (std::size_t l = 0; l < 3; ++l)
+                for (std::size_t k = 0; k < 3; ++k) {
+                    for (std::size_t l = 0; l < 3; ++l) {
                         sum += L(i, k) * (model.positions[a][l] - engine.m_blockCenters[b][l]) *
                                epsilon(k, l, j);
+                    }
+                }
                 EXPECT_NEAR(engine.m_prolongation(3 * a + j, 6 * b + 3 + i), root * sum, 1e-14);
                 EXPECT_NEAR(engine.m_prolongation(3 * a + j, 6 * b + i),
                             i == j ? root / std::sqrt(engine.m_blockMasses[b]) : 0.0, 1e-15);
             }
+        }
     }
 }
 
@@ -146,9 +150,10 @@ TEST(RTBProlongation, OrderOfTheAtomsInABlockDoesNotMatter) {
     const Matrix P(prolongationOf(model).m_prolongation);
     const Matrix Q(prolongationOf(reversed).m_prolongation);
     const arma::uword n = model.positions.size();
-    for (arma::uword a = 0; a < n; ++a)
+    for (arma::uword a = 0; a < n; ++a) {
         EXPECT_LT(arma::abs(P.rows(3 * a, 3 * a + 2) - Q.rows(3 * (n - 1 - a), 3 * (n - 1 - a) + 2)).max(),
                   1e-13);
+    }
 }
 
 TEST(RTBProlongation, ReportsTheMemoryOfItsTriplets) {
@@ -226,8 +231,9 @@ TEST(NormalModeEngine, OperatorAppliesTheCovarianceOfTheProjections) {
     engine.m_prolongation = arma::speye<arma::SpMat<double>>(4, 4);
     engine.m_projections = {{1.0, 2.0, 3.0, 4.0}, {0.5, -1.0, 0.0, 2.0}, {0.0, 0.0, 1.0, 0.0}};
     Matrix covariance(4, 4, arma::fill::zeros);
-    for (const Vector& p : engine.m_projections)
+    for (const Vector& p : engine.m_projections) {
         covariance += p * p.t();
+    }
     Vector in = {1.0, -2.0, 0.5, 3.0};
     Vector out(4, arma::fill::ones);
     engine.perform_op(in.memptr(), out.memptr());

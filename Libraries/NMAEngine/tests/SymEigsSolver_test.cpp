@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "NMAEngine/SymEigsSolver.h"
-
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "NMAEngine/SymEigsSolver.h"
 
 namespace {
 
@@ -116,10 +117,13 @@ const std::string ncvText = "ncv must satisfy nev < ncv <= n, n is the size of m
 // --- against the spectrum ---
 
 TEST(SymEigsSolver, FindsTheLargestOfSeparatedEigenvalues) {
-    for (const arma::uword n : {2u, 3u, 4u, 5u, 10u, 37u, 120u, 500u})
-        for (const arma::uword nev : {1u, 2u, 5u, 9u})
-            if (2 * nev <= n && n < 80 * nev) // with one pair two dimensions need a wider gap than 1 of 120
+    for (const arma::uword n : {2u, 3u, 4u, 5u, 10u, 37u, 120u, 500u}) {
+        for (const arma::uword nev : {1u, 2u, 5u, 9u}) {
+            if (2 * nev <= n && n < 80 * nev) { // with one pair two dimensions need a wider gap than 1 of 120
                 expectLargest(arma::linspace(1.0, static_cast<double>(n), n), static_cast<int>(nev));
+            }
+        }
+    }
 }
 
 TEST(SymEigsSolver, FindsTheLargestOfRandomEigenvalues) {
@@ -191,7 +195,7 @@ TEST(SymEigsSolver, SolvesOnTheWholeSpaceWithoutARestart) {
 
 TEST(SymEigsSolver, TakesAnySizeOfTheSubspace) {
     const Vector e = arma::linspace(1.0, 40.0, 40);
-    for (const int nev : {1, 3})
+    for (const int nev : {1, 3}) {
         for (const int ncv : {nev + 1, nev + 2, 5, 6, 11, 40}) {
             const DenseOperator op = operatorWith(e);
             Solver solver(&op, nev, ncv);
@@ -200,6 +204,7 @@ TEST(SymEigsSolver, TakesAnySizeOfTheSubspace) {
             EXPECT_NEAR(solver.eigenvalues()[0], 40.0, 1e-11) << ncv;
             expectFactorisation(solver, static_cast<arma::uword>(ncv));
         }
+    }
 }
 
 TEST(SymEigsSolver, SeedFixesTheResult) {
@@ -242,8 +247,8 @@ TEST(SymEigsSolver, FindsTheLargestOfARankDeficientOperator) {
 }
 
 TEST(SymEigsSolver, BasisStaysOrthogonalForAnyRankAndScale) {
-    for (arma::uword rank = 0; rank <= 12; ++rank)
-        for (const double scale : {1e-4, 1.0, 1e5})
+    for (arma::uword rank = 0; rank <= 12; ++rank) {
+        for (const double scale : {1e-4, 1.0, 1e5}) {
             for (const int nev : {1, 3, 6}) {
                 SCOPED_TRACE("rank " + std::to_string(rank) + ", scale " + std::to_string(scale) + ", nev " +
                              std::to_string(nev));
@@ -256,6 +261,8 @@ TEST(SymEigsSolver, BasisStaysOrthogonalForAnyRankAndScale) {
                 expectFactorisation(solver, static_cast<arma::uword>(2 * nev));
                 expectEigenpairs(solver);
             }
+        }
+    }
 }
 
 TEST(SymEigsSolver, TooFewEigenvaluesAboveZeroEndWithThosePairsAndPerhapsZeros) {
@@ -350,10 +357,11 @@ TEST(SymEigsSolver, RitzPairsAreThoseOfTheProjectionByDecreasingValue) {
     solver.factorize_from(1, 6, solver.m_facF);
     solver.retrieve_ritzpair();
     EXPECT_LT(arma::norm(solver.m_ritzVal - arma::reverse(arma::eig_sym(solver.m_facH)), "inf"), 1e-12);
-    for (arma::uword i = 0; i < 3; ++i)
+    for (arma::uword i = 0; i < 3; ++i) {
         EXPECT_LT(arma::norm(solver.m_facH * solver.m_ritzVec.col(i) -
                              solver.m_ritzVal[i] * solver.m_ritzVec.col(i)),
                   1e-12);
+    }
 }
 
 TEST(SymEigsSolver, RestartFiltersTheUnwantedRitzValuesOut) {
@@ -365,8 +373,9 @@ TEST(SymEigsSolver, RestartFiltersTheUnwantedRitzValuesOut) {
     solver.retrieve_ritzpair();
     // Exact shifts: the new start vector is the old one filtered by the polynomial with these roots.
     Vector filtered = start;
-    for (arma::uword i = 4; i < 7; ++i)
+    for (arma::uword i = 4; i < 7; ++i) {
         filtered = op.matrix * filtered - solver.m_ritzVal[i] * filtered;
+    }
     solver.restart(4);
     EXPECT_NEAR(std::abs(arma::norm_dot(filtered, solver.m_facV.col(0))), 1.0, 1e-12);
     EXPECT_EQ(solver.m_nMatOp, 10);
@@ -454,17 +463,20 @@ TEST(SymEigsSolver, FinalOrderCanBeReplaced) {
 
 TEST(SymEigsSolver, NumberOfEigenvaluesMustFitTheMatrix) {
     const DenseOperator op = operatorWith(arma::linspace(1.0, 6.0, 6));
-    for (const int nev : {-1, 0, 6, 7})
+    for (const int nev : {-1, 0, 6, 7}) {
         EXPECT_EQ(invalidArgumentOf([&] { Solver(&op, nev, 2 * nev); }), nevText) << nev;
+    }
     EXPECT_EQ(invalidArgumentOf([&] { Solver(&op, 5, 6); }), "");
 }
 
 TEST(SymEigsSolver, SubspaceMustFitBetweenTheWantedAndTheMatrix) {
     const DenseOperator op = operatorWith(arma::linspace(1.0, 6.0, 6));
-    for (const int ncv : {-1, 2, 3, 7, 100}) // one that is too large is refused and not cut down
+    for (const int ncv : {-1, 2, 3, 7, 100}) { // one that is too large is refused and not cut down
         EXPECT_EQ(invalidArgumentOf([&] { Solver(&op, 3, ncv); }), ncvText) << ncv;
-    for (const int ncv : {4, 5, 6})
+    }
+    for (const int ncv : {4, 5, 6}) {
         EXPECT_EQ(Solver(&op, 3, ncv).m_ncv, ncv);
+    }
 }
 
 TEST(SymEigsSolver, NumberOfEigenvaluesIsTestedFirst) {

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "NMAEngine/TridiagEigen.h"
-
-#include "NMAEngine/stedc.h"
-#include "tridiagonal.h"
-
 #include <algorithm>
 #include <cmath>
-#include <gtest/gtest.h>
 #include <limits>
 #include <stdexcept>
 #include <string>
+
+#include <gtest/gtest.h>
+
+#include "NMAEngine/TridiagEigen.h"
+#include "NMAEngine/stedc.h"
+#include "tridiagonal.h"
 
 namespace {
 
@@ -40,8 +40,9 @@ std::string textOf(void (*check)(int), int info) {
 }
 
 TEST(TridiagEigen, EqualsTheDenseSolver) {
-    for (const arma::uword n : {2u, 3u, 7u, 25u, 26u, 60u, 130u}) // LAPACK divides above 25 rows
+    for (const arma::uword n : {2u, 3u, 7u, 25u, 26u, 60u, 130u}) { // LAPACK divides above 25 rows
         expectEigenpairs(randomTridiagonal(n));
+    }
 }
 
 TEST(TridiagEigen, HasTheClosedFormOfTheSecondDifference) {
@@ -87,10 +88,13 @@ TEST(TridiagEigen, EmptyMatrixHasNoEigenvalues) {
 TEST(TridiagEigen, ReadsTheDiagonalAndTheFirstSubdiagonalAlone) {
     const Matrix T = randomTridiagonal(6);
     Matrix disturbed = T;
-    for (arma::uword i = 0; i < 6; ++i)
-        for (arma::uword j = 0; j < 6; ++j)
-            if (i != j && i != j + 1)
+    for (arma::uword i = 0; i < 6; ++i) {
+        for (arma::uword j = 0; j < 6; ++j) {
+            if (i != j && i != j + 1) {
                 disturbed(i, j) = std::numeric_limits<double>::quiet_NaN();
+            }
+        }
+    }
     TridiagEigen<double> solver;
     solver.compute(disturbed);
     EXPECT_LT(arma::norm(solver.eigenvalues() - arma::eig_sym(T)), 1e-13);
@@ -140,8 +144,8 @@ TEST(TridiagEigen, AccessorsNeedComputeAgainAfterAFailure) {
 }
 
 TEST(TridiagEigen, EntriesThatAreNotFiniteAreAFailureOfTheAlgorithm) {
-    for (const double bad : {std::numeric_limits<double>::quiet_NaN(), arma::datum::inf})
-        for (const arma::uword n : {2u, 60u})
+    for (const double bad : {std::numeric_limits<double>::quiet_NaN(), arma::datum::inf}) {
+        for (const arma::uword n : {2u, 60u}) {
             for (const arma::uword row : {0u, 1u}) { // on the diagonal and below
                 Matrix T = randomTridiagonal(n);
                 T(row, 0) = bad;
@@ -153,6 +157,8 @@ TEST(TridiagEigen, EntriesThatAreNotFiniteAreAFailureOfTheAlgorithm) {
                     EXPECT_STREQ(error.what(), "Lapack stedc: failed to compute all the eigenvalues");
                 }
             }
+        }
+    }
 }
 
 TEST(Stedc, InfoTellsTheError) {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "NMAEngine/TridiagQR.h"
-
-#include "tridiagonal.h"
-
-#include <gtest/gtest.h>
 #include <limits>
 #include <memory>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "NMAEngine/TridiagQR.h"
+#include "tridiagonal.h"
 
 namespace {
 
@@ -60,8 +60,9 @@ TEST(TridiagQR, ExactShiftSplitsTheShiftOff) {
 TEST(TridiagQR, ReadsTheBandAlone) {
     const Matrix T = randomTridiagonal(6);
     Matrix disturbed = T;
-    for (const arma::sword k : {-5, -4, -3, -2, 2, 3, 4, 5})
+    for (const arma::sword k : {-5, -4, -3, -2, 2, 3, 4, 5}) {
         disturbed.diag(k).fill(std::numeric_limits<double>::quiet_NaN());
+    }
     TridiagQR<double> clean;
     clean.compute(T);
     TridiagQR<double> full;

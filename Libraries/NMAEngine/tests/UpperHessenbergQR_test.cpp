@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "NMAEngine/UpperHessenbergQR.h"
-
-#include <gtest/gtest.h>
 #include <limits>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "NMAEngine/UpperHessenbergQR.h"
 
 namespace {
 

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Amplitudes that lead from one structure to another.
-#include "Math/structure.h"
-#include "Mechanics/System.h"
-#include "NMAEngine/NormalModeEngine.h"
-#include "modeScene.h"
-
 #include <cmath>
 #include <cstdio>
-#include <gtest/gtest.h>
 #include <numeric>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Math/structure.h"
+#include "Mechanics/System.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "modeScene.h"
 
 namespace {
 
@@ -81,8 +82,9 @@ TEST(BestAmplitudes, PartAcrossTheModesRemains) {
     basis.each_col() %= scene.engine.m_system->m_sqrtMass;
     across -= basis * (basis.t() * across);
     Atoms to = scene.displaced(known);
-    for (std::size_t i = 0; i < to.size(); ++i)
+    for (std::size_t i = 0; i < to.size(); ++i) {
         to[i].m_position += cVector3(across.memptr() + 3 * i) / std::sqrt(scene.model.masses[i]);
+    }
     const Fit fit(scene, ModeScene::nModes, to, nullptr);
     EXPECT_LT(arma::norm(Vector(fit.amplitudes) - known), 1e-11);
     EXPECT_NEAR(fit.after, arma::norm(across) / std::sqrt(totalMass(scene)), 1e-11);

@@ -2,16 +2,17 @@
 #ifndef SELVANE_NMAENGINE_TESTS_BLOCKMODEL_H
 #define SELVANE_NMAENGINE_TESTS_BLOCKMODEL_H
 
-#include "Mechanics/System.h"
-#include "PDB/NeighbourList.h"
-
-#include <armadillo>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <memory>
 #include <random>
 #include <vector>
+
+#include <armadillo>
+
+#include "Mechanics/System.h"
+#include "PDB/NeighbourList.h"
 
 /// A compact model of 2 x 3 x 4 blocks of five atoms on a jittered lattice, and its network.
 struct BlockModel {
@@ -28,8 +29,9 @@ struct BlockModel {
             const std::array<std::size_t, 3> place = {block / 12, block / 4 % 3, block % 4};
             for (std::size_t i = 0; i < atomsPerBlock; ++i) {
                 std::array<double, 3> p{};
-                for (std::size_t c = 0; c < 3; ++c)
+                for (std::size_t c = 0; c < 3; ++c) {
                     p[c] = spacing * static_cast<double>(place[c]) + jitter(engine);
+                }
                 positions.push_back(p);
                 masses.push_back(mass(engine));
                 blockIds.push_back(static_cast<int>(block));
@@ -40,15 +42,18 @@ struct BlockModel {
     /// Springs between all atoms nearer than the cut-off (angstrom).
     std::shared_ptr<System> network(double cutoff = 8.0) const {
         NeighbourList<std::array<double, 3>> list;
-        for (std::size_t i = 0; i < positions.size(); ++i)
+        for (std::size_t i = 0; i < positions.size(); ++i) {
             for (std::size_t j = 0; j < positions.size(); ++j) {
                 double d2 = 0.0;
-                for (std::size_t c = 0; c < 3; ++c)
+                for (std::size_t c = 0; c < 3; ++c) {
                     d2 += (positions[i][c] - positions[j][c]) * (positions[i][c] - positions[j][c]);
-                if (i != j && d2 < cutoff * cutoff)
+                }
+                if (i != j && d2 < cutoff * cutoff) {
                     list.push_back(
                         {positions[i], positions[j], static_cast<int>(i), static_cast<int>(j), d2});
+                }
             }
+        }
         return std::make_shared<System>(list, masses, 1.0, nullptr);
     }
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "NMAEngine/blockScrew.h"
-
-#include "velocityField.h"
-
 #include <cmath>
-#include <gtest/gtest.h>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "NMAEngine/blockScrew.h"
+#include "velocityField.h"
 
 namespace {
 
@@ -39,8 +39,9 @@ TEST(BlockScrew, FollowingVelocityIsTheIntegralOfTheVelocityField) {
     for (const double angle : {0.01, 0.7, 2.0, pi, 5.0, 2.0 * pi, 9.5}) {
         const VelocityField field = {center, axis * angle, travel};
         const BlockScrew screw = following(field.turn);
-        for (const cVector3& p : points)
+        for (const cVector3& p : points) {
             expectNear(screw(p), field.carry(p), angstrom);
+        }
     }
 }
 
@@ -49,8 +50,9 @@ TEST(BlockScrew, FollowingVelocityTurnsAboutThePointWithoutVelocityAcrossTheAxis
     for (const double angle : {0.3, 1.9, 4.0, 8.0}) {
         const cVector3 X = center + (axis ^ (travel - along)) / angle;
         const BlockScrew screw = following(axis * angle);
-        for (const cVector3& p : points)
+        for (const cVector3& p : points) {
             expectNear(screw(p), turnAbout(X, axis, angle, along, p), 1e-12);
+        }
     }
 }
 
@@ -60,47 +62,57 @@ TEST(BlockScrew, MovingCentreTurnsAboutTheAxisThatBringsTheCentreToItsGoal) {
     for (const double angle : {0.3, 1.9, 4.0, 6.2, 8.0}) {
         const cVector3 X = center + 0.5 * across - (0.5 / std::tan(angle / 2)) * (across ^ axis);
         const BlockScrew screw = moving(axis * angle);
-        for (const cVector3& p : points)
+        for (const cVector3& p : points) {
             expectNear(screw(p), turnAbout(X, axis, angle, along, p), 1e-11);
+        }
     }
 }
 
 TEST(BlockScrew, MovingCentreMovesTheCentreExactlyAtAndNearWholeTurnsToo) {
-    for (const int turns : {0, 1, 2, 7})
-        for (const double offset : {0.0, 1e-15, 1e-12, 1e-9, -1e-9, 1e-4, -1e-4, 1.0, pi})
+    for (const int turns : {0, 1, 2, 7}) {
+        for (const double offset : {0.0, 1e-15, 1e-12, 1e-9, -1e-9, 1e-4, -1e-4, 1.0, pi}) {
             expectNear(moving(axis * (2.0 * pi * turns + offset))(center), center + travel, 1e-14);
+        }
+    }
 }
 
 TEST(BlockScrew, MovingCentrePassesWholeTurnsSteadily) {
     for (const cVector3& p : points) {
         expectNear(moving(axis * (2.0 * pi))(p), p + travel, 1e-14);
-        for (const double offset : {-1e-7, 1e-7})
+        for (const double offset : {-1e-7, 1e-7}) {
             expectNear(moving(axis * (2.0 * pi + offset))(p), p + travel + (axis ^ (p - center)) * offset,
                        1e-12);
+        }
     }
 }
 
 TEST(BlockScrew, DistancesStay) {
     for (const double angle : {1e-11, 1e-5, 0.5, 3.0, 6.28, 1000.0}) {
         for (const BlockScrew& screw : {following(axis * angle), moving(axis * angle)}) {
-            for (const cVector3& p : points)
-                for (const cVector3& q : points)
+            for (const cVector3& p : points) {
+                for (const cVector3& q : points) {
                     EXPECT_NEAR((screw(p) - screw(q)).norm(), (p - q).norm(), angstrom);
+                }
+            }
         }
     }
 }
 
 TEST(BlockScrew, WholeTurnWithoutTravelAlongTheAxisReturnsTheBlock) {
     const cVector3 across = travel - axis * (travel | axis);
-    for (const int turns : {1, 2, 50})
-        for (const cVector3& p : points)
+    for (const int turns : {1, 2, 50}) {
+        for (const cVector3& p : points) {
             expectNear(following(axis * (2.0 * pi * turns), across)(p), p, 1e-12);
+        }
+    }
 }
 
 TEST(BlockScrew, NoTurnIsATranslationToTheBit) {
-    for (const BlockScrew& screw : {following(cVector3(0.0)), moving(cVector3(0.0))})
-        for (const cVector3& p : points)
+    for (const BlockScrew& screw : {following(cVector3(0.0)), moving(cVector3(0.0))}) {
+        for (const cVector3& p : points) {
             EXPECT_EQ(screw(p), p + travel);
+        }
+    }
 }
 
 TEST(BlockScrew, TurnBelowTheLeastIsATranslationAndOneAtItIsNot) {
@@ -118,9 +130,11 @@ TEST(BlockScrew, TurnBelowTheLeastIsATranslationAndOneAtItIsNot) {
 TEST(BlockScrew, TinyTurnWithItsAxisFarAwayKeepsItsDigits) {
     // The axis is 1e10 angstrom away here; a position relative to it would have lost ten digits.
     const cVector3 turn = axis * 1e-10;
-    for (const BlockScrew& screw : {following(turn), moving(turn)})
-        for (const cVector3& p : points)
+    for (const BlockScrew& screw : {following(turn), moving(turn)}) {
+        for (const cVector3& p : points) {
             expectNear(screw(p), p + travel + (turn ^ (p - center)) + 0.5 * (turn ^ travel), 1e-9);
+        }
+    }
     expectNear(following(turn)(center), center + travel + 0.5 * (turn ^ travel), 1e-14);
     expectNear(moving(turn)(center), center + travel, 1e-14);
 }

@@ -1,5 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Finite deformations along modes.
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
 #include "Math/cMatrix33.h"
 #include "Math/structure.h"
 #include "Mechanics/System.h"
@@ -7,15 +17,6 @@
 #include "PDB/NeighbourList.h"
 #include "modeScene.h"
 #include "velocityField.h"
-
-#include <algorithm>
-#include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
-#include <random>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -40,8 +41,9 @@ Atoms viaArray(const Atoms& atoms, Apply apply) {
     std::vector<cVector3> positions(atoms.size(), cVector3(0.0));
     apply(positions.data());
     Atoms out = atoms;
-    for (std::size_t i = 0; i < out.size(); ++i)
+    for (std::size_t i = 0; i < out.size(); ++i) {
         out[i].m_position = positions[i];
+    }
     return out;
 }
 
@@ -98,8 +100,9 @@ std::vector<Form> formsOfOneMode() {
 
 std::vector<Form> allForms() {
     std::vector<Form> forms = formsOfOneMode();
-    for (const Form& form : formsOfSeveralModes())
+    for (const Form& form : formsOfSeveralModes()) {
         forms.push_back(form);
+    }
     return forms;
 }
 
@@ -116,23 +119,26 @@ std::vector<double> mixture() {
 }
 
 std::vector<double> scaled(std::vector<double> amplitudes, double factor) {
-    for (double& a : amplitudes)
+    for (double& a : amplitudes) {
         a *= factor;
+    }
     return amplitudes;
 }
 
 double largestDistance(const Atoms& a, const Atoms& b) {
     double largest = a.size() == b.size() ? 0.0 : 1e300;
-    for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
+    for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
         largest = std::max(largest, (a[i].m_position - b[i].m_position).norm());
+    }
     return largest;
 }
 
 /// The amplitude of a mode at which the fastest block turns by the angle.
 double amplitudeOfTurn(const NormalModeEngine& engine, int mode, double angle) {
     double fastest = 0.0;
-    for (const auto& perMode : engine.m_blockRotations)
+    for (const auto& perMode : engine.m_blockRotations) {
         fastest = std::max(fastest, perMode[static_cast<std::size_t>(mode)].norm());
+    }
     return angle / fastest;
 }
 
@@ -141,19 +147,21 @@ TEST(NonLinearTransformation, AmplitudeZeroCopiesThePositionsToTheBit) {
     for (const Form& form : allForms()) {
         const Atoms out = form.apply(scene.engine, along(oneMode, 0.0), scene.atoms);
         ASSERT_EQ(out.size(), scene.atoms.size());
-        for (std::size_t i = 0; i < out.size(); ++i)
+        for (std::size_t i = 0; i < out.size(); ++i) {
             EXPECT_EQ(out[i].m_position, scene.atoms[i].m_position) << form.name;
+        }
     }
 }
 
 TEST(NonLinearTransformation, AmplitudeBelowTheFloorCopiesThePositionsOfUnlistedAtomsToo) {
     ModeScene scene(41);
     scene.engine.m_blockAtoms.clear();
-    for (const Form& form : allForms())
+    for (const Form& form : allForms()) {
         EXPECT_EQ(
             largestDistance(form.apply(scene.engine, along(oneMode, -0.9e-11), scene.atoms), scene.atoms),
             0.0)
             << form.name;
+    }
 }
 
 TEST(NonLinearTransformation, EveryFormAgreesWithTheLinearDisplacementToFirstOrder) {
@@ -195,8 +203,8 @@ TEST(NonLinearTransformation, BlocksStayRigidAtLargeAmplitudes) {
             const Atoms out =
                 form.apply(scene.engine, scaled({0.5, 0.2, 1.0, 0.0, -0.3, 0.1}, amplitude), scene.atoms);
             EXPECT_GT(largestDistance(out, scene.atoms), 0.5) << form.name;
-            for (const std::list<int>& block : scene.engine.m_blockAtoms)
-                for (const int a : block)
+            for (const std::list<int>& block : scene.engine.m_blockAtoms) {
+                for (const int a : block) {
                     for (const int b : block) {
                         const auto i = static_cast<std::size_t>(a);
                         const auto j = static_cast<std::size_t>(b);
@@ -204,6 +212,8 @@ TEST(NonLinearTransformation, BlocksStayRigidAtLargeAmplitudes) {
                                     (scene.atoms[i].m_position - scene.atoms[j].m_position).norm(), angstrom)
                             << form.name;
                     }
+                }
+            }
         }
     }
 }
@@ -248,13 +258,15 @@ TEST(NonLinearTransformation, ArrayAndAtomsAndOneModeAmongSeveralAreTheSame) {
 TEST(NonLinearTransformation, BlockWithoutRotationTranslatesByAmplitudeTimesTranslation) {
     ModeScene scene(47);
     constexpr std::size_t still = 7;
-    for (cVector3& w : scene.engine.m_blockRotations[still])
+    for (cVector3& w : scene.engine.m_blockRotations[still]) {
         w = cVector3(0.0);
+    }
     const double amplitude = 25.0;
     const cVector3 shift = scene.engine.m_blockTranslations[still][oneMode] * amplitude;
     for (const Form& form : allForms()) {
-        if (form.name == "superposition") // doesn't read the stored motions
+        if (form.name == "superposition") { // doesn't read the stored motions
             continue;
+        }
         const Atoms out = form.apply(scene.engine, along(oneMode, amplitude), scene.atoms);
         for (const int atom : scene.engine.m_blockAtoms[still]) {
             const auto a = static_cast<std::size_t>(atom);
@@ -304,8 +316,9 @@ TEST(NonLinearTransformation, ModeOutsideTheRangeAndUnloadedBlocksWriteNothing) 
     EXPECT_TRUE(isUntouched(
         [&](cVector3* out) { scene.engine.applyNonLinearTransformation(mixture(), out, scene.atoms); }));
     for (const Form& form : formsOfSeveralModes()) {
-        if (form.name == "several modes, array")
+        if (form.name == "several modes, array") {
             continue;
+        }
         EXPECT_EQ(largestDistance(form.apply(scene.engine, mixture(), scene.atoms), scene.atoms), 0.0);
     }
 }
@@ -316,8 +329,9 @@ TEST(NonLinearTransformation, AtomsOfUnlistedBlocksKeepWhatTheArrayHad) {
     const cVector3 mark(1e3, 2e3, 3e3);
     std::vector<cVector3> out(scene.atoms.size(), mark);
     scene.engine.applyNonLinearTransformation(mixture(), out.data(), scene.atoms);
-    for (std::size_t a = 0; a < out.size(); ++a)
+    for (std::size_t a = 0; a < out.size(); ++a) {
         EXPECT_EQ(out[a] == mark, scene.model.blockIds[a] == 3) << a;
+    }
 }
 
 TEST(NonLinearTransformation, AmplitudesBeyondTheLastModeMoveNothing) {
@@ -364,17 +378,20 @@ TEST(NonLinearTransformation, OutputKeepsTheRecordsAndMayBeTheInput) {
 TEST(NonLinearTransformation, TooFewAtomsAreAnError) {
     const ModeScene scene(50);
     const Atoms few(scene.atoms.begin(), scene.atoms.end() - 1);
-    for (const Form& form : allForms())
+    for (const Form& form : allForms()) {
         EXPECT_THROW(form.apply(scene.engine, along(oneMode, 1.0), few), std::logic_error) << form.name;
+    }
 }
 
 TEST(LargeNonLinearTransformation, CentreOfMassOfEveryBlockTravelsByExactlyTheTranslation) {
     const ModeScene scene(51);
     std::vector<double> angles;
-    for (int i = 1; i <= 40; ++i)
+    for (int i = 1; i <= 40; ++i) {
         angles.push_back(0.37 * i);
-    for (const double offset : {-1e-3, -1e-9, 0.0, 1e-9, 1e-3})
+    }
+    for (const double offset : {-1e-3, -1e-9, 0.0, 1e-9, 1e-3}) {
         angles.push_back(2.0 * pi + offset);
+    }
     for (const double angle : angles) {
         for (const std::size_t b : {std::size_t{0}, std::size_t{13}}) {
             const double amplitude = angle / scene.engine.m_blockRotations[b][oneMode].norm();
@@ -397,8 +414,9 @@ TEST(LargeNonLinearTransformation, LeastTurnOfSeveralModesCountsInAllAndNotPerUn
     // Seen to fail with the least turn scaled by the amplitudes, as in the other form.
     ModeScene scene(54);
     constexpr std::size_t b = 5;
-    for (std::size_t m = 0; m < ModeScene::nModes; ++m)
+    for (std::size_t m = 0; m < ModeScene::nModes; ++m) {
         scene.engine.m_blockTranslations[b][m] = scene.engine.m_blockRotations[b][m] = cVector3(0.0);
+    }
     scene.engine.m_blockRotations[b][oneMode] = cVector3(3e-12, 0.0, 4e-12); // per unit amplitude
     const double amplitude = 1e4;
     const cVector3 turn = scene.engine.m_blockRotations[b][oneMode] * amplitude;
@@ -453,8 +471,9 @@ NormalModeEngine engineOfOneBody(const std::vector<std::array<double, 3>>& posit
 
 Atoms atomsAt(const std::vector<std::array<double, 3>>& positions) {
     Atoms atoms(positions.size());
-    for (std::size_t i = 0; i < atoms.size(); ++i)
+    for (std::size_t i = 0; i < atoms.size(); ++i) {
         atoms[i].m_position = cVector3(positions[i].data());
+    }
     return atoms;
 }
 
@@ -464,8 +483,9 @@ Vector rotationMode(const std::vector<std::array<double, 3>>& positions, const c
     Vector mode(3 * positions.size());
     for (std::size_t i = 0; i < positions.size(); ++i) {
         const cVector3 v = turn ^ (cVector3(positions[i].data()) - center);
-        for (int c = 0; c < 3; ++c)
+        for (int c = 0; c < 3; ++c) {
             mode[3 * i + static_cast<arma::uword>(c)] = v[c];
+        }
     }
     return mode;
 }
@@ -478,8 +498,9 @@ TEST(SuperposedTransformation, TurnsInTheSenseOfTheMode) {
     // A positive amplitude of "turn about +z" turns from x to y; superposing in the other order, or taking
     // the matrix for its inverse, would turn from x to -y.
     cVector3 centerOfMass(0.0);
-    for (std::size_t i = 0; i < body.size(); ++i)
+    for (std::size_t i = 0; i < body.size(); ++i) {
         centerOfMass += cVector3(body[i].data()) * (bodyMasses[i] / 75.0);
+    }
     for (const cVector3& axis :
          {cVector3(0, 0, 1), cVector3(1, 0, 0), cVector3(2.0 / 3, -1.0 / 3, 2.0 / 3)}) {
         const NormalModeEngine engine =
@@ -526,8 +547,9 @@ TEST(SuperposedTransformation, AtomsOnALineTurnAcrossIt) {
 
 TEST(SuperposedTransformation, BlocksOfOneAtomTranslate) {
     Vector mode(15);
-    for (arma::uword i = 0; i < mode.n_elem; ++i)
+    for (arma::uword i = 0; i < mode.n_elem; ++i) {
         mode[i] = std::sin(1.0 + static_cast<double>(i));
+    }
     NormalModeEngine engine = engineOfOneBody(body, bodyMasses, mode);
     engine.loadCAlphaId2AtomId({0, 1, 2, 3, 4});
     Atoms out;
@@ -569,11 +591,12 @@ TEST(SuperposedTransformation, SmallTurnsOfBlocksInALargeModelAreNotLost) {
     engine.applyNonLinearTransformation(Vector{1.0}, out, atoms);
     for (std::size_t b = 0; b < nBlocks; b += 97) {
         const cMatrix33 R = cMatrix33::fromAxisAngle(turns[b].normalizedVersion(), turns[b].norm());
-        for (std::size_t a = 5 * b; a + 1 < 5 * b + 5; ++a)
+        for (std::size_t a = 5 * b; a + 1 < 5 * b + 5; ++a) {
             EXPECT_LT(((out[a + 1].m_position - out[a].m_position) -
                        R * (atoms[a + 1].m_position - atoms[a].m_position))
                           .norm(),
                       superposition);
+        }
     }
 }
 

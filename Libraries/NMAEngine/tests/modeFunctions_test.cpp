@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "NMAEngine/modeFunctions.h"
-
-#include "NMAEngine/NormalModeEngine.h"
-#include "blockModel.h"
-
 #include <cmath>
 #include <cstdlib>
-#include <gtest/gtest.h>
 #include <stdexcept>
 #include <tuple>
+
+#include <gtest/gtest.h>
+
+#include "NMAEngine/NormalModeEngine.h"
+#include "NMAEngine/modeFunctions.h"
+#include "blockModel.h"
 
 namespace {
 
@@ -37,23 +37,26 @@ TEST(InfinitesimalRotationMatrix, ColumnsAreOrthonormalRigidMotionsWithoutTransl
 
     const auto [x, y, z] = getTranslationBasis(BlockModel::nAtoms);
     const Vector rootMass = model.network()->m_sqrtMass;
-    for (const Vector& shift : {x, y, z})
+    for (const Vector& shift : {x, y, z}) {
         EXPECT_LT(arma::abs(columns.t() * (rootMass % shift)).max(), 1e-11);
+    }
 }
 
 TEST(InfinitesimalRotationMatrix, OverloadsAgree) {
     const BlockModel model(32);
     Vector flat(3 * BlockModel::nAtoms);
-    for (arma::uword i = 0; i < flat.n_elem; ++i)
+    for (arma::uword i = 0; i < flat.n_elem; ++i) {
         flat[i] = model.positions[i / 3][i % 3];
+    }
     const Matrix expected = buildInfinitesimalRotationMatrix(model.positions, model.masses);
     Matrix fromPositions(2, 2);
     Matrix fromFlat;
     buildInfinitesimalRotationMatrix(model.positions, model.masses, fromPositions);
     buildInfinitesimalRotationMatrix(flat, model.masses, fromFlat);
     for (const Matrix& columns :
-         {fromPositions, fromFlat, buildInfinitesimalRotationMatrix(flat, model.masses)})
+         {fromPositions, fromFlat, buildInfinitesimalRotationMatrix(flat, model.masses)}) {
         EXPECT_TRUE(arma::approx_equal(columns, expected, "absdiff", 0.0));
+    }
 }
 
 TEST(InfinitesimalRotationMatrix, HandWorkedPairTurnsAboutTheAxesAcrossItAlone) {
@@ -95,8 +98,9 @@ TEST(RandomDeformations, DirectionComesFromOneNumberPerModeInTheirOrder) {
     const Vector found = gererateRandomDeformations(engine, 2.0);
     std::srand(17);
     Vector x(3);
-    for (double& value : x)
+    for (double& value : x) {
         value = 2.0 * std::rand() / 2147483647.0 - 1.0;
+    }
     x *= std::sqrt(2.0) / arma::norm(x);
     EXPECT_LT(arma::norm(found - x / Vector{1.0, 2.0, 3.0}), 1e-15);
 }

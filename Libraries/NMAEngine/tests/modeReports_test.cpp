@@ -1,21 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "NMAEngine/modeReports.h"
-
-#include "NMAEngine/NormalModeEngine.h"
-#include "modeScene.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 #include <vector>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "NMAEngine/NormalModeEngine.h"
+#include "NMAEngine/modeReports.h"
+#include "modeScene.h"
 
 namespace {
 
@@ -38,8 +39,9 @@ std::vector<std::string> linesOfMovie(const ModeScene& scene, const Vector& ampl
     std::rewind(file.get());
     std::vector<std::string> lines;
     char line[200];
-    while (std::fgets(line, sizeof line, file.get()))
+    while (std::fgets(line, sizeof line, file.get())) {
         lines.emplace_back(line);
+    }
     return lines;
 }
 
@@ -50,7 +52,7 @@ TEST(AtomPositions, MovieSwingsThroughAHundredModelsPerMode) {
     const std::vector<std::string> lines = linesOfMovie(scene, amplitudes, nAtoms, 2);
     constexpr std::size_t linesOfModel = nAtoms + 2;
     ASSERT_EQ(lines.size(), 2 * 100 * linesOfModel);
-    for (int mode = 0; mode < 2; ++mode)
+    for (int mode = 0; mode < 2; ++mode) {
         for (int frame = 0; frame < 100; ++frame) {
             const auto model = static_cast<std::size_t>(100 * mode + frame);
             const std::string* line = &lines[model * linesOfModel];
@@ -59,13 +61,15 @@ TEST(AtomPositions, MovieSwingsThroughAHundredModelsPerMode) {
             EXPECT_EQ(line[0], header);
             EXPECT_EQ(line[linesOfModel - 1], "ENDMDL\n");
             const auto m = static_cast<arma::uword>(mode);
-            for (std::size_t a = 0; a < nAtoms; ++a)
+            for (std::size_t a = 0; a < nAtoms; ++a) {
                 for (std::size_t c = 0; c < 3; ++c) {
                     const double expected = scene.model.positions[a][c] +
                                             scene.engine.m_modes(3 * a + c, m) * amplitudes[m] * phase(frame);
                     EXPECT_NEAR(std::stod(line[1 + a].substr(30 + 8 * c, 8)), expected, 5.1e-4);
                 }
+            }
         }
+    }
 }
 
 TEST(AtomPositions, NothingToShowWritesNothing) {
@@ -110,8 +114,9 @@ protected:
         for (std::string line; std::getline(file, line);) {
             std::istringstream words(line);
             rows.emplace_back();
-            for (double value = 0.0; words >> value;)
+            for (double value = 0.0; words >> value;) {
                 rows.back().push_back(value);
+            }
         }
         return rows;
     }

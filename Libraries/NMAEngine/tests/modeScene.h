@@ -2,12 +2,12 @@
 #ifndef SELVANE_NMAENGINE_TESTS_MODESCENE_H
 #define SELVANE_NMAENGINE_TESTS_MODESCENE_H
 
+#include <cstddef>
+#include <vector>
+
 #include "NMAEngine/NormalModeEngine.h"
 #include "PDB/cPDBAtom.h"
 #include "blockModel.h"
-
-#include <cstddef>
-#include <vector>
 
 /// A model with its modes, its atoms as records, and the atoms of its blocks loaded.
 struct ModeScene {
@@ -30,8 +30,9 @@ struct ModeScene {
     std::vector<cPDBAtom> displaced(const arma::Col<double>& amplitudes) const {
         std::vector<cPDBAtom> moved = atoms;
         const arma::Col<double> displacement = engine.getDisplacement(amplitudes);
-        for (std::size_t i = 0; i < moved.size(); ++i)
+        for (std::size_t i = 0; i < moved.size(); ++i) {
             moved[i].m_position += cVector3(displacement.memptr() + 3 * i);
+        }
         return moved;
     }
 

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Frames of a trajectory in the space of the blocks' motions, and the modes that they give.
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+#include <gtest/gtest.h>
+
 #include "Math/structure.h"
 #include "Mechanics/System.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "PDB/cTrajectory.h"
 #include "modeScene.h"
-
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <memory>
-#include <stdexcept>
-#include <vector>
 
 namespace {
 
@@ -23,15 +24,17 @@ constexpr double pi = 3.14159265358979323846;
 
 Frame shifted(const Frame& frame, const Vector& displacement) {
     Frame out = frame;
-    for (std::size_t i = 0; i < displacement.n_elem; ++i)
+    for (std::size_t i = 0; i < displacement.n_elem; ++i) {
         out[i / 3][i % 3] += displacement[i];
+    }
     return out;
 }
 
 Vector flat(const Frame& frame) {
     Vector out(3 * frame.size());
-    for (std::size_t i = 0; i < out.n_elem; ++i)
+    for (std::size_t i = 0; i < out.n_elem; ++i) {
         out[i] = frame[i / 3][i % 3];
+    }
     return out;
 }
 
@@ -39,9 +42,10 @@ Vector flat(const Frame& frame) {
 cTrajectory randomFrames(const BlockModel& model, std::size_t nFrames) {
     arma::arma_rng::set_seed(5);
     cTrajectory trajectory;
-    for (std::size_t f = 0; f < nFrames; ++f)
+    for (std::size_t f = 0; f < nFrames; ++f) {
         trajectory.appendFrame(
             shifted(model.positions, Vector(3 * model.positions.size(), arma::fill::randn)));
+    }
     return trajectory;
 }
 
@@ -68,8 +72,9 @@ TEST(TrajectoryProjection, SumOfTheSquaresIsTheReducedCovariance) {
     const Matrix P(scene.engine.m_prolongation);
     const Matrix expected = P.t() * *trajectory.getCovariance(scene.model.masses) * P;
     Matrix sum(P.n_cols, P.n_cols, arma::fill::zeros);
-    for (const Vector& p : scene.engine.m_projections)
+    for (const Vector& p : scene.engine.m_projections) {
         sum += p * p.t();
+    }
     EXPECT_LT(arma::abs(sum - expected).max(), 1e-10);
 }
 
@@ -85,8 +90,9 @@ TEST(TrajectoryProjection, ReferenceIsTheOneGivenTheFrameOrTheAverage) {
     };
     const auto expectEqual = [&](const std::vector<Vector>& expected) {
         ASSERT_EQ(scene.engine.m_projections.size(), expected.size());
-        for (std::size_t f = 0; f < expected.size(); ++f)
+        for (std::size_t f = 0; f < expected.size(); ++f) {
             EXPECT_TRUE(arma::approx_equal(scene.engine.m_projections[f], expected[f], "absdiff", 0.0));
+        }
     };
     scene.engine.projectTrajectory(&trajectory, 2);
     expectEqual(project(trajectory.getFrame(2)));
@@ -96,8 +102,9 @@ TEST(TrajectoryProjection, ReferenceIsTheOneGivenTheFrameOrTheAverage) {
     scene.engine.projectAvTrajectory(&trajectory, ignored);
     expectEqual(project(trajectory.getAverageFrame()));
     Vector sum(scene.engine.cols(), arma::fill::zeros);
-    for (const Vector& p : scene.engine.m_projections)
+    for (const Vector& p : scene.engine.m_projections) {
         sum += p;
+    }
     EXPECT_LT(arma::norm(sum), 1e-10);
 }
 
@@ -122,8 +129,9 @@ TEST(TrajectoryProjection, AtomsThatDoNotMatchAreAnErrorThatLeavesTheProjections
 /// Frames that are one mode at known amplitudes, projected about the model.
 void projectMode(ModeScene& scene, arma::uword mode, const Vector& amplitudes) {
     cTrajectory trajectory;
-    for (const double a : amplitudes)
+    for (const double a : amplitudes) {
         trajectory.appendFrame(shifted(scene.model.positions, scene.engine.m_modes.col(mode) * a));
+    }
     scene.engine.projectTrajectory(&trajectory, scene.model.positions);
 }
 
@@ -219,10 +227,11 @@ struct KnownCovariance {
         motions.each_col() %= scene.engine.m_system->m_isqrtMass;
         for (std::size_t f = 0; f < nFrames; ++f) {
             Vector displacement(motions.n_rows, arma::fill::zeros);
-            for (arma::uword k = 0; k < nMotions; ++k)
+            for (arma::uword k = 0; k < nMotions; ++k) {
                 displacement += motions.col(k) * (std::sqrt(2.0 * variances[k]) *
                                                   std::cos(2.0 * pi * static_cast<double>(k + 1) *
                                                            (static_cast<double>(f) + 0.5) / nFrames));
+            }
             trajectory.appendFrame(shifted(scene.model.positions, displacement));
         }
     }

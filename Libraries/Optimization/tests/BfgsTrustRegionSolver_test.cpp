@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Optimization/BfgsTrustRegionSolver.h"
-
 #include <algorithm>
 #include <cmath>
-#include <gtest/gtest.h>
 #include <limits>
 #include <memory>
 
+#include <gtest/gtest.h>
+
+#include "Optimization/BfgsTrustRegionSolver.h"
 #include "Optimization/tests/testFunctions.h"
 
 namespace {
@@ -143,8 +143,9 @@ TEST(BfgsTrustRegionSolver, UpdateWithoutChangeOfTheGradientLeavesTheApproximati
     // y = 0: the quotient of the learnt part is 0 / 0.
     BfgsTrustRegionSolver solver(
         std::make_shared<Quadratic>(Matrix(2, 2, arma::fill::zeros), Vector{1.0, 2.0}), 2, 0.5);
-    for (int trial = 0; trial < 4; ++trial)
+    for (int trial = 0; trial < 4; ++trial) {
         solver.doStep();
+    }
     EXPECT_TRUE(arma::approx_equal(solver.m_hessian, arma::eye(2, 2), "absdiff", 0.0));
 }
 

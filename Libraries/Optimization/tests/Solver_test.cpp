@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Optimization/Solver.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <gtest/gtest.h>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Optimization/Solver.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Optimization/TrustRegionSolver.h"
-
 #include <algorithm>
 #include <cmath>
-#include <gtest/gtest.h>
 #include <limits>
 #include <memory>
 #include <stdexcept>
 
+#include <gtest/gtest.h>
+
+#include "Optimization/TrustRegionSolver.h"
 #include "Optimization/tests/testFunctions.h"
 
 namespace {
@@ -314,8 +314,9 @@ TEST(TrustRegionSolver, CollapsedRadiusEndsTheRunConverged) {
         using Quadratic::Quadratic;
         double getFunctionGradient(const Vector& x, Vector& gradient) override {
             const double value = Quadratic::getFunctionGradient(x, gradient);
-            if (hessianCalls > 3)
+            if (hessianCalls > 3) {
                 gradient = -gradient;
+            }
             return value;
         }
     };

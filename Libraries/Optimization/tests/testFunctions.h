@@ -83,8 +83,9 @@ struct Quadratic : ThirdOrderOracle {
 struct Rosenbrock final : ThirdOrderOracle {
     double getFunctionValue(const Vector& x) override {
         double value = 0.0;
-        for (arma::uword i = 0; i + 1 < x.n_elem; ++i)
+        for (arma::uword i = 0; i + 1 < x.n_elem; ++i) {
             value += 100.0 * std::pow(x[i + 1] - x[i] * x[i], 2) + std::pow(1.0 - x[i], 2);
+        }
         return value;
     }
     double getFunctionGradient(const Vector& x, Vector& gradient) override {

@@ -1,8 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/AtomLines.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -11,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
+#include "PDB/AtomLines.h"
 #include "PDB/cPDBAtom.h"
 #include "PDB/writePDB.h"
 

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/NeighbourList.h"
-
-#include <gtest/gtest.h>
-
 #include <array>
 #include <vector>
 
+#include <gtest/gtest.h>
+
+#include "PDB/NeighbourList.h"
 #include "PDB/cAtomGrid.h"
 
 namespace {

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/cAtomGrid.h"
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <limits>
 #include <random>
 #include <stdexcept>
 #include <tuple>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "PDB/cAtomGrid.h"
 
 namespace {
 

@@ -1,11 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/cClassicalParserPDB.h"
-
-#include <gtest/gtest.h>
-
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -18,6 +11,12 @@
 #include <string>
 #include <vector>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "PDB/cClassicalParserPDB.h"
 #include "PDB/cTrajectory.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/cIAVector3.h"
-
 #include <gtest/gtest.h>
+
+#include "PDB/cIAVector3.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/cInterval.h"
-
 #include <gtest/gtest.h>
+
+#include "PDB/cInterval.h"
 
 namespace {
 
@@ -10,16 +10,20 @@ const double ENDS[] = {-3.0, -1.5, 0.0, 0.5, 2.0};
 /// Calls check(a, b, x, y) for intervals a, b and members x of a, y of b.
 template <typename Check>
 void forAllMembers(Check check) {
-    for (const double a0 : ENDS)
-        for (const double a1 : ENDS)
-            for (const double b0 : ENDS)
-                for (const double b1 : ENDS)
+    for (const double a0 : ENDS) {
+        for (const double a1 : ENDS) {
+            for (const double b0 : ENDS) {
+                for (const double b1 : ENDS) {
                     for (const double s : {0.0, 0.25, 1.0}) {
                         if (a0 > a1 || b0 > b1) {
                             continue;
                         }
                         check(cInterval(a0, a1), cInterval(b0, b1), a0 + s * (a1 - a0), b1 + s * (b0 - b1));
                     }
+                }
+            }
+        }
+    }
 }
 
 } // namespace

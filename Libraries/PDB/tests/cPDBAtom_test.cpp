@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/cPDBAtom.h"
-
-#include <gtest/gtest.h>
-
 #include <cstdio>
 #include <cstring>
 #include <sstream>
 #include <string>
 
+#include <gtest/gtest.h>
+
 #include "PDB/blockMasses.h"
+#include "PDB/cPDBAtom.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/cPeriodicTable.h"
-
 #include <gtest/gtest.h>
+
+#include "PDB/cPeriodicTable.h"
 
 TEST(CPeriodicTable, HasARowForEachElementUpToRoentgenium) {
     const cPeriodicTable table;

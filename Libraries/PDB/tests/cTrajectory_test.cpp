@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/cTrajectory.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include "PDB/cTrajectory.h"
 
 namespace {
 

@@ -1,8 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/formatCoordinate.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -10,6 +6,10 @@
 #include <limits>
 #include <random>
 #include <string>
+
+#include <gtest/gtest.h>
+
+#include "PDB/formatCoordinate.h"
 
 namespace {
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/loadFromPDB.h"
-
-#include <gtest/gtest.h>
-
-#include <unistd.h>
-
 #include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "PDB/loadFromPDB.h"
 
 namespace {
 

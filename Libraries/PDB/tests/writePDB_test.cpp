@@ -1,10 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PDB/writePDB.h"
-
-#include <gtest/gtest.h>
-
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -12,8 +6,13 @@
 #include <string>
 #include <vector>
 
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
 #include "Math/cMatrix33.h"
 #include "PDB/loadFromPDB.h"
+#include "PDB/writePDB.h"
 
 namespace {
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "QCProt/RMSD.h"
-
 #include <gtest/gtest.h>
 
+#include "QCProt/RMSD.h"
 #include "QCProt/tests/pointSets.h"
 
 namespace {

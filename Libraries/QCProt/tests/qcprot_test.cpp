@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "QCProt/qcprot.h"
-
 #include <algorithm>
 #include <limits>
 #include <memory>
@@ -9,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "QCProt/qcprot.h"
 #include "QCProt/tests/pointSets.h"
 
 namespace {

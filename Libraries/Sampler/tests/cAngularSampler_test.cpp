@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Sampler/cAngularSampler.h"
-
-#include "Math/cMatrix33.h"
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
 #include <random>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "Math/cMatrix33.h"
+#include "Sampler/cAngularSampler.h"
 
 namespace {
 
