@@ -39,18 +39,27 @@ function(selvane_library name)
     install(TARGETS ${name} EXPORT SelvaneTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}/selvane)
 endfunction()
 
-# selvane_test(NAME [ARMADILLO] SOURCES a_test.cpp ... LIBS target ...)
+# What the thread sanitizer has to see in every submission; ctest finds its tests by the label threads.
+add_custom_target(thread_tests)
+
+# selvane_test(NAME [ARMADILLO] [THREADS] SOURCES a_test.cpp ... LIBS target ...)
 #   One executable of GoogleTest cases, each case a test of ctest.
+#   THREADS: some of the cases start threads.
 function(selvane_test name)
     if(NOT SELVANE_BUILD_TESTS)
         return()
     endif()
-    cmake_parse_arguments(ARG "ARMADILLO" "" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "ARMADILLO;THREADS" "" "SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} selvane_flags GTest::gtest_main)
     if(ARG_ARMADILLO)
         target_precompile_headers(${name} REUSE_FROM selvane_pch)
     endif()
+    set(labels)
+    if(ARG_THREADS)
+        set(labels LABELS threads)
+        add_dependencies(thread_tests ${name})
+    endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
-        PROPERTIES TIMEOUT 300 ENVIRONMENT "OPENBLAS_NUM_THREADS=1")
+        PROPERTIES TIMEOUT 300 ENVIRONMENT "OPENBLAS_NUM_THREADS=1" ${labels})
 endfunction()

@@ -1,14 +1,17 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
-# Runs the checks that are too slow for every submission, all of them or those named, and ends with a table.
+# Runs the checks of every submission and those that are too slow for that, all of them or those named, and ends with a
+# table.
 #   scripts/check.sh [STEP...]
 #     asan-ubsan   all tests under the address, leak and undefined-behaviour sanitizers
 #     tsan         all tests under the thread sanitizer
+#     threads      those of the programs of tests that start threads; only if named, for tsan has them, too
 #     clang        a build by clang, warnings are errors
 #     tidy         clang-tidy by .clang-tidy
 #     format       clang-format by .clang-format
 #     cppcheck     cppcheck, less the lines of scripts/cppcheck.suppressions
 #     same-answer  scripts/same-answer.sh
+#     demo         scripts/demo.sh
 #     fuzz         scripts/fuzz.sh, FUZZ_SECONDS=N for each fuzzer; 600 without
 #     coverage     all tests; at least 95 % of the lines of Libraries/ must be reached
 # JOBS=N sets the number of parallel jobs. Status 1 if a step failed.
@@ -16,7 +19,8 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/lib.sh
 
-readonly ALL_STEPS=(format cppcheck tidy clang asan-ubsan tsan coverage same-answer fuzz)
+readonly ALL_STEPS=(format cppcheck tidy clang asan-ubsan threads tsan coverage same-answer demo fuzz)
+readonly PART_OF_OTHERS=(threads) # run when named only
 readonly FUZZ_SECONDS="${FUZZ_SECONDS:-600}"
 readonly LEAST_COVERAGE=95 # per cent of lines
 
@@ -34,6 +38,20 @@ check_tsan() {
     require_packages "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
     # The sanitizer's own runtime finds no memory for 10,000 threads; this test runs in the step asan-ubsan.
     build_and_test tsan --exclude-regex 'nthread__10000'
+}
+
+check_threads() {
+    local jobs
+    jobs="$(jobs_count)"
+    require_packages "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
+    say "Building and testing what starts threads in build/tsan with $jobs jobs"
+    cmake --preset tsan
+    cmake --build --preset tsan --parallel "$jobs" --target thread_tests
+    ctest --preset tsan --parallel "$jobs" --no-tests=error --label-regex '^threads$' --exclude-regex 'nthread__10000'
+}
+
+check_demo() {
+    scripts/demo.sh
 }
 
 check_clang() {
@@ -93,7 +111,11 @@ check_coverage() {
 }
 
 steps=("$@")
-((${#steps[@]} > 0)) || steps=("${ALL_STEPS[@]}")
+if ((${#steps[@]} == 0)); then
+    for step in "${ALL_STEPS[@]}"; do
+        [[ " ${PART_OF_OTHERS[*]} " == *" $step "* ]] || steps+=("$step")
+    done
+fi
 for step in "${steps[@]}"; do
     [[ " ${ALL_STEPS[*]} " == *" $step "* ]] || die "no step '$step'; there are: ${ALL_STEPS[*]}"
 done
