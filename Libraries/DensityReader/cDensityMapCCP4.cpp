@@ -2,6 +2,12 @@
 #include "DensityReader/cDensityMapCCP4.h"
 
 #include <cmath>
+#include <typeinfo>
+
+/// A class derived from this one may look positions up in a way of its own.
+std::vector<double> cDensityMapCCP4::getValue() const {
+    return typeid(*this) == typeid(cDensityMapCCP4) ? lookUpNodes() : cDensityMapInterface::getValue();
+}
 
 cVector3 cDensityMapCCP4::getFrameShiftFromOriginWords() const {
     constexpr double NEGLIGIBLE = 1e-3; // of a voxel: single-precision words can't tell less

@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "DensityReader/cDensityMapInterface.h"
 
@@ -31,6 +32,9 @@ public:
     std::int64_t m_largestVoxelCount = std::numeric_limits<std::int32_t>::max();
     std::array<float, 3> m_originWords{};   ///< the ORIGIN words. Deliberate: they place nothing
     cVector3 m_firstVoxelByStartWords{0.0}; ///< place of the first voxel by the start words, angstrom
+
+    using cDensityMapInterface::getValue;
+    std::vector<double> getValue() const override;
 
     /// Reads a map. m_origin is one voxel above the place that the start words tell, along each axis: the
     /// poses of a fit count on it. AMIN, AMAX, AMEAN become the statistics as they stand in the file, in its

@@ -55,6 +55,10 @@ std::array<std::vector<long>, 3> cDensityMapInterface::makeLookUpTables() const 
 }
 
 std::vector<double> cDensityMapInterface::getValue() const {
+    return sampleNodes([this](const cVector3& position) { return getValue(position); });
+}
+
+std::vector<double> cDensityMapInterface::lookUpNodes() const {
     std::vector<double> values(m_grid.getTotalSize());
     if (isEmpty() || values.empty()) {
         return values;

@@ -62,10 +62,9 @@ public:
     virtual const std::set<std::string>& supportedExtension() const = 0;
 
     /// The flat array of the map, m_grid.getTotalSize() values in cGrid order: each node's position
-    /// i d + min looked up through getValue(position). Not the plain voxels: the nodes of the low faces, and
-    /// of the high faces where rounding does not put them inside, read 0; and where (i d + min - min) / d
-    /// falls below i by rounding, a node takes the value of its lower neighbour.
-    /// @note The look-up is done per axis. A class that overrides getValue(position) has to override this.
+    /// i d + min looked up through the virtual getValue(position). Not the plain voxels: the nodes of the low
+    /// faces, and of the high faces where rounding does not put them inside, read 0; and where (i d + min -
+    /// min) / d falls below i by rounding, a node takes the value of its lower neighbour.
     virtual std::vector<double> getValue() const;
     /// The same through the virtual getAverageValue(position).
     virtual std::vector<double> getAverageValue() const;
@@ -122,6 +121,8 @@ public:
 protected:
     /// No voxels, no nodes.
     void clearVoxels();
+    /// What getValue() gives with getValue(position) of this class, by a table per axis: ten times as fast.
+    std::vector<double> lookUpNodes() const;
 
 private:
     cVector3 toMapFrame(const cVector3& position, const cVector3& origin) const;

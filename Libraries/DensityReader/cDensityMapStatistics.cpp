@@ -14,6 +14,11 @@ constexpr float EXTREME_START = 1e10F;
 constexpr double BINS_PER_RANGE = 0.0078125; // 1 / 128
 constexpr float LARGEST_EXPONENT = 100.0F;   // exp beyond it overflows single precision
 
+/// In double: a range that rounds up in single precision would put the maximum itself one bin too low.
+double binWidthOf(float minimum, float maximum) {
+    return (double{maximum} - double{minimum}) * BINS_PER_RANGE;
+}
+
 } // namespace
 
 void cDensityMapInterface::computeAvMaxMinDensity() {
@@ -55,8 +60,8 @@ void cDensityMapInterface::computeHistogram() {
     m_histogram.fill(0.0F);
     m_peakBin = 0;
     m_histogramReady = false;
-    const float range = m_maxDensity - m_minDensity;
-    if (range == 0.0F || isEmpty()) {
+    const double binWidth = binWidthOf(m_minDensity, m_maxDensity);
+    if (binWidth == 0.0 || isEmpty()) {
         return;
     }
     std::array<std::uint32_t, HISTOGRAM_BINS> counts{};
@@ -67,7 +72,7 @@ void cDensityMapInterface::computeHistogram() {
     for (std::size_t column = 0; column < nz * ny; ++column) {
         for (std::size_t i = 0; i < nx; ++i) {
             const double density = (*m_data)(i, column % ny, column / ny);
-            const double bin = (density - m_minDensity) / (range * BINS_PER_RANGE);
+            const double bin = (density - m_minDensity) / binWidth;
             // Deliberate: the first bin's width above the minimum is left out.
             if (!(bin >= 1.0 && bin < HISTOGRAM_BINS + 1.0)) {
                 continue;
@@ -88,7 +93,7 @@ void cDensityMapInterface::computeHistogram() {
 }
 
 void cDensityMapInterface::updateBin() {
-    const double bin = (m_peakValue - m_minDensity) / ((m_maxDensity - m_minDensity) * BINS_PER_RANGE);
+    const double bin = (double{m_peakValue} - m_minDensity) / binWidthOf(m_minDensity, m_maxDensity);
     const int whole = truncateToInt(bin);
     m_peakBin = whole < 1 ? whole : whole - 1;
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -49,6 +50,15 @@ cVector3 skewPlace(const cDensityMapCCP4& map, double i, double j, double k) {
     return map.m_origin + i * map.m_delta.x * map.m_xAxis + j * map.m_delta.y * map.m_yAxis +
            k * map.m_delta.z * map.m_zAxis;
 }
+
+/// A map that doubles what it finds.
+class DoublingMap : public cDensityMapCCP4 {
+public:
+    using cDensityMapCCP4::getValue;
+    double getValue(const cVector3& position) const override {
+        return 2.0 * cDensityMapCCP4::getValue(position);
+    }
+};
 
 class FieldOfOnes : public cDecomposition {
 public:
@@ -117,6 +127,20 @@ TEST(cDensityMapInterface, FlatArrayEqualsTheLookUpOfEachNode) {
         }
     }
     EXPECT_TRUE(neighbourMet); // some plane reads its lower neighbour, or the cells above are too easy
+}
+
+TEST(cDensityMapInterface, FlatArrayAndCoordinatesFollowAnOverriddenLookUp) {
+    const cDensityMapCCP4 plain = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    DoublingMap doubling;
+    doubling.loadFromValues(plain.m_data->values(), plain.m_grid);
+    std::vector<double> expected = plain.getValue();
+    EXPECT_GT(*std::max_element(expected.begin(), expected.end()), 0.0);
+    for (double& value : expected) {
+        value *= 2.0;
+    }
+    const cDensityMapInterface& map = doubling;
+    EXPECT_EQ(map.getValue(), expected);
+    EXPECT_EQ(map.getValue(0.3, 2.6, 6.7), 2.0 * linearInIndex(1, 1, 3));
 }
 
 TEST(cDensityMapInterface, FlatArrayOfAPaddedGridReadsZeroBeyondTheNominalExtent) {

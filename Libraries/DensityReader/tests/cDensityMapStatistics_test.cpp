@@ -2,13 +2,19 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <random>
 #include <stdexcept>
+#include <vector>
 
 #include "testMaps.h"
 
 namespace {
 
 const cBBox BOX(cVector3(-1.0, 2.0, 5.0), cVector3(0.0, 6.0, 11.0));
+
+/// In single precision their difference rounds up.
+constexpr float MINIMUM_OF_UNEVEN_RANGE = -0.7F;
+constexpr float MAXIMUM_OF_UNEVEN_RANGE = 1.3F;
 
 /// A map of 2 x 3 x 4 voxels with the given values.
 cDensityMapCCP4 mapOf(const std::vector<double>& values) {
@@ -110,6 +116,35 @@ TEST(cDensityMapStatistics, HistogramLeavesOutTheMinimumAndPutsTheMaximumIntoThe
     EXPECT_EQ(map.m_peakBin, 4);
     EXPECT_EQ(map.m_peakValue, 5.5F);
     EXPECT_EQ(map.m_peakValueCopy, 5.5F);
+}
+
+TEST(cDensityMapStatistics, MaximumFallsIntoTheLastBinWhateverTheRangeRoundsTo) {
+    // Seen to fail with the range in single precision, which rounds it up here.
+    std::vector<double> values(24, double{MINIMUM_OF_UNEVEN_RANGE});
+    values[5] = double{MAXIMUM_OF_UNEVEN_RANGE};
+    const float range = MAXIMUM_OF_UNEVEN_RANGE - MINIMUM_OF_UNEVEN_RANGE;
+    ASSERT_GT(double{range}, double{MAXIMUM_OF_UNEVEN_RANGE} - double{MINIMUM_OF_UNEVEN_RANGE});
+    cDensityMapCCP4 map = mapOf(values);
+    map.computeHistogram();
+    EXPECT_EQ(map.m_histogram[127], 1.0F);
+    EXPECT_EQ(map.m_peakBin, 127);
+    map.updateBin();
+    EXPECT_EQ(map.m_peakBin, 127);
+}
+
+TEST(cDensityMapStatistics, UpdateBinFindsTheBinOfTheHistogram) {
+    std::mt19937 random(3);
+    std::uniform_real_distribution<float> density(MINIMUM_OF_UNEVEN_RANGE, MAXIMUM_OF_UNEVEN_RANGE);
+    for (int trial = 0; trial < 2000; ++trial) {
+        std::vector<double> values(24, double{MINIMUM_OF_UNEVEN_RANGE});
+        values[0] = double{MAXIMUM_OF_UNEVEN_RANGE};
+        values[1] = values[2] = double{density(random)};
+        cDensityMapCCP4 map = mapOf(values);
+        map.computeHistogram();
+        const int bin = map.m_peakBin;
+        map.updateBin();
+        ASSERT_EQ(map.m_peakBin, bin) << map.m_peakValue;
+    }
 }
 
 TEST(cDensityMapStatistics, HistogramVisitsTheVoxelsWithXInnermost) {
