@@ -109,7 +109,8 @@ public:
 
     // Finite deformations: where the linear displacement shrinks and shears a block, these move it as a rigid
     // body. `atoms` are all atoms of the engine, `out` receives their positions; an array `out` has room for
-    // as many, a vector `out` becomes a copy of `atoms` at the new positions and may be `atoms` itself. The
+    // as many, a vector `out` becomes a copy of `atoms` at the new positions and may be `atoms` itself; an
+    // atom that is not written stays where `out` had it, or `atoms` if `out` held another number of them. The
     // blocks' atoms are those of m_blockAtoms. Amplitudes below 1e-11 (one of them, or the norm of several)
     // copy the positions. Otherwise only listed atoms are written: with a mode outside 0 .. m_nModes - 1, or
     // without m_blockAtoms, none. A block that turns by less than 1e-11 rad per unit amplitude (in all, for

@@ -26,11 +26,12 @@ void copyPositions(const Atoms& atoms, cVector3* out) {
 }
 
 /// Fills `out` with copies of the atoms at the positions that fill(positions) leaves in the array it is
-/// given, which holds the present ones. `out` may be `atoms`.
+/// given, which holds those of `out`, or of the atoms where `out` has another number of them. `out` may be
+/// `atoms`.
 template <typename Fill>
 void fillPositions(const Atoms& atoms, Atoms& out, Fill fill) {
     std::vector<cVector3> positions(atoms.size());
-    copyPositions(atoms, positions.data());
+    copyPositions(out.size() == atoms.size() ? out : atoms, positions.data());
     fill(positions.data());
     if (&out != &atoms) {
         out = atoms;
@@ -150,7 +151,7 @@ void NormalModeEngine::applyNonLinearTransformation(const arma::Col<double>& amp
     }
     const double length = arma::norm(displacement);
     if (length < noAmplitude) {
-        fillPositions(atoms, out, [](cVector3*) {});
+        fillPositions(atoms, out, [&](cVector3* moved) { copyPositions(atoms, moved); });
         return;
     }
     const double scale = length / smallStep;

@@ -334,6 +334,44 @@ TEST(NonLinearTransformation, AtomsOfUnlistedBlocksKeepWhatTheArrayHad) {
     }
 }
 
+TEST(NonLinearTransformation, AtomsOfUnlistedBlocksStayWhereTheOutputHadThem) {
+    ModeScene scene(49);
+    scene.engine.m_blockAtoms[3].clear();
+    const cVector3 mark(1e3, 2e3, 3e3);
+    const NormalModeEngine& engine = scene.engine;
+    const auto expectMarks = [&](const std::string& name, const std::function<void(Atoms&)>& apply) {
+        Atoms out = scene.atoms;
+        for (cPDBAtom& atom : out) {
+            atom.m_position = mark;
+            atom.m_serial = -1;
+        }
+        apply(out);
+        for (std::size_t a = 0; a < out.size(); ++a) {
+            EXPECT_EQ(out[a].m_position == mark, scene.model.blockIds[a] == 3) << name << ", atom " << a;
+            EXPECT_EQ(out[a].m_serial, scene.atoms[a].m_serial) << name << ", atom " << a;
+        }
+    };
+    expectMarks("one mode",
+                [&](Atoms& out) { engine.applyNonLinearTransformation(oneMode, 3.0, out, scene.atoms); });
+    expectMarks("several modes",
+                [&](Atoms& out) { engine.applyNonLinearTransformation(mixture(), out, scene.atoms); });
+    expectMarks("large",
+                [&](Atoms& out) { engine.applyLargeNonLinearTransformation(mixture(), out, scene.atoms); });
+    expectMarks("superposition", [&](Atoms& out) {
+        engine.applyNonLinearTransformation(Vector(mixture()), out, scene.atoms);
+    });
+}
+
+TEST(NonLinearTransformation, NoAmplitudeBringsEveryAtomOfTheOutputToItsInput) {
+    ModeScene scene(41);
+    scene.engine.m_blockAtoms.clear();
+    Atoms out = scene.atoms;
+    out[5].m_position = cVector3(1e3);
+    const std::vector<double> none(ModeScene::nModes, 0.0);
+    scene.engine.applyNonLinearTransformation(Vector(none), out, scene.atoms);
+    EXPECT_EQ(largestDistance(out, scene.atoms), 0.0);
+}
+
 TEST(NonLinearTransformation, AmplitudesBeyondTheLastModeMoveNothing) {
     const ModeScene scene(49);
     std::vector<double> tooMany = mixture();
