@@ -151,7 +151,9 @@ const dft::ComplexArray& AnyOrderCrossCorrelation::executedSpectrum() {
 
 void AnyOrderCrossCorrelation::execute() {
     if (!m_pattern) {
-        throw std::logic_error("initPatternEdm() must come before execute()");
+        ++m_revision;
+        std::fill(m_ccf.begin(), m_ccf.end(), 0.0);
+        return;
     }
     m_correlator.transformTarget();
     correlateWithPattern();
@@ -159,7 +161,7 @@ void AnyOrderCrossCorrelation::execute() {
 
 void AnyOrderCrossCorrelation::executeOnSameTarget() {
     if (!m_executedPattern) {
-        throw std::logic_error("execute() must come before executeOnSameTarget()");
+        throw std::logic_error("execute() of a pattern must come before executeOnSameTarget()");
     }
     correlateWithPattern();
 }
@@ -176,7 +178,7 @@ void AnyOrderCrossCorrelation::correlateWithPattern() {
 
 bool AnyOrderCrossCorrelation::adoptExecution(const AnyOrderCrossCorrelation& other) {
     if (!m_executedPattern || !other.m_executedPattern) {
-        throw std::logic_error("execute() must come before adoptExecution()");
+        throw std::logic_error("execute() of a pattern must come before adoptExecution()");
     }
     if (&other == this) {
         return true;

@@ -58,11 +58,12 @@ public:
     /// Whether the next execute() takes over the present pattern rather than staying with that of the last.
     bool isPatternChanged() const { return m_patternChanged; }
 
-    /// Correlates the target, as it stands now, with the present pattern.
-    /// @throws std::logic_error if no pattern was evaluated before
+    /// Correlates the target, as it stands now, with the present pattern. One that was never evaluated is
+    /// zero everywhere.
     void execute();
 
     /// As execute(), for a target that has not been rewritten since this object's last execution.
+    /// @throws std::logic_error if no pattern was executed before
     void executeOnSameTarget();
 
     /// Takes over state, pattern and correlation of an object that differs in its order alone, in place of

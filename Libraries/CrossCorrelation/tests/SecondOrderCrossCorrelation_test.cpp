@@ -271,12 +271,16 @@ TEST(SecondOrderCrossCorrelation, ExecutesAnAdoptedPatternOnANewTarget) {
     }
 }
 
-TEST(SecondOrderCrossCorrelation, ExecutionNeedsAPattern) {
+TEST(SecondOrderCrossCorrelation, ExecutionBeforeAPatternLeavesGridsOfZeros) {
     const TestModel model;
     std::vector<double> target = noise(model.grid->getTotalSize(), 1);
     SecondOrderCrossCorrelation correlation(target.data(), model.grid, model.positions, model.sigma,
                                             model.engine, false);
-    EXPECT_THROW(correlation.execute(), std::logic_error);
+    correlation.execute();
+    EXPECT_EQ(correlation.getCorrelation(), std::vector<double>(target.size(), 0.0));
+    arma::Col<double> gradient(6, arma::fill::ones);
+    EXPECT_EQ(correlation.getMaximumGradient(gradient), 0.0);
+    EXPECT_EQ(arma::norm(gradient), 0.0);
     SecondOrderCrossCorrelation initialized(target.data(), model.grid, model.positions, model.sigma,
                                             model.engine, true);
     EXPECT_NO_THROW(initialized.execute());

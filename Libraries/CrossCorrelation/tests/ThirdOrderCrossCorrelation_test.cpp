@@ -195,14 +195,35 @@ TEST(ThirdOrderCrossCorrelation, FollowsATargetRewrittenBetweenExecutions) {
     }
 }
 
-TEST(ThirdOrderCrossCorrelation, ExecutionNeedsAPattern) {
+TEST(ThirdOrderCrossCorrelation, ExecutionBeforeAPatternLeavesGridsOfZeros) {
     const TestModel model;
     std::vector<double> target = noise(model.grid->getTotalSize(), 1);
     ThirdOrderCrossCorrelation correlation(target.data(), model.grid, model.positions, model.sigma,
                                            model.engine, false);
-    EXPECT_THROW(correlation.execute(), std::logic_error);
+    const unsigned long revision = correlation.getRevision();
+    correlation.execute();
+    EXPECT_NE(correlation.getRevision(), revision);
+    const std::vector<double> zeros(target.size(), 0.0);
+    EXPECT_EQ(correlation.getCorrelation(), zeros);
+    EXPECT_EQ(correlation.getMaximum(), 0.0);
+    arma::Col<double> gradient;
+    arma::Mat<double> hessian;
+    const double softMaximum = correlation.getSoftMaximumGradientAndHessian(gradient, hessian, 10.0);
+    EXPECT_NEAR(softMaximum, std::log(static_cast<double>(zeros.size())) / 10.0, 1e-12);
+    EXPECT_EQ(arma::norm(gradient) + arma::norm(hessian), 0.0);
+    const auto [atVoxel, secondAtVoxel] = correlation.getGradAndHessian(target.size() - 1);
+    EXPECT_EQ(atVoxel.n_elem, 6U);
+    EXPECT_EQ(arma::norm(atVoxel) + arma::norm(secondAtVoxel), 0.0);
+    LimitedSizeSet<HexaustFlexibleFitConformation> set(5);
+    correlation.addConformations(set, 0.0, 0.0, 0.0);
+    EXPECT_EQ(set.size(), 0U);
+
+    // Nothing was executed that other executions could build on.
     EXPECT_THROW(correlation.executeOnSameTarget(), std::logic_error);
     EXPECT_THROW(correlation.adoptExecution(correlation), std::logic_error);
+    correlation.initPatternEdm();
+    correlation.execute();
+    EXPECT_GT(correlation.getMaximum(), 0.0);
     ThirdOrderCrossCorrelation initialized(target.data(), model.grid, model.positions, model.sigma,
                                            model.engine, true);
     EXPECT_NO_THROW(initialized.execute());
