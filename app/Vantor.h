@@ -67,7 +67,9 @@ public:
 
     /// Angles of a pose in reverse order: (gamma, beta, alpha).
     virtual std::array<double, 3> getConformationAngle(unsigned long solution) const = 0;
-    virtual std::array<double, 3> getConformationDTau(unsigned long solution) const = 0;
+
+    /// The increments of a pose's translation, of the pose itself: they last and change as it does.
+    virtual const std::array<double, 3>& getConformationDTau(unsigned long solution) const = 0;
     virtual cMatrix33 getConformationRotation(unsigned long solution) const = 0;
 
     /// The small rotation of a pose as a vector (dalpha, dbeta, dgamma), in radians.

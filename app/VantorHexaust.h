@@ -73,7 +73,7 @@ public:
 
     std::array<double, 3> getConformationTau(unsigned long solution) const override;
     std::array<double, 3> getConformationAngle(unsigned long solution) const override;
-    std::array<double, 3> getConformationDTau(unsigned long solution) const override;
+    const std::array<double, 3>& getConformationDTau(unsigned long solution) const override;
     cMatrix33 getConformationRotation(unsigned long solution) const override;
     arma::Col<double> getConformationIRotation(unsigned long solution) const override;
     std::shared_ptr<const cGrid> getConformationGrid(unsigned long solution) const override;
@@ -85,6 +85,7 @@ protected:
     double estimateScanBytes() const override;
 
     std::unique_ptr<ThirdOrderCrossCorrelation> m_ccf; ///< of the serial path; null in every run
+    std::vector<LimitedSizeSet<HexaustFlexibleFitConformation>> m_localTopConformations;
     std::vector<HexaustFlexibleFitConformation> m_topConformations;
 
 private:
@@ -106,7 +107,6 @@ private:
     std::vector<std::shared_ptr<CrossCorrelationOracle>> m_localOracles; ///< with multistep
     std::vector<std::vector<HexaustFlexibleFitConformation>>
         m_localConformations; ///< only its length is read
-    std::vector<LimitedSizeSet<HexaustFlexibleFitConformation>> m_localTopConformations;
     std::shared_ptr<const ScanPattern> m_pattern;
     std::once_flag m_patternMade;
     std::shared_ptr<const ElectronDensity> m_patternDensity; ///< outlives the scan

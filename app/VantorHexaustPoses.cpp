@@ -12,9 +12,8 @@ std::array<double, 3> VantorHexaust::getConformationAngle(unsigned long solution
     return {pose.m_gamma, pose.m_beta, pose.m_alpha};
 }
 
-std::array<double, 3> VantorHexaust::getConformationDTau(unsigned long solution) const {
-    const auto& pose = m_topConformations[solution];
-    return {pose.m_ddx, pose.m_ddy, pose.m_ddz};
+const std::array<double, 3>& VantorHexaust::getConformationDTau(unsigned long solution) const {
+    return m_topConformations[solution].m_dTau;
 }
 
 cMatrix33 VantorHexaust::getConformationRotation(unsigned long solution) const {

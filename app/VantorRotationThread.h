@@ -16,8 +16,9 @@ public:
     using StaticForEachThread::StaticForEachThread;
 
     /// @param angles all rotations of the scan; not owned
-    /// @param checkpoints  of the scan; not owned
-    void setContext(Vantor* fit, const std::array<double, 3>* angles, ScanCheckpoints* checkpoints);
+    void setContext(Vantor* fit, const std::array<double, 3>* angles);
+    /// @param checkpoints  to be told of each rotation that is done; not owned. Without them none is.
+    void setCheckpoints(ScanCheckpoints* checkpoints);
     void runInternal() override;
     void doStep(unsigned long task) override;
 

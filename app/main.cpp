@@ -159,7 +159,8 @@ int run(int argc, char** argv) {
     skipDone(scan, done, angles.size(), fit);
     ScanCheckpoints checkpoints(checkpointInterval, done, checkpointSteps(fit));
     for (auto& thread : scan.m_threads) {
-        thread->setContext(&fit, angles.data(), &checkpoints);
+        thread->setContext(&fit, angles.data());
+        thread->setCheckpoints(&checkpoints);
     }
     checkpoints.start();
     scan.run();

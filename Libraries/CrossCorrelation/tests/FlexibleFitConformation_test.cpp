@@ -75,6 +75,17 @@ TEST(FlexibleFitConformation, EqualRigidScoresCompareNeitherLessNorGreater) {
     EXPECT_TRUE(withScore(2.0) > withScore(1.0));
 }
 
+TEST(FlexibleFitConformation, TranslationIncrementsAreElementsOfOneArray) {
+    FlexibleFitConformation conformation;
+    EXPECT_EQ(&conformation.m_ddx, &conformation.m_dTau[0]);
+    EXPECT_EQ(&conformation.m_ddy, &conformation.m_dTau[1]);
+    EXPECT_EQ(&conformation.m_ddz, &conformation.m_dTau[2]);
+    conformation.m_ddy = 2.5;
+    const FlexibleFitConformation copy = conformation;
+    conformation.m_dTau[1] = 0.5;
+    EXPECT_EQ(copy.m_dTau, (std::array<double, 3>{0.0, 2.5, 0.0}));
+}
+
 TEST(FlexibleFitConformation, SettersWriteAllParts) {
     FlexibleFitConformation conformation;
     conformation.setRotation(1, 2, 3);
@@ -85,6 +96,7 @@ TEST(FlexibleFitConformation, SettersWriteAllParts) {
     EXPECT_EQ(conformation.m_ddx, 4);
     EXPECT_EQ(conformation.m_ddy, 5);
     EXPECT_EQ(conformation.m_ddz, 6);
+    EXPECT_EQ(conformation.m_dTau, (std::array<double, 3>{4, 5, 6}));
     EXPECT_EQ(conformation.m_dalpha, 7);
     EXPECT_EQ(conformation.m_dbeta, 8);
     EXPECT_EQ(conformation.m_dgamma, 9);
