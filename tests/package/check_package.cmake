@@ -1,4 +1,7 @@
-# cmake -DSELVANE_BUILD=.. -DCONSUMER=.. -DWORK=.. -DCOMPILER=.. [-DSANITIZE=..] -P check_package.cmake
+# cmake -DSELVANE_BUILD=.. -DSELVANE_SOURCE=.. -DCONSUMER=.. -DWORK=.. -DCOMPILER=.. [-DSANITIZE=..] -P check_package.cmake
+
+cmake_minimum_required(VERSION 3.21)
+include(${CMAKE_CURRENT_LIST_DIR}/links.cmake)
 
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -18,6 +21,29 @@ run(${CMAKE_COMMAND} -S ${CONSUMER} -B ${WORK}/build -DCMAKE_PREFIX_PATH=${WORK}
     -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${flags})
 run(${CMAKE_COMMAND} --build ${WORK}/build)
 run(${WORK}/build/consumer)
+
+# An installation whose bin is in PATH is found without being told, also behind the bin of the build folder.
+run(${CMAKE_COMMAND} -E env --unset=CMAKE_PREFIX_PATH "PATH=${SELVANE_BUILD}/bin:${WORK}/prefix/bin:$ENV{PATH}"
+    ${CMAKE_COMMAND} -S ${CONSUMER} -B ${WORK}/by_path -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${flags})
+load_cache(${WORK}/by_path READ_WITH_PREFIX found_ Selvane_DIR)
+file(REAL_PATH ${WORK}/prefix prefix)
+file(REAL_PATH "${found_Selvane_DIR}" package)
+string(FIND "${package}" "${prefix}/" place)
+if(NOT place EQUAL 0)
+    message(FATAL_ERROR "with both in PATH, find_package found ${package} in place of ${prefix}")
+endif()
+
+# The page shows the very project that was built here.
+foreach(file CMakeLists.txt main.cpp)
+    file(READ ${CONSUMER}/${file} shown)
+    string(REGEX REPLACE "^// SPDX[^\n]*\n" "" shown "${shown}")
+    string(REGEX REPLACE "\n([^\n])" "\n    \\1" shown "    ${shown}")
+    file(READ ${SELVANE_SOURCE}/docs/library.md page)
+    string(FIND "${page}" "${shown}" place)
+    if(place EQUAL -1)
+        message(FATAL_ERROR "docs/library.md doesn't show ${CONSUMER}/${file}:\n${shown}")
+    endif()
+endforeach()
 run(${WORK}/prefix/bin/selvane --help)
 
 foreach(pattern bin/selvane share/man/man1/selvane.1 share/doc/*/LICENSE include/selvane/Math/cGrid.h)
@@ -30,4 +56,6 @@ file(GLOB_RECURSE tests RELATIVE ${WORK}/prefix ${WORK}/prefix/include/*test*)
 if(tests)
     message(FATAL_ERROR "headers of tests were installed: ${tests}")
 endif()
+
+check_links(${WORK}/prefix)
 file(REMOVE_RECURSE ${WORK})
