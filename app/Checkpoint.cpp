@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "CrossCorrelation/ElectronDensity.h"
+#include "IO/HiddenFile.h"
 #include "Math/cGrid.h"
 #include "app/ContentHash.h"
 #include "app/interruption.h"
@@ -26,6 +27,7 @@ namespace {
 constexpr char magic[8] = {'S', 'e', 'l', 'v', 'C', 'k', 'p', 't'};
 constexpr std::uint32_t layoutVersion = 1;
 constexpr std::string_view programVersion = SELVANE_VERSION;
+constexpr mode_t newFileMode = 0666; // less the umask
 
 const char* const startOver = "start from the beginning without --resume";
 
@@ -276,84 +278,13 @@ void checkIdentity(Reader reader, const std::string& path, const Identity& expec
     throw std::system_error(errno, std::generic_category(), path);
 }
 
-void writeAll(int file, std::string_view bytes, const std::string& path) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(file, bytes.data(), bytes.size());
-        if (written < 0 && errno != EINTR) {
-            throwErrno(path);
-        }
-        bytes.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-    }
-}
-
-/// A file that goes away unless it is kept, also when a signal ends the process.
-class Draft {
-public:
-    explicit Draft(std::string path) : m_path(std::move(path)) {
-        interruption::removeOnSignal(m_path);
-        m_file = open(m_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
-        if (m_file < 0) {
-            const int reason = errno;
-            interruption::removeOnSignal("");
-            errno = reason;
-            throwErrno(m_path);
-        }
-    }
-    Draft(const Draft&) = delete;
-    Draft& operator=(const Draft&) = delete;
-    ~Draft() {
-        if (m_file >= 0) {
-            close(m_file);
-        }
-        if (!m_kept) {
-            unlink(m_path.c_str());
-        }
-        interruption::removeOnSignal("");
-    }
-
-    void append(std::string_view bytes) { writeAll(m_file, bytes, m_path); }
-
-    /// Length, content, hash.
-    void appendSection(std::string_view content) {
-        std::string number;
-        checkpoint::append(number, std::uint64_t{content.size()});
-        append(number);
-        append(content);
-        number.clear();
-        checkpoint::append(number, hashOf(content));
-        append(number);
-    }
-
-    void renameTo(const std::string& path) {
-        if (fsync(m_file) != 0) {
-            throwErrno(m_path);
-        }
-        const int closed = close(m_file);
-        m_file = -1;
-        if (closed != 0) {
-            throwErrno(m_path);
-        }
-        if (std::rename(m_path.c_str(), path.c_str()) != 0) {
-            throwErrno(path);
-        }
-        m_kept = true;
-    }
-
-private:
-    std::string m_path;
-    int m_file = -1;
-    bool m_kept = false;
-};
-
-/// Without this a power cut may take the renaming back; some file systems do not know how, and need not.
-void syncDirectoryOf(const std::string& path) {
-    const std::size_t slash = path.find_last_of('/');
-    const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    const int file = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (file >= 0) {
-        fsync(file);
-        close(file);
-    }
+/// Length, content, hash.
+std::string section(std::string_view content) {
+    std::string bytes;
+    bytes.reserve(content.size() + 2 * sizeof(std::uint64_t));
+    append(bytes, content);
+    append(bytes, hashOf(content));
+    return bytes;
 }
 
 } // namespace
@@ -375,13 +306,22 @@ std::string encode(unsigned long done, const CandidateSet& candidates) {
 void write(const std::string& path, const Identity& identity, const std::vector<std::string>& parts) {
     std::string head(magic, sizeof magic);
     append(head, layoutVersion);
-    Draft draft(path + ".new");
-    draft.append(head);
-    draft.appendSection(encodeIdentity(identity));
-    for (const std::string& part : parts) {
-        draft.appendSection(part);
+    head += section(encodeIdentity(identity));
+    const std::string draftPath = path + ".new";
+    // What a killed run has left there, or what somebody has put there: a pipe would not let itself be
+    // opened, and a link leads to a file of others.
+    unlink(draftPath.c_str());
+    HiddenFile draft;
+    bool isWritten = draft.create(draftPath, newFileMode) && draft.write(head);
+    for (std::size_t i = 0; i < parts.size() && isWritten; ++i) {
+        isWritten = draft.write(section(parts[i]));
     }
-    draft.renameTo(path);
+    if (!isWritten || !draft.finish()) {
+        throwErrno(draftPath);
+    }
+    if (!draft.renameTo(path)) {
+        throwErrno(path);
+    }
     interruption::setCheckpoint(path);
     syncDirectoryOf(path);
 }

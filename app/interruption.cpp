@@ -5,12 +5,15 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <mutex>
 #include <set>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
+
+#include "IO/unfinishedFiles.h"
 
 namespace {
 
@@ -23,7 +26,6 @@ constexpr int longestWaitMilliseconds = 500;
 /// What the handler may read at any moment: texts that live as long as the process.
 using Text = std::atomic<const std::string*>;
 Text textOfSignal[2];
-Text fileToRemove;
 static_assert(Text::is_always_lock_free);
 
 /// The text at an address that stays. Only few different ones are ever asked for.
@@ -43,6 +45,9 @@ void writeWithoutWaiting(const std::string& text) {
 
 // Only what is async-signal-safe.
 extern "C" void endBySignal(int signal) {
+    if (!unfinished::mayEnd(signal)) {
+        return;
+    }
     sigset_t ending;
     sigemptyset(&ending);
     for (const int each : endingSignals) {
@@ -51,9 +56,7 @@ extern "C" void endBySignal(int signal) {
     }
     // The signal itself is blocked while it is handled, and others may be.
     pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
-    if (const std::string* file = fileToRemove.load()) {
-        unlink(file->c_str());
-    }
+    unfinished::removeAll();
     if (const std::string* text = textOfSignal[signal == SIGTERM ? 1 : 0].load()) {
         writeWithoutWaiting(*text);
     }
@@ -86,6 +89,7 @@ namespace interruption {
 void install() {
     openClosedStreams();
     std::signal(SIGPIPE, SIG_IGN);
+    std::atexit(unfinished::removeAll);
     setCheckpoint("");
     for (const int signal : endingSignals) {
         handle(signal);
@@ -102,10 +106,6 @@ void setCheckpoint(const std::string& path) {
         textOfSignal[i].store(
             keep(start + "selvane: interrupted by " + namesOfSignals[i] + ", " + rest + "\n"));
     }
-}
-
-void removeOnSignal(const std::string& path) {
-    fileToRemove.store(path.empty() ? nullptr : keep(path));
 }
 
 } // namespace interruption

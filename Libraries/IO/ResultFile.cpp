@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "IO/ResultFile.h"
 
-#include <atomic>
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <optional>
+#include <string_view>
 
 #include <fcntl.h>
 #include <linux/magic.h>
@@ -36,12 +37,6 @@ private:
     int m_number;
 };
 
-/// Everything up to the last slash, the slash included; "./" for a bare name.
-std::string directoryOf(const std::string& path) {
-    const std::size_t slash = path.find_last_of('/');
-    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
-}
-
 /// The links of /proc are handles of open files; the name they show is not the way to these.
 bool isOfProc(const std::string& path) {
     struct statfs system {};
@@ -71,29 +66,6 @@ bool hasAccessList(int file) {
     return fgetxattr(file, "system.posix_acl_access", nullptr, 0) > 0;
 }
 
-bool isOutOfRoom(int error) {
-    return error == ENOSPC || error == EDQUOT;
-}
-
-/// Brings the bytes to the disk, where it can do so. Without this a power cut soon after the renaming could
-/// leave an empty file in the place of an earlier result, and a network disk could find itself full too late.
-/// It costs the time of the writing, seconds at the end of a run of hours.
-bool reachesDisk(int file) {
-    return fsync(file) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
-}
-
-bool writeAll(int file, const char* bytes, std::size_t count) {
-    while (count > 0) {
-        const ssize_t written = write(file, bytes, count);
-        if (written < 0 && errno != EINTR) {
-            return false;
-        }
-        bytes += written < 0 ? 0 : written;
-        count -= written < 0 ? 0 : static_cast<std::size_t>(written);
-    }
-    return true;
-}
-
 bool copyBytes(int from, int to) {
     constexpr std::size_t blockSize = 1 << 16;
     char block[blockSize];
@@ -105,7 +77,7 @@ bool copyBytes(int from, int to) {
         if (count < 0 && errno != EINTR) {
             return false;
         }
-        if (count > 0 && !writeAll(to, block, static_cast<std::size_t>(count))) {
+        if (count > 0 && !writeAll(to, std::string_view(block, static_cast<std::size_t>(count)))) {
             return false;
         }
     }
@@ -116,9 +88,20 @@ bool reserve(int file, off_t size) {
     return size == 0 || fallocate(file, FALLOC_FL_KEEP_SIZE, 0, size) == 0 || !isOutOfRoom(errno);
 }
 
+/// Whether a directory that a hidden file could not be made in still lets its own files be written.
+bool isForWantOfPermission(int error) {
+    return error == EACCES || error == EPERM || error == EROFS || error == ENAMETOOLONG;
+}
+
+/// Whether the place of a file may be written although no rename reaches it: a mount point, a directory of
+/// others.
+bool isWritableWithoutRename(int error) {
+    return error == EBUSY || error == EXDEV || error == EACCES || error == EPERM;
+}
+
 } // namespace
 
-ResultFile::ResultFile(const std::string& path) : m_path(path) {
+ResultFile::ResultFile(const std::string& path) : m_path(path), m_name(path) {
     struct stat existing {};
     const bool isThere = stat(path.c_str(), &existing) == 0;
     const bool isReplaceable = isThere ? S_ISREG(existing.st_mode) : errno == ENOENT;
@@ -132,6 +115,7 @@ ResultFile::ResultFile(const std::string& path) : m_path(path) {
     if (!isReplaceable || !createBeside()) {
         openInPlace();
     }
+    m_state = m_stream == nullptr ? State::Failed : State::Open;
 }
 
 ResultFile::~ResultFile() {
@@ -141,34 +125,28 @@ ResultFile::~ResultFile() {
     if (m_existing >= 0) {
         close(m_existing);
     }
-    removeCopy();
 }
 
-/// Opens the hidden file, if its directory admits one.
+/// Opens the hidden file.
+/// @return false if the file is to be written in place
 bool ResultFile::createBeside() {
     const std::optional<std::string> name = behindLinks(m_path);
     if (!name || name->empty() || name->back() == '/') {
         return false;
     }
-    static std::atomic<unsigned> count{0};
-    const std::string start = directoryOf(*name) + ".selvane-" + std::to_string(getpid()) + "-";
     const mode_t mode = m_existing < 0 ? newFileMode : privateMode;
-    std::string path;
-    int copy = -1;
-    do {
-        path = start + std::to_string(count++) + ".partial";
-        copy = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-    } while (copy < 0 && errno == EEXIST);
-    if (copy < 0) {
-        m_hasNoRoom = m_existing >= 0 && isOutOfRoom(errno);
-        return false;
+    if (!m_hidden.createIn(directoryOf(*name), mode)) {
+        return !isForWantOfPermission(errno);
     }
     m_name = *name;
-    m_copy = path;
+    const int copy = m_hidden.takeDescriptor();
     m_renamable = m_existing < 0 || isLike(copy);
     m_stream = fdopen(copy, "w");
     if (m_stream == nullptr) {
+        const int reason = errno;
         close(copy);
+        m_hidden.remove();
+        errno = reason;
     }
     return true;
 }
@@ -188,11 +166,6 @@ bool ResultFile::isLike(int copy) const {
 }
 
 void ResultFile::openInPlace() {
-    if (m_hasNoRoom) {
-        // The earlier result is worth more than the try to get a new one onto a full disk.
-        m_stream = std::fopen("/dev/null", "w");
-        return;
-    }
     if (m_existing < 0) {
         m_stream = std::fopen(m_path.c_str(), "we");
         return;
@@ -204,43 +177,102 @@ void ResultFile::openInPlace() {
     }
 }
 
-bool ResultFile::commit() {
-    if (m_stream == nullptr) {
-        return false;
+bool ResultFile::complete() {
+    if (m_state != State::Open) {
+        return m_state == State::Complete;
     }
-    bool isComplete = std::fflush(m_stream) == 0 && std::ferror(m_stream) == 0 && !m_hasNoRoom;
-    isComplete = isComplete && (m_copy.empty() || reachesDisk(fileno(m_stream)));
-    isComplete = std::fclose(m_stream) == 0 && isComplete;
+    bool isWritten = std::fflush(m_stream) == 0 && std::ferror(m_stream) == 0;
+    isWritten = isWritten && (!isHidden() || reachesDisk(fileno(m_stream)));
+    isWritten = std::fclose(m_stream) == 0 && isWritten;
     m_stream = nullptr;
-    if (isComplete && !m_copy.empty()) {
-        isComplete = takesPlace();
+    m_state = isWritten ? State::Complete : State::Failed;
+    if (!isWritten) {
+        m_hidden.remove();
     }
-    removeCopy();
-    return isComplete;
+    return isWritten;
+}
+
+bool ResultFile::commit() {
+    return commitTogether({this});
+}
+
+bool ResultFile::commitTogether(const std::vector<ResultFile*>& files) {
+    bool isDone = true;
+    for (ResultFile* file : files) {
+        isDone = file->complete() && isDone;
+    }
+    isDone = isDone && takePlaces(files);
+    for (ResultFile* file : files) {
+        if (isDone && file->m_isRenamed) {
+            syncDirectoryOf(file->m_name);
+        }
+        file->m_state = isDone ? State::InPlace : State::Failed;
+        file->m_hidden.remove();
+        file->m_earlier.remove();
+    }
+    return isDone;
+}
+
+bool ResultFile::takePlaces(std::vector<ResultFile*> files) {
+    std::optional<DirectoryLock> others;
+    if (files.size() > 1) {
+        others.emplace(directoryOf(files.front()->m_name));
+    }
+    const unfinished::EndingHold signals;
+    // What cannot be put back comes last, when the rest is in place.
+    const auto last = std::stable_partition(files.begin(), files.end(),
+                                            [](const ResultFile* file) { return file->mayBeRenamed(); });
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        if (file < last && file + 1 != files.end()) {
+            (*file)->keepEarlier();
+        }
+        if (!(*file)->takesPlace()) {
+            std::for_each(files.begin(), file, [](ResultFile* placed) { placed->putBack(); });
+            return false;
+        }
+    }
+    return true;
+}
+
+void ResultFile::keepEarlier() {
+    // Where nothing stood, putting back is removing.
+    m_mayBePutBack = m_earlier.linkIn(directoryOf(m_name), m_name) || errno == ENOENT;
+}
+
+void ResultFile::putBack() {
+    if (!m_mayBePutBack) {
+        return;
+    }
+    if (m_earlier.path().empty()) {
+        unlink(m_name.c_str());
+    } else {
+        m_earlier.renameTo(m_name);
+    }
 }
 
 bool ResultFile::takesPlace() {
-    if (m_renamable && std::rename(m_copy.c_str(), m_name.c_str()) == 0) {
-        m_copy.clear();
-        return true;
+    if (!isHidden()) {
+        return true; // written in place
     }
-    // A mount point, for one, cannot be renamed over.
+    if (m_renamable) {
+        m_isRenamed = m_hidden.renameTo(m_name);
+        if (m_isRenamed) {
+            return true;
+        }
+        if (!isWritableWithoutRename(errno)) {
+            return false;
+        }
+        m_mayBePutBack = false;
+    }
     return copyIntoPlace();
 }
 
 bool ResultFile::copyIntoPlace() {
-    const Descriptor from(open(m_copy.c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor from(open(m_hidden.path().c_str(), O_RDONLY | O_CLOEXEC));
     if (m_existing < 0) {
         m_existing = open(m_path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, newFileMode);
     }
     struct stat copy {};
     return from >= 0 && m_existing >= 0 && fstat(from, &copy) == 0 && reserve(m_existing, copy.st_size) &&
            copyBytes(from, m_existing) && ftruncate(m_existing, copy.st_size) == 0 && reachesDisk(m_existing);
-}
-
-void ResultFile::removeCopy() {
-    if (!m_copy.empty()) {
-        unlink(m_copy.c_str());
-        m_copy.clear();
-    }
 }

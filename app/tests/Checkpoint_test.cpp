@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <random>
 #include <sstream>
@@ -15,7 +17,9 @@
 #include <system_error>
 #include <vector>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -309,15 +313,56 @@ TEST_F(Checkpoints, AMissingOrUnreadableOneIsTold) {
     EXPECT_NO_THROW(checkpoint::require(m_path));
 }
 
+/// As on a full disk: no file grows beyond some bytes.
+class FullDisk {
+public:
+    FullDisk() {
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit small{20, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &small);
+    }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+    ~FullDisk() {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        std::signal(SIGXFSZ, m_handling);
+    }
+
+private:
+    rlimit m_before{};
+    void (*m_handling)(int) = std::signal(SIGXFSZ, SIG_IGN);
+};
+
+TEST_F(Checkpoints, WhatStandsInPlaceOfTheDraftIsRemovedAndNotOpened) {
+    const std::string draft = m_path + ".new";
+    ASSERT_EQ(mkfifo(draft.c_str(), 0600), 0);
+    alarm(20); // a pipe without a reader holds up whoever opens it
+    writeSample();
+    alarm(0);
+    EXPECT_EQ(errorOfReading(), "");
+
+    const std::string theirs = (m_directory / "theirs").string();
+    std::ofstream(theirs) << "a file of others";
+    fs::create_hard_link(theirs, draft);
+    writeSample();
+    fs::create_symlink(theirs, draft);
+    writeSample();
+    std::ifstream file(theirs);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "a file of others");
+    EXPECT_FALSE(fs::is_symlink(m_path));
+    EXPECT_EQ(errorOfReading(), "");
+}
+
 TEST_F(Checkpoints, WhatCannotBeWrittenLeavesTheOlderOne) {
     writeSample();
     const std::string before = bytes();
     const std::string draft = m_path + ".new";
-    // As on a full disk.
-    fs::create_symlink("/dev/full", draft);
-    EXPECT_THROW(writeSample(), std::system_error);
+    {
+        const FullDisk disk;
+        EXPECT_THROW(writeSample(), std::system_error);
+    }
     EXPECT_EQ(bytes(), before);
-    fs::remove(draft);
+    EXPECT_FALSE(fs::exists(draft));
     fs::create_directory(draft);
     EXPECT_THROW(writeSample(), std::system_error);
     EXPECT_EQ(bytes(), before);

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -13,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include "IO/HiddenFile.h"
 #include "app/interruption.h"
 
 namespace {
@@ -48,18 +50,61 @@ TEST(InterruptionDeathTest, EndsWithTheSignalAndALine) {
         "command with --resume goes on from it\n$");
 }
 
-TEST(InterruptionDeathTest, RemovesTheUnfinishedFile) {
-    const std::string path =
+class UnfinishedFiles : public testing::Test {
+protected:
+    ~UnfinishedFiles() override { std::filesystem::remove(m_path); }
+
+    const std::string m_path =
         (std::filesystem::temp_directory_path() / ("selvane_draft_" + std::to_string(getpid()))).string();
-    std::ofstream(path) << "half";
+};
+
+using UnfinishedFilesDeathTest = UnfinishedFiles;
+
+TEST_F(UnfinishedFilesDeathTest, GoWithASignal) {
     EXPECT_EXIT(
         {
-            interruption::removeOnSignal("");
-            interruption::removeOnSignal(path);
+            HiddenFile draft;
+            draft.create(m_path, 0600);
             endBy(SIGTERM, "");
         },
         testing::KilledBySignal(SIGTERM), "SIGTERM");
-    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_FALSE(std::filesystem::exists(m_path));
+}
+
+TEST_F(UnfinishedFilesDeathTest, GoWithAnExitFromTheMidstOfAStage) {
+    EXPECT_EXIT(
+        {
+            interruption::install();
+            HiddenFile draft;
+            draft.create(m_path, 0600);
+            std::exit(std::filesystem::exists(m_path) ? 7 : 1);
+        },
+        testing::ExitedWithCode(7), "");
+    EXPECT_FALSE(std::filesystem::exists(m_path));
+}
+
+TEST_F(UnfinishedFilesDeathTest, ASignalWaitsWhileFilesTakeTheirPlaces) {
+    EXPECT_EXIT(
+        {
+            interruption::install();
+            {
+                const unfinished::EndingHold hold;
+                raise(SIGTERM);
+                std::ofstream(m_path) << "both in place";
+            }
+            _exit(9);
+        },
+        testing::KilledBySignal(SIGTERM), "SIGTERM");
+    EXPECT_TRUE(std::filesystem::exists(m_path));
+    EXPECT_EXIT(
+        {
+            interruption::install();
+            const unfinished::EndingHold hold;
+            raise(SIGTERM);
+            raise(SIGTERM); // a disk that hangs must not keep the run from being ended
+            _exit(9);
+        },
+        testing::KilledBySignal(SIGTERM), "SIGTERM");
 }
 
 TEST(InterruptionDeathTest, AnErrorStreamThatNobodyReadsDoesNotHoldItUp) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -459,6 +460,114 @@ TEST_F(ResultFiles, FullDiskOrOneWithoutEntriesLeavesTheOldContent) {
         }
     });
     EXPECT_EQ(state, 0) << WEXITSTATUS(state);
+}
+
+TEST_F(ResultFiles, TwoTakeTheirPlacesTogetherOrNeitherDoes) {
+    for (const bool isEarlier : {true, false}) {
+        fs::remove_all(path("second"));
+        fs::remove(path("first"));
+        if (isEarlier) {
+            write("first", "old");
+        }
+        ResultFile first(path("first"));
+        ResultFile second(path("second"));
+        std::fputs("new", first.stream());
+        std::fputs("new", second.stream());
+        EXPECT_TRUE(first.complete() && second.complete());
+        EXPECT_EQ(first.stream(), nullptr);
+        EXPECT_EQ(read("first"), isEarlier ? "old" : "");
+        fs::create_directories(path("second/in the way"));
+        EXPECT_FALSE(ResultFile::commitTogether({&first, &second}));
+        EXPECT_EQ(read("first"), isEarlier ? "old" : "");
+        EXPECT_EQ(entries(), isEarlier ? (Names{"first", "second"}) : Names{"second"});
+        EXPECT_FALSE(first.commit());
+    }
+    fs::remove_all(path("second"));
+    ResultFile first(path("first"));
+    ResultFile second(path("second"));
+    std::fputs("1", first.stream());
+    std::fputs("2", second.stream());
+    EXPECT_TRUE(ResultFile::commitTogether({&first, &second}));
+    EXPECT_EQ(read("first") + read("second"), "12");
+    EXPECT_EQ(entries(), (Names{"first", "second"}));
+    EXPECT_TRUE(ResultFile::commitTogether({}));
+}
+
+TEST_F(ResultFiles, OneThatIsIncompleteKeepsTheOtherOutOfPlace) {
+    write("first", "old");
+    fs::create_symlink("/dev/full", path("second"));
+    ResultFile first(path("first"));
+    ResultFile second(path("second"));
+    std::fputs("new", first.stream());
+    std::fputs("new", second.stream());
+    EXPECT_FALSE(ResultFile::commitTogether({&first, &second}));
+    EXPECT_EQ(read("first"), "old");
+    EXPECT_EQ(entries(), (Names{"first", "second"}));
+}
+
+/// What can't be put back has to come last, whatever its place in the list.
+TEST_F(ResultFiles, OneThatIsCopiedIntoItsPlaceWaitsForTheRenames) {
+    write("linked", "old");
+    fs::create_hard_link(path("linked"), path("twin"));
+    ResultFile linked(path("linked"));
+    ResultFile renamed(path("renamed"));
+    std::fputs("new", linked.stream());
+    std::fputs("new", renamed.stream());
+    fs::create_directories(path("renamed/in the way"));
+    EXPECT_FALSE(ResultFile::commitTogether({&linked, &renamed}));
+    EXPECT_EQ(read("twin"), "old");
+}
+
+TEST_F(ResultFiles, PairsOfTwoProcessesAreNeverMixed) {
+    constexpr int rounds = 150;
+    for (int round = 0; round < rounds; ++round) {
+        int gate[2];
+        ASSERT_EQ(pipe(gate), 0);
+        pid_t children[2];
+        for (int i = 0; i < 2; ++i) {
+            children[i] = fork();
+            if (children[i] != 0) {
+                continue;
+            }
+            close(gate[1]);
+            ResultFile first(path("first"));
+            ResultFile second(path("second"));
+            std::fputc('a' + i, first.stream());
+            std::fputc('a' + i, second.stream());
+            first.complete();
+            second.complete();
+            char byte = 0;
+            [[maybe_unused]] const ssize_t opened =
+                ::read(gate[0], &byte, 1); // until the other is ready, too
+            _exit(ResultFile::commitTogether({&first, &second}) ? 0 : 1);
+        }
+        close(gate[0]);
+        std::this_thread::sleep_for(std::chrono::milliseconds(4));
+        close(gate[1]);
+        for (const pid_t child : children) {
+            int state = -1;
+            waitpid(child, &state, 0);
+            ASSERT_EQ(state, 0);
+        }
+        ASSERT_EQ(read("first"), read("second")) << "round " << round;
+        ASSERT_EQ(entries(), (Names{"first", "second"}));
+    }
+}
+
+/// Too many open files are no reason to pay with an earlier result.
+TEST_F(ResultFiles, WithoutAHiddenFileTheOldContentStays) {
+    write("result", "old");
+    const int state = stateAfter([&] {
+        const int next = dup(STDIN_FILENO);
+        close(next);
+        const rlimit oneMore{static_cast<rlim_t>(next) + 1, static_cast<rlim_t>(next) + 1};
+        if (setrlimit(RLIMIT_NOFILE, &oneMore) != 0) {
+            _exit(2);
+        }
+        _exit(errorOfResultFile(path("result")) == EMFILE ? 0 : 1);
+    });
+    EXPECT_EQ(state, 0);
+    EXPECT_EQ(read("result"), "old");
 }
 
 TEST_F(ResultFiles, KilledProcessLeavesTheOldContentAndAHiddenFile) {
