@@ -5,6 +5,11 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <new>
+
+#include <unistd.h>
+
+#include "IO/unfinishedFiles.h"
 
 namespace {
 
@@ -31,7 +36,36 @@ std::string textOfCurrentException() {
     }
 }
 
+bool isOutOfMemory() {
+    try {
+        if (const std::exception_ptr current = std::current_exception()) {
+            std::rethrow_exception(current);
+        }
+    } catch (const std::bad_alloc&) {
+        return true;
+    } catch (...) {
+        return false;
+    }
+    return false;
+}
+
+/// Asks for no memory itself. Neither destructors nor what exit() calls can be trusted in the midst of a
+/// stage whose other workers go on.
+[[noreturn]] void endWithoutMemory() {
+    flushReport();
+    std::fputs("selvane: out of memory. Use fewer workers (--nthread), keep fewer poses (--nsolutions), or "
+               "give the run "
+               "more memory.\n",
+               stderr);
+    std::fflush(stderr);
+    _exit(1);
+}
+
 [[noreturn]] void reportAndAbort() {
+    unfinished::removeAll();
+    if (isOutOfMemory()) {
+        endWithoutMemory();
+    }
     warn(textOfCurrentException());
     std::abort();
 }

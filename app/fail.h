@@ -14,7 +14,9 @@
 /// Writes "selvane: message" on the standard error stream behind what the report holds so far.
 void warn(const std::string& message);
 
-/// Makes std::terminate flush the report and name the exception that nobody caught before it aborts.
+/// Makes std::terminate flush the report, remove hidden files that are open and name the exception that
+/// nobody caught before it aborts. Where memory ran out there is nothing to look for in a core: that ends the
+/// run with status 1 and what to do.
 void installTerminateHandler();
 
 #endif

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -33,6 +34,11 @@ void throwUncaught(const Exception& exception) {
 TEST(FailDeathTest, UncaughtExceptionIsNamedBeforeTheAbort) {
     EXPECT_EXIT(throwUncaught(std::length_error("too long")), ::testing::KilledBySignal(SIGABRT),
                 "^selvane: too long\n");
+}
+
+TEST(FailDeathTest, WithoutMemoryTheRunEndsWithStatusOneAndARemedy) {
+    EXPECT_EXIT(throwUncaught(std::bad_alloc()), ::testing::ExitedWithCode(1),
+                "^selvane: out of memory. Use fewer workers \\(--nthread\\), [^\n]*\n$");
 }
 
 TEST(FailDeathTest, UncaughtStringIsNamedBeforeTheAbort) {
