@@ -212,7 +212,9 @@ void FittingWorkflow::checkPaths() const {
                                    directory + "/Solution.pdb",
                                    directory + "/log.txt",
                                    "./density.map",
-                                   directory + "/.selvane-checkpoint"};
+                                   directory + "/.selvane-checkpoint",
+                                   directory + "/.selvane-checkpoint.new",
+                                   directory + "/.selvane-checkpoint.lock"};
     for (const auto* input : {&m_ipdb, &m_iedm}) {
         for (const std::string& output : outputs) {
             if (isSameFile(input->getValue(), output)) {

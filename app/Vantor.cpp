@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "IO/ResultFile.h"
 #include "app/shellQuote.h"
 
 Vantor::Vantor(int argc, char** argv, int width) : m_info(width) {

@@ -20,6 +20,7 @@
 #include "app/FittingWorkflow.h"
 
 class NormalModeEngine;
+class ResultFile;
 class System;
 class cSequentialTimer;
 struct PoseMove;
@@ -86,8 +87,11 @@ public:
     /// Share of the refined poses whose local problem wasn't concave, in percent of `tasks`.
     double nonConvexPercentage(unsigned long tasks) const;
 
-    /// Whether some result file could not be written completely.
+    /// Whether some result file could not be written completely, or had no room to begin with.
     bool hasIncompleteFiles() const { return m_incompleteFiles; }
+
+    /// Whether some result file is not there, for whatever reason.
+    bool hasMissingFiles() const { return m_missingFiles; }
 
     void loadEdm();
     void loadPdb();
@@ -112,9 +116,18 @@ public:
     /// of non-concave problems.
     void initThreadedRefineTopConformations();
 
-    /// Writes the poses as one MODEL each to odir/name.pdb, and the input as odir/original.pdb and
-    /// odir/edm.map.
+    /// Tries whether the output directory admits files, and tells at once if not: the results come hours
+    /// later.
+    void tryOutputDirectory() const;
+
+    /// Writes the poses as one MODEL each to odir/name.pdb, which stays hidden until placeSolutions(), and
+    /// the input as odir/original.pdb and odir/edm.map.
     void saveTopSolution(const std::string& name);
+
+    /// Puts the files of saveTopSolution() in place, all of them or none: of two runs in one directory no
+    /// file of one stands beside a file of the other. If one is missing, the others stay out only where
+    /// earlier ones stand.
+    void placeSolutions();
 
     /// Refines the input model as it stands in the map, in all degrees of freedom and without any scan, and
     /// writes it to odir/Refined-<name of the input>. A library operation: no stage of a run calls it.
@@ -143,9 +156,12 @@ protected:
     void fillPaddedMap(std::vector<double>& target) const;
     void countNonConvex() { m_nonConvexCount.fetch_add(1, std::memory_order_relaxed); }
     /// Lets `write` fill a file that appears under its name only when complete. Both failures are told on the
-    /// standard error stream; one after the opening leaves the earlier file and makes hasIncompleteFiles().
+    /// standard error stream and make hasMissingFiles(). One after the opening, or for want of room, leaves
+    /// the earlier file and makes hasIncompleteFiles().
     /// @return whether the file could be opened
     bool writeResult(const std::string& path, const std::function<bool(std::FILE*)>& write);
+    /// The file, open; null if that can't be, which is told.
+    std::unique_ptr<ResultFile> openResult(const std::string& path);
 
     double m_sigma = 0.0;
     std::vector<double> m_edmValues;
@@ -189,7 +205,13 @@ private:
     void writeInputCopies();
     void writeRefinedInput(const arma::Col<double>& x, const cVector3& center);
 
+    void tellIncomplete(const std::string& path);
+    bool wouldMixRuns() const;
+
+    std::vector<std::unique_ptr<ResultFile>> m_solutions; ///< complete, not yet in place
+    std::vector<std::string> m_missingSolutions;          ///< paths of those that are not complete
     bool m_incompleteFiles = false;
+    bool m_missingFiles = false;
 };
 
 #endif

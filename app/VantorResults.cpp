@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The scale of the local moves, and the solution files.
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
+#include <sys/stat.h>
+
+#include "IO/HiddenFile.h"
 #include "IO/ResultFile.h"
 #include "Math/structure.h"
 #include "NMAEngine/NormalModeEngine.h"
@@ -13,6 +18,12 @@
 #include "app/PoseMove.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
+
+namespace {
+
+constexpr mode_t privateMode = 0600;
+
+} // namespace
 
 void Vantor::initThreadedRefineTopConformations() {
     double mass = 0.0;
@@ -63,14 +74,65 @@ struct Vantor::SolutionFile {
     std::vector<cVector3> placed;
 };
 
+void Vantor::tryOutputDirectory() const {
+    const std::string& directory = m_workflow.m_odir.getValue();
+    HiddenFile trial;
+    if (!trial.createIn(directory + "/", privateMode)) {
+        warn(directory + ": no file can be made there (" + std::strerror(errno) +
+             "), so checkpoints will be missing, and results that do not stand there yet. The run goes on; "
+             "make room and "
+             "permit writing before it ends, or give another --odir.");
+    }
+}
+
 void Vantor::saveTopSolution(const std::string& name) {
     const std::string path = m_workflow.m_odir.getValue() + "/" + name + ".pdb";
-    if (!writeResult(path, [this](std::FILE* file) { return writePoses(file); })) {
+    std::unique_ptr<ResultFile> file = openResult(path);
+    if (!file) {
+        m_missingSolutions.push_back(path);
         // Deliberate: the run goes on without its solutions and ends with status 0.
         m_info.printInfo("[ERROR] couldn't create the file ", path, nullptr);
         return;
     }
+    if (writePoses(file->stream()) && file->complete()) {
+        m_solutions.push_back(std::move(file));
+    } else {
+        m_missingSolutions.push_back(path);
+        tellIncomplete(path);
+    }
     writeInputCopies();
+}
+
+/// Whether a complete solution file alone would stand beside, or in the place of, a file of an earlier run.
+bool Vantor::wouldMixRuns() const {
+    const auto isEarlier = [](const std::string& path) {
+        struct stat file {};
+        return stat(path.c_str(), &file) == 0 && S_ISREG(file.st_mode);
+    };
+    return std::any_of(m_missingSolutions.begin(), m_missingSolutions.end(), isEarlier) ||
+           std::any_of(m_solutions.begin(), m_solutions.end(),
+                       [&](const auto& file) { return isEarlier(file->path()); });
+}
+
+void Vantor::placeSolutions() {
+    std::vector<ResultFile*> files;
+    for (const auto& file : m_solutions) {
+        if (file->isHidden()) {
+            files.push_back(file.get());
+        }
+    }
+    if (!m_missingSolutions.empty() && wouldMixRuns()) {
+        for (const ResultFile* file : files) {
+            warn(file->path() + " stays as an earlier run left it, since " + m_missingSolutions.front() +
+                 " could not be written and both are to be of one run.");
+        }
+    } else if (!ResultFile::commitTogether(files)) {
+        for (const ResultFile* file : files) {
+            tellIncomplete(file->path());
+        }
+    }
+    m_solutions.clear();
+    m_missingSolutions.clear();
 }
 
 bool Vantor::writePoses(std::FILE* file) {
@@ -89,17 +151,33 @@ bool Vantor::writePoses(std::FILE* file) {
     return complete;
 }
 
+std::unique_ptr<ResultFile> Vantor::openResult(const std::string& path) {
+    auto file = std::make_unique<ResultFile>(path);
+    if (file->stream() != nullptr) {
+        return file;
+    }
+    const int reason = errno;
+    m_missingFiles = true;
+    m_incompleteFiles = m_incompleteFiles || isOutOfRoom(reason);
+    warn(path + " could not be opened for writing: " + std::strerror(reason) +
+         ". Check its directory and the permissions.");
+    return nullptr;
+}
+
+void Vantor::tellIncomplete(const std::string& path) {
+    m_missingFiles = true;
+    m_incompleteFiles = true;
+    warn(path + " could not be written completely. Check the free space of its disk and the limits of "
+                "file sizes.");
+}
+
 bool Vantor::writeResult(const std::string& path, const std::function<bool(std::FILE*)>& write) {
-    ResultFile file(path);
-    if (file.stream() == nullptr) {
-        warn(path + " could not be opened for writing: " + std::strerror(errno) +
-             ". Check its directory and the permissions.");
+    const std::unique_ptr<ResultFile> file = openResult(path);
+    if (!file) {
         return false;
     }
-    if (!write(file.stream()) || !file.commit()) {
-        m_incompleteFiles = true;
-        warn(path + " could not be written completely. Check the free space of its disk and the limits of "
-                    "file sizes.");
+    if (!write(file->stream()) || !file->commit()) {
+        tellIncomplete(path);
     }
     return true;
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The stages of a run, in their order, with the stopwatch between them.
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -11,6 +12,7 @@
 #include "IO/cSequentialTimer.h"
 #include "IO/printHeader.h"
 #include "app/Checkpoint.h"
+#include "app/CheckpointLock.h"
 #include "app/DynamicParallelForEach.h"
 #include "app/ScanCheckpoints.h"
 #include "app/StaticParallelForEach.h"
@@ -36,9 +38,18 @@ constexpr int lineWidth = 80;
 constexpr std::chrono::milliseconds checkpointInterval{SELVANE_CHECKPOINT_MILLISECONDS};
 
 /// Ends a run that cannot be resumed before it costs time, and tells of a scan that this run would lose.
-void checkForCheckpoint(const VantorHexaust& fit) {
+void checkForCheckpoint(const VantorHexaust& fit, const CheckpointLock& lock) {
     const std::string path = fit.getCheckpointPath();
-    if (!fit.workflow().m_resume.getValue()) {
+    const bool isResumed = fit.workflow().m_resume.getValue();
+    if (lock.isOfAnotherRun()) {
+        const std::string text = path + " is in use by another run with the same --odir";
+        if (isResumed) {
+            fail(text + ". Wait for its end, or give another --odir without --resume.");
+        }
+        warn(text + ". This run takes no checkpoints, and whichever ends last leaves its results.");
+        return;
+    }
+    if (!isResumed) {
         if (checkpoint::exists(path)) {
             warn(path +
                  " is left of an interrupted run. This run begins anew and will replace it if it takes "
@@ -92,6 +103,18 @@ void releaseCheckpoint(const VantorHexaust& fit, bool isComplete, bool isOwn) {
     }
 }
 
+/// Ends a run whose workers could not be started at all: empty results would take the place of earlier ones.
+void requireScan(const std::vector<bool>& started, const std::vector<unsigned long>& resumed) {
+    const bool isStarted = std::find(started.begin(), started.end(), true) != started.end();
+    if (!isStarted && std::accumulate(resumed.begin(), resumed.end(), 0UL) == 0) {
+        fail("no worker could be started for the scan, so no solutions are written and earlier ones stay as "
+             "they "
+             "are. Give the run more memory or a higher limit of processes (ulimit -v, -u, -s), or fewer "
+             "workers "
+             "(--nthread).");
+    }
+}
+
 /// Runs one worker per buffer; what a worker that could not be started leaves undone is done here.
 template <class Thread, class Step>
 void runOnAllWorkers(ParallelRunner<Thread>& runner, Vantor& fit, Step step) {
@@ -113,7 +136,9 @@ int run(int argc, char** argv) {
     const auto save = [&] { info.saveTimeInterval(timer.getTimeInterval()); };
     const unsigned long workers = fit.getNThread();
 
-    checkForCheckpoint(fit);
+    const CheckpointLock lock(fit.getCheckpointPath());
+    checkForCheckpoint(fit, lock);
+    fit.tryOutputDirectory();
     printHeader(lineWidth);
     fit.initThreaded();
     fit.loadEdm();
@@ -162,9 +187,12 @@ int run(int argc, char** argv) {
         thread->setContext(&fit, angles.data());
         thread->setCheckpoints(&checkpoints);
     }
-    checkpoints.start();
-    scan.run();
+    if (!lock.isOfAnotherRun()) {
+        checkpoints.start();
+    }
+    const std::vector<bool> started = scan.run();
     checkpoints.stop();
+    requireScan(started, done);
     save();
 
     fit.mergeConformationOpt();
@@ -191,12 +219,14 @@ int run(int argc, char** argv) {
 
     info.printInfo(" Saving optimized solutions ");
     fit.saveTopSolution("Solution");
+    fit.placeSolutions();
     save();
 
     info.setTotalTime(timer.getTime());
     info.printTimings();
     const bool isComplete = !fit.hasIncompleteFiles() && scan.allDone() && refinement.allDone();
-    releaseCheckpoint(fit, isComplete, checkpoints.isStored() || fit.workflow().m_resume.getValue());
+    releaseCheckpoint(fit, isComplete && !fit.hasMissingFiles(),
+                      checkpoints.isStored() || fit.workflow().m_resume.getValue());
     return isComplete ? 0 : 1;
 }
 

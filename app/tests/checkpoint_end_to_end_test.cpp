@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -368,6 +369,116 @@ TEST_F(Interruptions, ARunWithoutAllItsResultsKeepsItsCheckpoint) {
     EXPECT_EQ(run(inDirectory("fit", longScan({"--nthread", "2"}), {"--resume"})).status, 0);
     expectSameResults("fit", "whole");
     EXPECT_FALSE(exists(checkpointOf("fit")));
+}
+
+/// A night's work must outlast a name that was taken.
+TEST_F(Interruptions, AResultThatCannotBeOpenedKeepsTheCheckpoint) {
+    writeInputs();
+    const Arguments options = longScan({"--nthread", "2"});
+    ASSERT_EQ(run(inDirectory("whole", options)).status, 0);
+    for (const char* name : {"Solution.pdb", "Rigid_solution.pdb", "original.pdb", "edm.map"}) {
+        SCOPED_TRACE(name);
+        const fs::path odir = m_directory / "work" / "fit";
+        fs::create_directories(odir / name);
+        const RunResult blocked = start(inDirectory("fit", options)).wait();
+        EXPECT_EQ(blocked.status, 0);
+        EXPECT_TRUE(contains(blocked.err,
+                             "this run is not complete; the same command with --resume goes on from "
+                             "fit/.selvane-checkpoint"))
+            << blocked.err;
+        fs::remove(odir / name);
+        const RunResult resumed = run(inDirectory("fit", options, {"--resume"}));
+        EXPECT_EQ(resumed.status, 0);
+        EXPECT_GT(rotationsDone(resumed), 0U) << resumed.err;
+        expectSameResults("fit", "whole");
+        EXPECT_EQ(entries("fit"), entries("whole"));
+        fs::remove_all(odir);
+    }
+}
+
+/// Holds the lock of a directory's checkpoint, as another run does.
+class OtherRun {
+public:
+    explicit OtherRun(const fs::path& odir)
+        : m_path(odir / ".selvane-checkpoint.lock")
+        , m_file(open(m_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+        EXPECT_EQ(flock(m_file, LOCK_EX | LOCK_NB), 0);
+    }
+    OtherRun(const OtherRun&) = delete;
+    OtherRun& operator=(const OtherRun&) = delete;
+    ~OtherRun() {
+        EXPECT_EQ(unlink(m_path.c_str()), 0) << "it was not its own any more";
+        close(m_file);
+    }
+
+private:
+    fs::path m_path;
+    int m_file;
+};
+
+TEST_F(Interruptions, ASecondRunInTheSameDirectoryLeavesTheCheckpointOfTheFirstAlone) {
+    writeInputs();
+    const Arguments options = longScan({"--nthread", "2"});
+    ASSERT_EQ(run(inDirectory("whole", options)).status, 0);
+    fs::create_directory(m_directory / "work" / "fit");
+    write(checkpointOf("fit"), "of the first run");
+    const OtherRun other(m_directory / "work" / "fit");
+    const RunResult second = start(inDirectory("fit", options)).wait();
+    EXPECT_EQ(second.status, 0);
+    EXPECT_EQ(second.err,
+              "selvane: fit/.selvane-checkpoint is in use by another run with the same --odir. This run "
+              "takes no checkpoints, and whichever ends last leaves its results.\n");
+    EXPECT_EQ(read(checkpointOf("fit")), "of the first run");
+    expectSameResults("fit", "whole");
+
+    write("fit/Solution.pdb", "earlier");
+    const RunResult resumed = run(inDirectory("fit", options, {"--resume"}));
+    EXPECT_EQ(resumed.status, 1);
+    EXPECT_TRUE(contains(resumed.err, "is in use by another run")) << resumed.err;
+    EXPECT_EQ(read("fit/Solution.pdb"), "earlier");
+    EXPECT_EQ(read(checkpointOf("fit")), "of the first run");
+}
+
+TEST_F(Interruptions, ALockThatAKilledRunLeftHoldsNobodyUp) {
+    writeInputs();
+    interrupt(inDirectory("fit", longScan()), "fit", SIGKILL);
+    EXPECT_TRUE(exists("fit/.selvane-checkpoint.lock"));
+    const RunResult resumed = run(inDirectory("fit", longScan(), {"--resume"}));
+    EXPECT_EQ(resumed.status, 0) << resumed.err;
+    EXPECT_FALSE(exists("fit/.selvane-checkpoint.lock"));
+}
+
+TEST_F(Interruptions, AnEndingStageLeavesNoLock) {
+    writeInputs();
+    write("none.pdb", "");
+    EXPECT_EQ(run(inDirectory("fit", {"--dangle", "60"}, {})).status, 0);
+    const std::set<std::string> before = entries("fit");
+    EXPECT_EQ(run({"--ipdb", "none.pdb", "--iedm", "map.ccp4", "--odir", "fit"}).status, 1);
+    EXPECT_EQ(run({"--ipdb", "model.pdb", "--iedm", "nowhere", "--odir", "fit"}).signal, SIGABRT);
+    EXPECT_EQ(entries("fit"), before);
+}
+
+/// While the solutions wait for each other they are hidden files.
+TEST_F(Interruptions, ASignalLeavesNoHiddenFile) {
+    writeInputs();
+    const Arguments options = {"--dangle", "40", "--nsolutions", "3000", "--nthread", "1"};
+    const auto isHidden = [](const std::string& name) { return name.rfind(".selvane-", 0) == 0; };
+    for (const int signal : {SIGINT, SIGTERM}) {
+        RunInProgress running(binaryPath(), m_directory, inDirectory("fit", options));
+        bool seen = false;
+        while (!seen && !exists("fit/Solution.pdb")) {
+            for (const std::string& name : exists("fit") ? entries("fit") : std::set<std::string>()) {
+                seen = seen || (isHidden(name) && contains(name, ".partial"));
+            }
+        }
+        running.send(signal);
+        EXPECT_EQ(running.wait().signal, signal);
+        EXPECT_TRUE(seen);
+        for (const std::string& name : entries("fit")) {
+            EXPECT_FALSE(isHidden(name)) << name;
+        }
+        EXPECT_EQ(exists("fit/Solution.pdb"), exists("fit/Rigid_solution.pdb"));
+    }
 }
 
 TEST_F(Interruptions, CheckpointsThatCannotBeWrittenCostOneLineAndNoResults) {

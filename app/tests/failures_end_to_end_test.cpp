@@ -1,13 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // How runs end that cannot go on, and how runs go on that can.
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <limits>
+#include <set>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "app/tests/RunFixture.h"
 #include "app/tests/solutionFile.h"
@@ -340,6 +352,125 @@ TEST_F(Failures, FullDiskLeavesTheResultsOfAnEarlierRun) {
     }
     EXPECT_EQ(entries(), entriesBefore);
     EXPECT_EQ(entries("out"), resultsBefore);
+}
+
+TEST_F(Failures, SolutionFilesAreOfOneRunOrStayAsTheyAre) {
+    writeInputs();
+    for (const auto& [broken, whole] :
+         {std::pair("Solution.pdb", "Rigid_solution.pdb"), std::pair("Rigid_solution.pdb", "Solution.pdb")}) {
+        for (const bool isOpened : {true, false}) {
+            const fs::path odir = m_directory / "work" / "out";
+            fs::remove_all(odir);
+            fs::create_directory(odir);
+            write(std::string("out/") + whole, "earlier");
+            if (isOpened) {
+                fs::create_symlink("/dev/full", odir / broken);
+            } else {
+                fs::create_directory(odir / broken);
+            }
+            const RunResult result = fit(quick({"--odir", "out"}));
+            EXPECT_EQ(result.status, isOpened ? 1 : 0);
+            EXPECT_EQ(read(std::string("out/") + whole), "earlier");
+            EXPECT_TRUE(contains(result.err, "selvane: out/" + std::string(whole) +
+                                                 " stays as an earlier run left it, since out/" + broken +
+                                                 " could not be written"))
+                << result.err;
+            EXPECT_EQ(entries("out").size(), 5U) << "no hidden file stays";
+        }
+    }
+}
+
+/// Between the stages that write them a run can be killed.
+TEST_F(Failures, SolutionFilesAppearTogether) {
+    writeInputs();
+    ASSERT_EQ(fit(quick({"--odir", "out"})).status, 0);
+    const std::string rigid = read("out/Rigid_solution.pdb");
+    const std::string refined = read("out/Solution.pdb");
+    std::atomic<bool> isOver{false};
+    int mixed = 0;
+    std::thread watcher([&] {
+        while (!isOver) {
+            // Solution.pdb takes its place last, and may do so between the two looks.
+            const bool isRefinedOld = read("out/Solution.pdb") == refined;
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            const bool isRigidNew = read("out/Rigid_solution.pdb") != rigid;
+            const bool isStillOld = read("out/Solution.pdb") == refined;
+            mixed += isRefinedOld && isRigidNew && isStillOld ? 1 : 0;
+        }
+    });
+    EXPECT_EQ(fit({"--odir", "out", "--nthread", "1", "--dangle", "60", "--nsolutions", "3000"}).status, 0);
+    isOver = true;
+    watcher.join();
+    EXPECT_LE(mixed, 1);
+    EXPECT_NE(read("out/Rigid_solution.pdb"), rigid);
+    EXPECT_NE(read("out/Solution.pdb"), refined);
+}
+
+/// A disk without entries shows when a file is to be made. Mounted for the test's own child; where that is
+/// not allowed, there is nothing to see.
+TEST_F(Failures, DiskWithoutRoomForNewFilesGivesStatusOne) {
+    writeInputs();
+    fs::create_directory(m_directory / "work" / "out");
+    const std::string odir = (m_directory / "work" / "out").string();
+    const pid_t child = fork();
+    if (child == 0) {
+        if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("none", odir.c_str(), "tmpfs", 0, "size=1m,nr_inodes=1") != 0) {
+            _exit(0);
+        }
+        const RunResult result = fit(quick({"--odir", "out"}));
+        const bool isTold =
+            contains(result.err, "selvane: out: no file can be made there (No space left on device)") &&
+            contains(result.err, "out/Solution.pdb could not be opened for writing: No space left");
+        _exit(result.status != 1 ? 2 : isTold ? 0 : 3);
+    }
+    int state = -1;
+    ASSERT_EQ(waitpid(child, &state, 0), child);
+    EXPECT_EQ(state, 0) << WEXITSTATUS(state);
+}
+
+TEST_F(Failures, OutputDirectoryIsTriedBeforeTheScan) {
+    writeInputs();
+    write("out", "a file in the way");
+    write("none.pdb", ""); // ends the run before its scan
+    const RunResult result = run(quick({"--ipdb", "none.pdb", "--iedm", "map.ccp4", "--odir", "out"}));
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(contains(result.err, "selvane: out: no file can be made there (Not a directory), so "))
+        << result.err;
+    fs::remove(m_directory / "work" / "out");
+    EXPECT_FALSE(
+        contains(run(quick({"--ipdb", "none.pdb", "--iedm", "map.ccp4", "--odir", "out"})).err, "no file"));
+    EXPECT_TRUE(entries("out").empty());
+}
+
+/// No stack of this size can be had for a thread.
+TEST_F(Failures, WithoutAnyWorkerNothingIsWritten) {
+    writeInputs();
+    ASSERT_EQ(fit(quick({"--odir", "out"})).status, 0);
+    const std::vector<std::string> paths = {"out/Rigid_solution.pdb", "out/Solution.pdb", "out/original.pdb",
+                                            "out/edm.map", "out/log.txt"};
+    std::vector<std::string> before;
+    for (const std::string& path : paths) {
+        before.push_back(read(path));
+    }
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_STACK, &usual), 0);
+    const rlimit huge{rlim_t{1} << 46U, usual.rlim_max};
+    if (setrlimit(RLIMIT_STACK, &huge) != 0) {
+        GTEST_SKIP() << "the limit of stacks cannot be raised";
+    }
+    setenv("OPENBLAS_NUM_THREADS", "1", 1); // its own threads would not start either
+    const RunResult result = fit(quick({"--odir", "out", "--sigma", "3"}));
+    unsetenv("OPENBLAS_NUM_THREADS");
+    setrlimit(RLIMIT_STACK, &usual);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(
+        contains(result.err, "selvane: no worker could be started for the scan, so no solutions are written"))
+        << result.err;
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        EXPECT_TRUE(read(paths[i]) == before[i]) << paths[i];
+    }
+    EXPECT_EQ(entries("out").size(), paths.size());
 }
 
 TEST_F(Failures, FullDiskLeavesNoHalfResult) {
