@@ -11,7 +11,7 @@
 #include "CrossCorrelation/DensityTable.h"
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
 #include "CrossCorrelation/LimitedSizeSet.h"
-#include "CrossCorrelation/fccf.h"
+#include "CrossCorrelation/SigmaFilter.h"
 #include "app/Checkpoint.h"
 #include "app/Vantor.h"
 

@@ -11,6 +11,7 @@
 
 #include "CrossCorrelation/DensityTable.h"
 #include "CrossCorrelation/NodeBox.h"
+#include "CrossCorrelation/scoreFloor.h"
 #include "Math/cBBox.h"
 
 class NormalModeEngine;
@@ -39,7 +40,7 @@ enum class DensityOrder;
 class ElectronDensity {
 public:
     /// The density below which a Gaussian is cut, and the floor of a candidate's score.
-    static constexpr double EPSILON = 0.0001;
+    static constexpr double EPSILON = scoreFloor;
 
     /// @param positions nAtoms reference positions, copied
     /// @param sigma     standard deviation of a Gaussian, in angstrom
@@ -107,30 +108,22 @@ public:
     double gaussianNorm() const { return m_gaussianNorm; }
     double cutoffDiameter() const { return m_cutoffDiameter; }
 
-    /// Copies a field into the low corner of a larger grid and clears the rest of the target.
-    /// @throws std::length_error if the target has fewer nodes on an axis; the same for all that follow
+    // Operations on grids, which need no model; each is a free function with a file of its own.
+
+    /// padField()
     static void zeroPadd(const double* source, const cGrid& sourceGrid, const cGrid& targetGrid,
                          double* target);
-
-    /// Copies a field into the low corner of a larger grid; entries outside the copied region keep their
-    /// values, so a fresh target is expected.
     static void zeroPadd(const std::vector<double>& source, const cGrid& sourceGrid, const cGrid& targetGrid,
                          std::vector<double>& target);
 
-    /// Samples the source field at its nodes rotated about the box centre, filters it, and pads it:
-    /// target node v of the source's range holds source(centre + R (x_v - centre)), R =
-    /// rotationXYZ(eulerAngles).
-    /// @param target    targetGrid.getTotalSize() doubles, overwritten
-    /// @param threshold for fccf::filterValues, in standard deviations
+    /// rotateMap()
     static void rotateNonZeroPadded(const std::vector<double>& source, const cGrid& sourceGrid,
                                     const std::array<double, 3>& eulerAngles, const cGrid& targetGrid,
                                     double* target, double threshold);
 
-    /// The box of the positions, widened by scale times the radius at which a Gaussian falls to epsilon.
+    /// modelBox()
     static cBBox getBoundingBox(const std::vector<std::array<double, 3>>& positions, double sigma,
                                 double epsilon, double scale);
-
-    /// The same from one column x, y, z of atom 0, then atom 1, and so on.
     static cBBox getBoundingBox(const arma::Col<double>& coordinates, double sigma, double epsilon,
                                 double scale);
 

@@ -94,9 +94,9 @@ void sumAlongY(const double* slice, std::size_t rowStride, const double* factors
 }
 
 /// The moments of fields on a box, summed along y, then z, then x.
-class MomentSums {
+class GaussianMoments {
 public:
-    explicit MomentSums(const NodeBox& box) : m_box(box) {}
+    explicit GaussianMoments(const NodeBox& box) : m_box(box) {}
 
     Moments of(const std::vector<double>& field, const AtomGaussian& gaussian, double height) {
         const std::vector<double>& ez = gaussian.factors[2];
@@ -197,7 +197,7 @@ std::vector<double> ElectronDensity::weighDerivatives(const std::vector<std::vec
     }
     const std::size_t columns = DensityTable::derivativeColumns(m_nDof, withHessian);
     std::vector<double> sums(fields.size() * columns, 0.0);
-    MomentSums moments(box);
+    GaussianMoments moments(box);
     AtomGaussian gaussian;
     for (std::size_t atom = 0; atom < m_positions.size(); ++atom) {
         place(atom, gaussian);

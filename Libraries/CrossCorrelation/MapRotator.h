@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "CrossCorrelation/ScanMap.h"
-#include "CrossCorrelation/fccf.h"
+#include "CrossCorrelation/SigmaFilter.h"
 #include "Interpolation/TrilinearSampler.h"
 #include "Math/RotatedLattice.h"
 #include "Math/cGrid.h"
@@ -52,7 +52,7 @@ private:
     fccf::SigmaFilter rotate(const std::array<double, 3>& eulerAngles, const Sampler& sampler,
                              RowAt& rowAt) const {
         const RotatedLattice lattice = latticeOf(m_grid, eulerAngles);
-        fccf::MomentSums moments;
+        fccf::FieldMoments moments;
         for (unsigned int i = 0; i < m_grid.m_size[0]; ++i) {
             for (unsigned int j = 0; j < m_grid.m_size[1]; ++j) {
                 double* const row = rowAt(i, j);

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "CrossCorrelation/fccf.h"
+#include "CrossCorrelation/SigmaFilter.h"
 #include "Interpolation/TrilinearSampler.h"
 #include "Math/RotatedLattice.h"
 #include "Math/cGrid.h"

@@ -5,20 +5,19 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/LimitedSizeSet.h"
+#include "CrossCorrelation/scoreFloor.h"
 
 /// Whether some of n values lies above a floor; not-a-number doesn't.
 bool isAnyAbove(const double* values, std::size_t n, double floor);
 
-/// Offers the scores above ElectronDensity::EPSILON to a set, in their order. Those that a full set would
+/// Offers the scores above scoreFloor to a set, in their order. Those that a full set would
 /// refuse are passed over many at a time.
 /// @param make  make(p) gives the candidate with score number p
 template <class Candidate, class Make>
 void offerScores(LimitedSizeSet<Candidate>& set, const double* scores, std::size_t n, Make&& make) {
     const auto floorOf = [&set] {
-        return set.isFull() ? std::max(ElectronDensity::EPSILON, set.last().m_rigidScore)
-                            : ElectronDensity::EPSILON;
+        return set.isFull() ? std::max(scoreFloor, set.last().m_rigidScore) : scoreFloor;
     };
     constexpr std::size_t stride = 128;
     double floor = floorOf();

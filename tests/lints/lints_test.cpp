@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cstdlib>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -48,6 +51,37 @@ Layers projectLayers() {
 TEST(Project, NoIncludeGoesAgainstTheLayers) {
     const std::vector<std::string> faults = layerFaults(SOURCE_ROOT, projectLayers());
     EXPECT_TRUE(faults.empty()) << joined(faults);
+}
+
+/// First cells of the table of layers, those of a row "· part" behind the target above them.
+std::set<std::string> layersInTheDocument() {
+    std::ifstream in(SOURCE_ROOT / "docs" / "architecture.md");
+    std::set<std::string> names;
+    std::string line;
+    std::string target;
+    while (std::getline(in, line) && line.rfind("| target |", 0) != 0) {
+    }
+    std::getline(in, line); // the rule below the head
+    while (std::getline(in, line) && line.rfind("| ", 0) == 0) {
+        const std::string name = line.substr(2, line.find(" |") - 2);
+        const std::string part = "· ";
+        if (name.rfind(part, 0) == 0) {
+            names.erase(target);
+            names.insert(target + "/" + name.substr(part.size()));
+        } else {
+            target = name;
+            names.insert(name);
+        }
+    }
+    return names;
+}
+
+TEST(Project, ArchitectureDocumentHasARowForEveryLayer) {
+    std::set<std::string> names;
+    for (const auto& line : projectLayers().files) {
+        names.insert(line.second);
+    }
+    EXPECT_EQ(layersInTheDocument(), names);
 }
 
 TEST(Project, EverySourceStartsWithTheLicenceLine) {
