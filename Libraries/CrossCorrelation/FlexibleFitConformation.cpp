@@ -8,6 +8,7 @@
 
 #include "Math/cGrid.h"
 #include "Optimization/TrustRegionSolver.h"
+#include "Optimization/smallDense.h"
 
 FlexibleFitConformation::FlexibleFitConformation(double score, int i, int j, int k,
                                                  const arma::Col<double>& eta,
@@ -94,7 +95,7 @@ bool FlexibleFitConformation::maximizeLocalModel(const arma::Col<double>& gradie
         m_eta += step.tail(n - 6);
     }
     m_flexScore =
-        m_rigidScore + arma::dot(step, gradient) + 0.5 * arma::dot(step, arma::Col<double>(hessian * step));
+        m_rigidScore + arma::dot(step, gradient) + 0.5 * arma::dot(step, smallDense::multiply(hessian, step));
     return true;
 }
 

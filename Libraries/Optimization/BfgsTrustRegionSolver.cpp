@@ -31,7 +31,7 @@ void BfgsTrustRegionSolver::doStep() {
     // Deliberate: a ratio that isn't a number passes; a collapsed radius lets no other one pass and goes on
     // shrinking.
     if (ratio < trustRegion::acceptRatio) {
-        m_radius *= trustRegion::shrinkFactor;
+        m_radius = trustRegion::shrunk(m_radius);
         m_step.zeros();
         return;
     }

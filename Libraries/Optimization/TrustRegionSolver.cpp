@@ -6,9 +6,9 @@
 #include <iostream>
 #include <limits>
 #include <optional>
-#include <stdexcept>
 #include <utility>
 
+#include "Optimization/smallDense.h"
 #include "Optimization/trustRegionRule.h"
 
 namespace {
@@ -22,41 +22,9 @@ constexpr int maxPasses = 20000;
 using Vector = arma::Col<double>;
 using Matrix = arma::Mat<double>;
 
-/// Upper factor R of A = R^T R, read from the upper triangle of A; empty if A isn't positive definite.
-/// The library complains on the standard error stream about matrices that are unsymmetric or not finite, so
-/// it sees the mirrored triangle, and finite ones only.
-std::optional<Matrix> factorise(const Matrix& A) {
-    if (!A.is_square()) {
-        throw std::logic_error("chol(): given matrix is not square");
-    }
-    const Matrix symmetric = arma::symmatu(A);
-    Matrix R;
-    if (!symmetric.is_finite() || !arma::chol(R, symmetric, "upper")) {
-        return std::nullopt;
-    }
-    return R;
-}
-
-/// Solution of R^T q = b.
-Vector solveLower(const Matrix& R, const Vector& b) {
-    return arma::solve(arma::trimatl(R.t()), b, arma::solve_opts::fast);
-}
-
 /// Solution of R^T R p = b.
 Vector solveFactorised(const Matrix& R, const Vector& b) {
-    return arma::solve(arma::trimatu(R), solveLower(R, b), arma::solve_opts::fast);
-}
-
-/// The largest singular value, 0 when there is none to be had.
-double spectralNorm(const Matrix& A) {
-    if (A.is_empty()) {
-        return 0.0;
-    }
-    if (A.n_rows == 1 || A.n_cols == 1) {
-        return arma::norm(arma::vectorise(A), 2);
-    }
-    Vector singularValues;
-    return arma::svd(singularValues, A) ? singularValues[0] : 0.0;
+    return smallDense::solveUpper(R, smallDense::solveTransposed(R, b));
 }
 
 /// Least left end of the Gershgorin discs of A's rows: no eigenvalue of a symmetric A lies below.
@@ -80,7 +48,7 @@ enum class Pass { Done, Continue, HardCase };
 
 /// One safeguarded Newton step on 1/radius = 1/|p(lambda)|; Done leaves the solution in p.
 Pass improve(Shift& shift, const Vector& b, const Matrix& A, double radius, Vector& p) {
-    const std::optional<Matrix> R = factorise(A + shift.lambda * arma::eye(A.n_rows, A.n_cols));
+    const std::optional<Matrix> R = smallDense::factorise(A + shift.lambda * arma::eye(A.n_rows, A.n_cols));
     if (!R) {
         if (shift.high - shift.lambda < tiny) {
             return Pass::HardCase;
@@ -90,7 +58,7 @@ Pass improve(Shift& shift, const Vector& b, const Matrix& A, double radius, Vect
         return Pass::Continue;
     }
     p = solveFactorised(*R, b);
-    const Vector q = solveLower(*R, p);
+    const Vector q = smallDense::solveTransposed(*R, p);
     const double length = arma::norm(p, 2);
     if (length > radius * lower && length < radius * upper) {
         return Pass::Done;
@@ -115,13 +83,6 @@ Pass improve(Shift& shift, const Vector& b, const Matrix& A, double radius, Vect
     return Pass::Continue;
 }
 
-/// Eigenvalues of the mirrored upper triangle, ascending, and eigenvectors; false if there are none.
-bool decompose(const Matrix& A, Vector& eigenvalues, Matrix& eigenvectors) {
-    const Matrix symmetric = arma::symmatu(A);
-    return !symmetric.is_empty() && symmetric.is_finite() &&
-           arma::eig_sym(eigenvalues, eigenvectors, symmetric, "dc");
-}
-
 /// b has no part along the lowest eigenvector, which alone can then bring the step to the boundary.
 Vector solveHardCase(const Vector& b, const Matrix& A, double radius) {
     std::cout << "Hard case !\n";
@@ -129,7 +90,7 @@ Vector solveHardCase(const Vector& b, const Matrix& A, double radius) {
     Vector eigenvalues;
     Matrix eigenvectors;
     // Deliberate: without a decomposition the radius multiplies |b| and doesn't divide it.
-    if (!decompose(A, eigenvalues, eigenvectors)) {
+    if (!smallDense::decompose(A, eigenvalues, eigenvectors)) {
         return b * (arma::norm(b, 2) * radius);
     }
 
@@ -137,12 +98,15 @@ Vector solveHardCase(const Vector& b, const Matrix& A, double radius) {
     const double lowest = eigenvalues[0];
     Vector weights = eigenvalues - lowest;
     weights.transform([](double e) { return std::abs(e) < tiny ? 0.0 : 1.0 / e; });
-    const Vector p = eigenvectors * (weights % (eigenvectors.t() * b));
+    const Vector parts = smallDense::multiply(Matrix(eigenvectors.t()), b);
+    const Vector p = smallDense::multiply(eigenvectors, weights % parts);
 
     const double missing = radius - arma::norm(p, 2);
     const Vector first = p + missing * eigenvectors.col(0);
     const Vector second = p - missing * eigenvectors.col(0);
-    const auto twiceModel = [&](const Vector& x) { return arma::dot(x, A * x) - 2.0 * arma::dot(b, x); };
+    const auto twiceModel = [&](const Vector& x) {
+        return arma::dot(x, smallDense::multiply(A, x)) - 2.0 * arma::dot(b, x);
+    };
     // Deliberate: of the two candidates the one with the larger, that is poorer, model value is taken.
     return twiceModel(first) > twiceModel(second) ? first : second;
 }
@@ -166,7 +130,7 @@ void TrustRegionSolver::doStep() {
     double ratio = reductionRatio();
     // Deliberate: a ratio that isn't a number passes, and so does any ratio once the radius has collapsed.
     while (ratio < trustRegion::acceptRatio && m_radius >= trustRegion::collapsedRadius) {
-        m_radius *= trustRegion::shrinkFactor;
+        m_radius = trustRegion::shrunk(m_radius);
         ratio = reductionRatio();
     }
     m_x += m_step;
@@ -183,13 +147,14 @@ double TrustRegionSolver::getResiduals() {
 double TrustRegionSolver::reductionRatio() {
     m_step = solveSubProblem(-0.5 * m_gradient, 0.5 * m_hessian, m_radius);
     const double actual = m_oracle->getFunctionValue(m_x + m_step) - m_value;
-    const double predicted = arma::dot(m_gradient, m_step) + 0.5 * arma::dot(m_step, m_hessian * m_step);
+    const double predicted =
+        arma::dot(m_gradient, m_step) + 0.5 * arma::dot(m_step, smallDense::multiply(m_hessian, m_step));
     return actual / predicted;
 }
 
 arma::Col<double> TrustRegionSolver::solveSubProblem(const arma::Col<double>& b, const arma::Mat<double>& A,
                                                      double radius) {
-    if (const std::optional<Matrix> R = factorise(A)) {
+    if (const std::optional<Matrix> R = smallDense::factorise(A)) {
         const Vector p = solveFactorised(*R, b);
         if (arma::norm(p, 2) < radius * upper) {
             return p;
@@ -198,7 +163,7 @@ arma::Col<double> TrustRegionSolver::solveSubProblem(const arma::Col<double>& b,
 
     Shift shift;
     shift.low = 0.0;
-    shift.high = arma::norm(b, 2) * upper / radius + spectralNorm(A);
+    shift.high = arma::norm(b, 2) * upper / radius + smallDense::spectralNorm(A);
     shift.lambda = std::max(0.0, -gershgorinBound(A));
     Vector p;
     for (int pass = 0; pass < maxPasses; ++pass) {
@@ -216,7 +181,7 @@ arma::Col<double> TrustRegionSolver::solveSubProblem(const arma::Col<double>& b,
 std::pair<bool, arma::Col<double>> TrustRegionSolver::solveConvexSubProblem(const arma::Col<double>& b,
                                                                             const arma::Mat<double>& A,
                                                                             double radius) {
-    if (!factorise(A)) {
+    if (!smallDense::factorise(A)) {
         return {false, Vector(b.n_elem, arma::fill::zeros)};
     }
     return {true, solveSubProblem(b, A, radius)};

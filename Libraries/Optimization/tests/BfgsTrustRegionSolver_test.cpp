@@ -223,6 +223,12 @@ TEST(BfgsTrustRegionSolver, CollapsedRadiusKeepsShrinkingAndEndsTheRunConverged)
     EXPECT_EQ(solver.m_radius, 0.25 * collapsed);
 }
 
+TEST(BfgsTrustRegionSolver, InfiniteRadiusShrinks) {
+    BfgsTrustRegionSolver solver(std::make_shared<Liar>(), 2, std::numeric_limits<double>::infinity());
+    solver.doStep();
+    EXPECT_EQ(solver.m_radius, 0.25 * std::numeric_limits<double>::max());
+}
+
 // --- whole runs ---
 
 TEST(BfgsTrustRegionSolver, QuadraticsAreSolvedFromSmallAndLargeBalls) {

@@ -371,4 +371,66 @@ TEST(TrustRegionSolver, ResidualIsTheSquaredGradientOfTheStepsStart) {
     EXPECT_EQ(solver.m_value, 0.0);
 }
 
+TEST(TrustRegionSolver, InfiniteRadiusShrinksToNothing) {
+    // Without a limit of the radius a quarter of it is infinite for ever.
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    TrustRegionSolver solver(std::make_shared<Liar>(), 2, infinity);
+    capture([&] { solver.solve(tightEps, 3); });
+    EXPECT_LT(solver.m_radius, 1e-11);
+    EXPECT_EQ(solver.getResiduals(), 0.0);
+}
+
+/// Value, slope and curvature as given, wherever.
+struct Constant final : ThirdOrderOracle {
+    Constant(double v, double s, double c) : value(v), slope(s), curvature(c) {}
+    double getFunctionValue(const Vector&) override { return value; }
+    double getFunctionGradient(const Vector& x, Vector& gradient) override {
+        gradient = Vector(x.n_elem).fill(slope);
+        return value;
+    }
+    double getFunctionGradiantAndHessian(const Vector& x, Vector& gradient, Matrix& hessian) override {
+        hessian = curvature * arma::eye(x.n_elem, x.n_elem);
+        return getFunctionGradient(x, gradient);
+    }
+    double value, slope, curvature;
+};
+
+TEST(TrustRegionSolver, EveryInputComesToAnEnd) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const double numbers[] = {
+        0.0, 1.0, -1.0, 1e300, -1e300, 1e-300, infinity, -infinity, std::numeric_limits<double>::quiet_NaN()};
+    constexpr unsigned long fewSteps = 3;
+    capture([&] {
+        for (const double radius : numbers) {
+            for (const double value : numbers) {
+                for (const double slope : numbers) {
+                    for (const double curvature : numbers) {
+                        TrustRegionSolver solver(std::make_shared<Constant>(value, slope, curvature), 2,
+                                                 radius);
+                        solver.solve(tightEps, fewSteps);
+                    }
+                }
+            }
+        }
+    });
+}
+
+TEST(SolveSubProblem, EveryInputGivesAStep) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const double numbers[] = {
+        0.0, 1.0, -1.0, 1e300, -1e300, 1e-300, infinity, -infinity, std::numeric_limits<double>::quiet_NaN()};
+    capture([&] {
+        for (const double radius : numbers) {
+            for (const double right : numbers) {
+                for (const double diagonal : numbers) {
+                    for (const double beside : numbers) {
+                        const Matrix A{{diagonal, beside}, {beside, 1.0}};
+                        EXPECT_EQ(TrustRegionSolver::solveSubProblem({right, 1.0}, A, radius).n_elem, 2u);
+                    }
+                }
+            }
+        }
+    });
+}
+
 } // namespace
