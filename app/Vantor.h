@@ -120,8 +120,11 @@ public:
     /// later.
     void tryOutputDirectory() const;
 
-    /// Writes the poses as one MODEL each to odir/name.pdb, which stays hidden until placeSolutions(), and
-    /// the input as odir/original.pdb and odir/edm.map.
+    /// From now on the files of saveTopSolution() stay hidden until placeSolutions().
+    void holdSolutions();
+
+    /// Writes the poses as one MODEL each to odir/name.pdb, and the input as odir/original.pdb and
+    /// odir/edm.map.
     void saveTopSolution(const std::string& name);
 
     /// Puts the files of saveTopSolution() in place, all of them or none: of two runs in one directory no
@@ -210,6 +213,7 @@ private:
 
     std::vector<std::unique_ptr<ResultFile>> m_solutions; ///< complete, not yet in place
     std::vector<std::string> m_missingSolutions;          ///< paths of those that are not complete
+    bool m_holdsSolutions = false;
     bool m_incompleteFiles = false;
     bool m_missingFiles = false;
 };

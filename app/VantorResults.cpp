@@ -92,15 +92,21 @@ void Vantor::saveTopSolution(const std::string& name) {
         m_missingSolutions.push_back(path);
         // Deliberate: the run goes on without its solutions and ends with status 0.
         m_info.printInfo("[ERROR] couldn't create the file ", path, nullptr);
-        return;
-    }
-    if (writePoses(file->stream()) && file->complete()) {
+    } else if (writePoses(file->stream()) && file->complete()) {
         m_solutions.push_back(std::move(file));
+        writeInputCopies();
     } else {
         m_missingSolutions.push_back(path);
         tellIncomplete(path);
+        writeInputCopies();
     }
-    writeInputCopies();
+    if (!m_holdsSolutions) {
+        placeSolutions();
+    }
+}
+
+void Vantor::holdSolutions() {
+    m_holdsSolutions = true;
 }
 
 /// Whether a complete solution file alone would stand beside, or in the place of, a file of an earlier run.
@@ -133,6 +139,7 @@ void Vantor::placeSolutions() {
     }
     m_solutions.clear();
     m_missingSolutions.clear();
+    m_holdsSolutions = false;
 }
 
 bool Vantor::writePoses(std::FILE* file) {

@@ -203,6 +203,7 @@ int run(int argc, char** argv) {
     }
 
     info.printInfo(" Saving solutions ");
+    fit.holdSolutions(); // two files, of one run or none
     fit.saveTopSolution("Rigid_solution");
     save();
 

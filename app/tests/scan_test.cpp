@@ -100,7 +100,6 @@ protected:
             fit.refineTopConformation(0, pose);
         }
         fit.saveTopSolution("Solution");
-        fit.placeSolutions();
     }
 
     /// The way of a run, on two workers.
