@@ -68,15 +68,18 @@ public:
     double m_dbeta = 0.0;
     double m_dgamma = 0.0;
     arma::Col<double> m_eta; ///< eta of x
+// The elements of an array under names of their own: no standard C++, but what gcc and clang define.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpedantic"
     union {
         std::array<double, 3> m_dTau{}; ///< tau of x, as one
-        // The members of an array under names of their own: no standard C++, but what gcc and clang define.
-        __extension__ struct {
+        struct {
             double m_ddx; ///< tau of x
             double m_ddy;
             double m_ddz;
         };
     };
+#pragma GCC diagnostic pop
     bool m_isSet = false; ///< constructed from values
     std::shared_ptr<const cGrid> m_grid;
 
