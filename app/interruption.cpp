@@ -26,7 +26,8 @@ constexpr int longestWaitMilliseconds = 500;
 /// What the handler may read at any moment: texts that live as long as the process.
 using Text = std::atomic<const std::string*>;
 Text textOfSignal[2];
-static_assert(Text::is_always_lock_free);
+std::atomic<int> signalsHandled{0};
+static_assert(Text::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 
 /// The text at an address that stays. Only few different ones are ever asked for.
 const std::string* keep(const std::string& text) {
@@ -36,18 +37,17 @@ const std::string* keep(const std::string& text) {
     return &*texts->insert(text).first;
 }
 
-void writeWithoutWaiting(const std::string& text) {
+/// @return whether the stream took the text within the time
+bool writeWithin(int milliseconds, const std::string& text) {
     pollfd stream{STDERR_FILENO, POLLOUT, 0};
-    if (poll(&stream, 1, longestWaitMilliseconds) > 0) {
-        [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+    if (poll(&stream, 1, milliseconds) <= 0) {
+        return false;
     }
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+    return true;
 }
 
-// Only what is async-signal-safe.
-extern "C" void endBySignal(int signal) {
-    if (!unfinished::mayEnd(signal)) {
-        return;
-    }
+void restoreDefaultHandling() {
     sigset_t ending;
     sigemptyset(&ending);
     for (const int each : endingSignals) {
@@ -56,9 +56,29 @@ extern "C" void endBySignal(int signal) {
     }
     // The signal itself is blocked while it is handled, and others may be.
     pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
-    unfinished::removeAll();
-    if (const std::string* text = textOfSignal[signal == SIGTERM ? 1 : 0].load()) {
-        writeWithoutWaiting(*text);
+}
+
+// Only what is async-signal-safe.
+extern "C" void endBySignal(int signal) {
+    if (!unfinished::mayEnd(signal)) {
+        return;
+    }
+    // Queues and timeout(1) reach a process twice, by its number and by its group: the second signal must not
+    // kill before the first has been dealt with. A third one does.
+    const int before = signalsHandled.fetch_add(1);
+    if (before == 1) {
+        return;
+    }
+    const std::string* text = before == 0 ? textOfSignal[signal == SIGTERM ? 1 : 0].load() : nullptr;
+    if (before == 0) {
+        unfinished::removeAll();
+    }
+    if (text != nullptr && writeWithin(0, *text)) {
+        text = nullptr;
+    }
+    restoreDefaultHandling();
+    if (text != nullptr) {
+        writeWithin(longestWaitMilliseconds, *text);
     }
     raise(signal);
 }

@@ -8,7 +8,8 @@
 /// that tells where its checkpoint is, and with the status of the signal: the hidden files that are open are
 /// removed, the default handling is restored and the signal raised again. Only while results take their
 /// places does the signal wait. All of it happens in the signal handler, from texts made ready before, so
-/// that no worker and no lock can hold it up; a second signal finds the default handling and kills.
+/// that no worker and no lock can hold it up; once that is done a further signal finds the default handling
+/// and kills.
 namespace interruption {
 
 /// For the start of the program. A signal that is ignored then, as of a job in the background, stays ignored.

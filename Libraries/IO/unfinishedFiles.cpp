@@ -26,6 +26,8 @@ std::array<Slot, slotCount> slots;
 enum class Phase { Running, Held, Ending };
 std::atomic<Phase> phase{Phase::Running};
 std::atomic<int> signalPutOff{0};
+std::atomic<int> signalsPutOff{0};
+constexpr int mostPutOff = 2; // some senders reach a process twice, by its number and by its group
 
 static_assert(std::atomic<SlotState>::is_always_lock_free && std::atomic<Phase>::is_always_lock_free &&
               std::atomic<int>::is_always_lock_free);
@@ -95,7 +97,8 @@ bool mayEnd(int signal) {
     if (phase.compare_exchange_strong(expected, Phase::Ending) || expected == Phase::Ending) {
         return true;
     }
-    return signalPutOff.exchange(signal) != 0;
+    signalPutOff = signal;
+    return signalsPutOff.fetch_add(1) >= mostPutOff;
 }
 
 } // namespace unfinished

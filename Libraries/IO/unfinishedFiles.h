@@ -40,7 +40,7 @@ public:
     ~EndingHold();
 };
 
-/// Whether the process may end by this signal now. If not, it is raised again when the hold goes; a second
+/// Whether the process may end by this signal now. If not, it is raised again when the hold goes; a third
 /// signal is let through. Async-signal-safe.
 bool mayEnd(int signal);
 

@@ -90,6 +90,7 @@ TEST_F(UnfinishedFilesDeathTest, ASignalWaitsWhileFilesTakeTheirPlaces) {
             {
                 const unfinished::EndingHold hold;
                 raise(SIGTERM);
+                raise(SIGTERM); // timeout(1) sends it to the process and to its group
                 std::ofstream(m_path) << "both in place";
             }
             _exit(9);
@@ -100,6 +101,7 @@ TEST_F(UnfinishedFilesDeathTest, ASignalWaitsWhileFilesTakeTheirPlaces) {
         {
             interruption::install();
             const unfinished::EndingHold hold;
+            raise(SIGTERM);
             raise(SIGTERM);
             raise(SIGTERM); // a disk that hangs must not keep the run from being ended
             _exit(9);
@@ -114,6 +116,41 @@ TEST(InterruptionDeathTest, AnErrorStreamThatNobodyReadsDoesNotHoldItUp) {
             endBy(SIGINT, "");
         },
         testing::KilledBySignal(SIGINT), "");
+}
+
+/// As timeout(1) does it: by the number of the process and by its group. Other threads can take the second
+/// one.
+TEST_F(UnfinishedFilesDeathTest, ASignalThatComesTwiceStillRemovesAndTells) {
+    for (int round = 0; round < 50; ++round) {
+        int ready[2];
+        int told[2];
+        ASSERT_TRUE(pipe(ready) == 0 && pipe(told) == 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            std::signal(SIGTERM, SIG_DFL);
+            dup2(told[1], STDERR_FILENO);
+            interruption::install();
+            HiddenFile draft;
+            draft.create(m_path, 0600);
+            std::thread other([] { pause(); });
+            [[maybe_unused]] const ssize_t written = write(ready[1], "x", 1);
+            pause();
+            other.join();
+        }
+        char byte = 0;
+        ASSERT_EQ(read(ready[0], &byte, 1), 1);
+        kill(child, SIGTERM);
+        kill(child, SIGTERM);
+        int state = 0;
+        ASSERT_EQ(waitpid(child, &state, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(state));
+        EXPECT_FALSE(std::filesystem::exists(m_path));
+        fcntl(told[0], F_SETFL, O_NONBLOCK);
+        EXPECT_EQ(read(told[0], &byte, 1), 1) << "round " << round;
+        for (const int end : {ready[0], ready[1], told[0], told[1]}) {
+            close(end);
+        }
+    }
 }
 
 TEST(InterruptionDeathTest, ASecondSignalKillsAtOnce) {
