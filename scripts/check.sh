@@ -12,6 +12,7 @@
 #     cppcheck     cppcheck, less the lines of scripts/cppcheck.suppressions
 #     same-answer  scripts/same-answer.sh
 #     demo         scripts/demo.sh
+#     fault-sweep  scripts/fault-sweep.sh
 #     fuzz         scripts/fuzz.sh, FUZZ_SECONDS=N for each fuzzer; 600 without
 #     coverage     all tests; at least 95 % of the lines of Libraries/ must be reached
 # JOBS=N sets the number of parallel jobs. Status 1 if a step failed.
@@ -19,7 +20,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/lib.sh
 
-readonly ALL_STEPS=(format cppcheck tidy clang asan-ubsan threads tsan coverage same-answer demo fuzz)
+readonly ALL_STEPS=(format cppcheck tidy clang asan-ubsan threads tsan coverage same-answer fault-sweep demo fuzz)
 readonly PART_OF_OTHERS=(threads) # run when named only
 readonly FUZZ_SECONDS="${FUZZ_SECONDS:-600}"
 readonly LEAST_COVERAGE=95 # per cent of lines
@@ -81,6 +82,10 @@ check_cppcheck() {
 
 check_same-answer() {
     scripts/same-answer.sh
+}
+
+check_fault-sweep() {
+    scripts/fault-sweep.sh
 }
 
 check_fuzz() {

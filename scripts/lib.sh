@@ -65,7 +65,7 @@ probe() {
     libopenblas-dev) has_library openblas ;;
     libarpack2-dev) has_library arpack ;;
     clang) command -v clang++ ;;
-    clang-format-16 | clang-tidy | cppcheck) command -v "$1" ;;
+    clang-format-16 | clang-tidy | cppcheck | strace) command -v "$1" ;;
     llvm) command -v llvm-cov && command -v llvm-profdata ;;
     libclang-rt-dev) printf 'int main() {}\n' | clang++ -fsanitize=address -x c++ - -o /dev/null ;;
     *) false ;;

@@ -16,6 +16,7 @@ enum class End {
     Fits,          ///< status 0, all results are written anew
     FitsIfAble,    ///< as Fits, or as Stops where the machine lacks memory or threads
     FitsUnwritten, ///< status 0, told that the solutions have no place
+    FitsHalf,      ///< status 0, told that one solution has no place and that the earlier other one stays
     Refused,       ///< status 1 before anything is done: an error of the command line
     Stops,         ///< status 1 in a stage
     Aborts,        ///< ended by SIGABRT after the text of an exception

@@ -83,16 +83,16 @@ std::vector<Case> pathCases() {
 }
 
 std::vector<Case> directoryCases() {
-    const std::string noPlace = "Rigid_solution.pdb could not be opened for writing";
+    const std::string noPlace = ": no file can be made there (";
     std::vector<Case> cases;
     for (const char* name : {"two words", "it's", "\"quoted\"", "a; touch b", "$(touch c)", "`touch d`",
                              "$HOME", "*", "-p", "tab\tand\nline"}) {
         cases.push_back({"a directory called " + std::string(name), take("odir", name), End::Fits, ""});
     }
-    cases.push_back(
-        {"a file in place of the directory", take("odir", "model.pdb"), End::FitsUnwritten, noPlace});
-    cases.push_back(
-        {"a directory that cannot be made", take("odir", "/proc/nowhere/out"), End::FitsUnwritten, "mkdir"});
+    cases.push_back({"a file in place of the directory", take("odir", "model.pdb"), End::FitsUnwritten,
+                     "model.pdb" + noPlace});
+    cases.push_back({"a directory that cannot be made", take("odir", "/proc/nowhere/out"), End::FitsUnwritten,
+                     "/proc/nowhere/out" + noPlace});
     cases.push_back({"a directory without permission to write",
                      [](Scene& scene) {
                          obeyPermissions();
@@ -101,7 +101,16 @@ std::vector<Case> directoryCases() {
                                          fs::perms::owner_read | fs::perms::owner_exec);
                          scene.options["odir"] = "closed";
                      },
-                     End::FitsUnwritten, noPlace});
+                     End::FitsUnwritten, "closed" + noPlace});
+    for (const char* name : {"Rigid_solution.pdb", "Solution.pdb"}) {
+        cases.push_back({"a directory in place of " + std::string(name),
+                         [name](Scene& scene) {
+                             fs::remove(scene.directory / "out" / name);
+                             fs::create_directory(scene.directory / "out" / name);
+                         },
+                         End::FitsHalf,
+                         std::string(name) + " could not be written and both are to be of one run"});
+    }
     cases.push_back(
         {"a name of 5000 letters", take("odir", std::string(5000, 'x')), End::FitsUnwritten, noPlace});
     cases.push_back({"an empty name", take("odir", ""), End::Refused, "(--odir)"});

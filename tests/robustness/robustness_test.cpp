@@ -84,6 +84,17 @@ protected:
         }
     }
 
+    void expectEarlierSolution(const RunResult& result) const {
+        EXPECT_EQ(result.status, 0) << result.err;
+        for (const std::string& name : SOLUTIONS) {
+            const fs::path path = m_scene.directory / "out" / name;
+            EXPECT_TRUE(fs::is_directory(path) || contentOf(path) == EARLIER) << name;
+        }
+        for (const char* name : {"out/original.pdb", "out/edm.map", "out/log.txt", "density.map"}) {
+            EXPECT_NE(contentOf(m_scene.directory / name), EARLIER) << name;
+        }
+    }
+
     Scene m_scene;
 };
 
@@ -103,6 +114,10 @@ TEST_P(Robustness, RunEndsAsDocumented) {
     }
     if (odd.end == End::FitsUnwritten) {
         expectUnwritten(result);
+        return;
+    }
+    if (odd.end == End::FitsHalf) {
+        expectEarlierSolution(result);
         return;
     }
     if (odd.end == End::FitsIfAble) {
@@ -143,6 +158,8 @@ const char* nameOf(End end) {
         return "fits, if able";
     case End::FitsUnwritten:
         return "fits, unwritten";
+    case End::FitsHalf:
+        return "fits, solutions as they were";
     case End::Refused:
         return "refused";
     case End::Stops:
@@ -187,6 +204,8 @@ ends, what it says and every file with the row. The run
 - **fits**: status 0; all results are written anew, all other files are as they were;
 - **fits, if able**: as above, perhaps after a warning, or status 1 and what the machine lacks;
 - **fits, unwritten**: status 0; the standard output says "[ERROR] couldn't create the file" for each solution file;
+- **fits, solutions as they were**: status 0; the solution file that could be written does not replace an earlier one,
+  since both are to be of one run; the other results are written anew;
 - **refused**: status 1 and an error of the command line before anything is done; every file is as it was;
 - **stops**: status 1 in the stage that finds the fault; every file is as it was;
 - **aborts**: ended by SIGABRT (134 in a shell) in that stage; every file is as it was;
