@@ -8,7 +8,6 @@
 
 Vantor::Vantor(int argc, char** argv, int width) : m_info(width) {
     m_workflow.parse(argc, argv);
-    m_eta.zeros(m_workflow.m_nmodes.getValue());
     // A directory that can't be made shows when the first solution file is opened.
     const std::string command = "mkdir -p -- " + shellQuote(m_workflow.m_odir.getValue());
     [[maybe_unused]] const int status = std::system(command.c_str());

@@ -22,6 +22,7 @@
 class NormalModeEngine;
 class ResultFile;
 class System;
+class cAtomGrid;
 class cSequentialTimer;
 struct PoseMove;
 
@@ -33,7 +34,7 @@ struct PoseMove;
 /// once its stage is over. A stage that finds its input unusable ends the run through fail().
 class Vantor {
 public:
-    /// Parses the command line, makes the output directory and sizes m_eta. Prints nothing.
+    /// Parses the command line, makes the output directory. Prints nothing.
     /// @param width of the report's lines
     Vantor(int argc, char** argv, int width);
 
@@ -96,6 +97,7 @@ public:
     void loadEdm();
     void loadPdb();
     void buildHessian();
+    /// Computes the modes and sizes m_eta.
     void performNMA();
     void computeStructureEdm(cSequentialTimer& timer);
     void zeroPadd();
@@ -154,6 +156,8 @@ protected:
     /// Bytes that the estimated run needs beyond what is held already; for the check before the buffers are
     /// made.
     virtual double estimateScanBytes() const = 0;
+    /// The same in address space, what the threads and the refinement take up among it.
+    virtual double estimateAddressSpace() const = 0;
     /// Number of rotations of the sampling, before the identity is added.
     double rotationCount() const;
     void fillPaddedMap(std::vector<double>& target) const;
@@ -194,11 +198,14 @@ private:
     void checkMap() const;
     void tellFrameShift() const;
     void checkModel() const;
+    void checkTrustRadius() const;
     void checkLonelyAtoms();
+    void checkSprings(const cAtomGrid& grid);
     void tellCoincidentAtoms() const;
     void tellTooManyModes() const;
     void checkResources() const;
     void tellCutModel() const;
+    void tellLongScan() const;
     cVector3 rotationCenterOfPoses() const;
     struct SolutionFile;
     PoseMove moveOfPose(const SolutionFile& output, unsigned long solution) const;

@@ -107,6 +107,13 @@ void Vantor::checkResources() const {
     const std::string remedy =
         "Use fewer workers (--nthread), no padding (--nopadding), fewer poses (--nsolutions) or "
         "a larger step (--dangle).";
+    const double addresses = estimateAddressSpace();
+    const double room = resources::freeAddressSpace();
+    if (addresses > room) {
+        fail("this run needs about " + text(addresses) +
+             " of address space and the limit of the process (ulimit -v) leaves " + text(room) +
+             ". Raise it. " + remedy);
+    }
     if (needed > memory.total) {
         fail("this run needs about " + text(needed) +
              " of memory and this machine or its control group has " + text(memory.total) + ". " + remedy);
@@ -137,8 +144,28 @@ void Vantor::threadedZeroPadd(unsigned long threadId) {
     fillPaddedMap(m_localEdmValues[threadId]);
 }
 
+/// The list of many rotations takes its time, and so does one rotation of a large grid: nothing would be seen
+/// meanwhile that tells how much is to come.
+void Vantor::tellLongScan() const {
+    constexpr double manyRotations = 1.0e6;
+    constexpr double nodesOfAMinute = 2.5e9; // that one worker correlates
+    const double rotations = rotationCount();
+    const double nodes = static_cast<double>(m_paddedGrid.getTotalSize());
+    if (rotations <= manyRotations && nodes * rotations / static_cast<double>(m_nThread) <= nodesOfAMinute) {
+        return;
+    }
+    char text[200];
+    std::snprintf(text, sizeof text,
+                  "%.0f rotations are coming, on a grid of %u x %u x %u nodes and %lu workers. A larger step "
+                  "(--dangle) makes them fewer.",
+                  rotations, m_paddedGrid.m_size[0], m_paddedGrid.m_size[1], m_paddedGrid.m_size[2],
+                  m_nThread);
+    warn(text);
+}
+
 std::vector<std::array<double, 3>> Vantor::getEulerAngles() {
     m_info.printInfo(" Loading the rotation angles ");
+    tellLongScan();
     unsigned int size[3] = {m_edm.m_grid.m_size[0], m_edm.m_grid.m_size[1], m_edm.m_grid.m_size[2]};
     auto rotations = cAngularSampler::constructRotations(m_workflow.getDangle(size));
     constexpr double identityTolerance = 1e-11;

@@ -158,9 +158,10 @@ void VantorHexaust::mergeConformationOpt() {
     m_localEulerAngles.clear();
     m_ccf.reset();
     releaseOracles();
+    std::vector<Filters> filters;
     for (const auto& scan : m_local_ccf) {
         if (scan) {
-            m_filters.insert(scan->filters().begin(), scan->filters().end());
+            filters.push_back(scan->takeFilters());
         }
     }
     m_local_ccf.clear();
@@ -177,7 +178,20 @@ void VantorHexaust::mergeConformationOpt() {
     }
     m_topConformations = merged.toStdVector();
     m_localTopConformations.clear();
+    keepFilters(filters);
     tellNoPoses();
+}
+
+/// Of the workers' filters those of the rotations that the poses have.
+void VantorHexaust::keepFilters(const std::vector<Filters>& filters) {
+    for (const auto& pose : m_topConformations) {
+        for (const Filters& ofWorker : filters) {
+            const auto known = ofWorker.find({pose.m_alpha, pose.m_beta, pose.m_gamma});
+            if (known != ofWorker.end()) {
+                m_filters.insert(*known);
+            }
+        }
+    }
 }
 
 /// Nothing else tells empty solution files from a run that went wrong.
@@ -241,5 +255,37 @@ double VantorHexaust::estimateScanBytes() const {
     const double angles = 2.0 * 24.0 * rotations;
     const double kept = std::min<double>(m_workflow.getCapacity(), rotations * m_paddedGrid.getTotalSize());
     const double solutions = conformation * kept * (workers + 1.0);
-    return arrays + 2.0 * map + angles + solutions;
+    // A worker keeps the filters of no more rotations than twice its set has places; a node of their map.
+    constexpr double bytesPerFilter = 96.0;
+    const double filters = isMultistep() ? 0.0 : bytesPerFilter * std::min(2.0 * kept, rotations) * workers;
+    return arrays + 2.0 * map + angles + solutions + filters;
+}
+
+/// An upper bound, unlike that of the bytes: what the limit refuses ends the run.
+double VantorHexaust::estimateAddressSpace() const {
+    const double map = 8.0 * static_cast<double>(m_edm.m_grid.getTotalSize());
+    const double workers = static_cast<double>(m_nThread);
+    const double nDof = static_cast<double>(m_nma->m_nModes) + 6.0;
+    const double slice =
+        m_paddedGrid.m_size[2] * static_cast<double>(m_paddedGrid.m_size[0] + m_paddedGrid.m_size[1]);
+    // Planes, slabs and their transforms, and what spectra lose to the bounds of huge pages.
+    constexpr double hugePage = 2097152.0;
+    const double beside = (32.0 * slice + 2.0 * hugePage) * (workers + 1.0);
+    // One more stack for the thread of the checkpoints.
+    const double stacks = resources::threadStack() * (workers + 1.0);
+    // The table of derivatives comes when the spectra have gone.
+    const cBBox box = ElectronDensity::getBoundingBox(m_positions, m_sigma, ElectronDensity::EPSILON, 1.0);
+    const cVector3 cell = m_edm.m_grid.m_cellDim;
+    const auto nodes = [](double edge, double step) { return edge / step + 2.0; };
+    const double reached =
+        std::min<double>(m_paddedGrid.getTotalSize(), nodes(box.m_max.x - box.m_min.x, cell.x) *
+                                                          nodes(box.m_max.y - box.m_min.y, cell.y) *
+                                                          nodes(box.m_max.z - box.m_min.z, cell.z));
+    const double table = 8.0 * reached * (nDof + nDof * (nDof + 1.0) / 2.0 + 1.0);
+    constexpr double program = 8.0 * 1048576.0; // plans, lines of output, atoms
+    const double atoms =
+        (56.0 + 24.0 * nDof) * static_cast<double>(m_atoms.size()) * (isMultistep() ? 2.0 * workers : 2.0);
+    // Both voxels and flat array of the map are there already.
+    const double scan = estimateScanBytes() - 2.0 * map + beside;
+    return std::max(scan, table) + stacks + atoms + program;
 }

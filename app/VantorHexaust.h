@@ -83,6 +83,7 @@ public:
 
 protected:
     double estimateScanBytes() const override;
+    double estimateAddressSpace() const override;
 
     std::unique_ptr<ThirdOrderCrossCorrelation> m_ccf; ///< of the serial path; null in every run
     std::vector<LimitedSizeSet<HexaustFlexibleFitConformation>> m_localTopConformations;
@@ -100,6 +101,8 @@ private:
     std::shared_ptr<CrossCorrelationOracle> makeOracle(double* target) const;
     void initLocalOracle(unsigned long threadId);
     void releaseOracles();
+    using Filters = std::map<std::array<double, 3>, fccf::SigmaFilter>;
+    void keepFilters(const std::vector<Filters>& filters);
     void tellNoPoses() const;
 
     std::unique_ptr<const ScanMap> m_scanMap;                            ///< without multistep
@@ -110,8 +113,7 @@ private:
     std::shared_ptr<const ScanPattern> m_pattern;
     std::once_flag m_patternMade;
     std::shared_ptr<const ElectronDensity> m_patternDensity; ///< outlives the scan
-    std::map<std::array<double, 3>, fccf::SigmaFilter>
-        m_filters;              ///< of the scan's rotations, by their angles
+    Filters m_filters;                                       ///< of the poses' rotations, by their angles
     DensityTable m_derivatives; ///< of the pattern, made by the first pose refined
     std::once_flag m_derivativesMade;
 };

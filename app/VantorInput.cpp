@@ -19,6 +19,12 @@ std::string describeAtom(const cPDBAtom& atom) {
            std::to_string(atom.m_resSeq) + ", chain '" + atom.m_chain + "')";
 }
 
+std::string toText(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", value);
+    return text;
+}
+
 /// Voxels whose map and flat array this machine or its control group can hold.
 std::int64_t voxelsInMemory() {
     constexpr double bytesPerVoxel = 16.0;
@@ -89,6 +95,16 @@ void Vantor::loadPdb() {
     m_info.printInfo(" Total mass ", m_totalMass, " ");
     m_positions = pdbAtoms2Positions(m_atoms);
     checkModel();
+    checkTrustRadius();
+}
+
+/// A trust region without bounds would let the solvers step anywhere.
+void Vantor::checkTrustRadius() const {
+    const double maxRmsd = m_workflow.m_maxrmsd.getValue();
+    if (!std::isfinite(maxRmsd * maxRmsd * m_totalMass)) {
+        fail(m_workflow.m_ipdb.getValue() + ": --maxrmsd " + toText(maxRmsd) +
+             " squared times the mass of the model is beyond the range of numbers. Use a smaller one.");
+    }
 }
 
 void Vantor::checkModel() const {

@@ -12,6 +12,7 @@
 #include "PDB/cAtomGrid.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
+#include "app/resources.h"
 
 void Vantor::buildHessian() {
     m_info.printInfo(" Constructing Hessian ");
@@ -26,11 +27,45 @@ void Vantor::buildHessian() {
     {
         cAtomGrid grid;
         grid.initPointer(m_atoms.data(), count, nullptr, m_workflow.m_cutoff.getValue());
+        checkSprings(grid);
         grid.constructNeighbourList(m_atoms.data(), count, &pairs);
     }
     const NeighbourList<std::array<double, 3>> neighbours(pairs);
     cPDBAtom::cNeighbourList().swap(pairs);
     m_system = std::make_shared<System>(neighbours, m_masses, m_workflow.m_stiffness.getValue(), &m_info);
+}
+
+/// Ends the run if the network can't be held; docs/cost.md derives the bytes.
+void Vantor::checkSprings(const cAtomGrid& grid) {
+    constexpr double bytesPerRecord = 216.0; // its entries, the record itself and its place in the order
+    constexpr double bytesPerAtom = 144.0;   // the entries on the diagonal
+    const resources::Memory memory = resources::memory();
+    const double addresses = resources::freeAddressSpace() - resources::blasBuffer;
+    if (addresses <= 0.0) {
+        fail("normal modes (--nmodes) need more address space than the limit of the process (ulimit -v) "
+             "leaves. Raise it, or use no modes.");
+    }
+    const double most = std::min(memory.total, addresses);
+    const double places = std::max(most - bytesPerAtom * static_cast<double>(m_atoms.size()), 0.0);
+    constexpr double largestCount = 9.0e18; // of the counter's type
+    const auto fitting = static_cast<std::size_t>(std::min(places / bytesPerRecord, largestCount));
+    // An atom is among its own neighbours.
+    const std::size_t records =
+        grid.countNeighbours(m_atoms.data(), static_cast<int>(m_atoms.size()), fitting + m_atoms.size());
+    const std::string need = "the springs of atoms within the cut-off of " +
+                             std::to_string(m_workflow.m_cutoff.getValue()) + " angstrom need ";
+    constexpr double gigabyte = 1024.0 * 1024.0 * 1024.0;
+    const auto text = [&](double bytes) { return std::to_string(bytes / gigabyte) + " GiB"; };
+    if (records > fitting + m_atoms.size()) {
+        fail(m_workflow.m_ipdb.getValue() + ": " + need + "more than the " + text(most) +
+             " of memory that this run can have. Use a smaller --cutoff, or no modes.");
+    }
+    const double needed = bytesPerRecord * static_cast<double>(records - m_atoms.size()) +
+                          bytesPerAtom * static_cast<double>(m_atoms.size());
+    if (needed > memory.available) {
+        warn(m_workflow.m_ipdb.getValue() + ": " + need + "about " + text(needed) + " of memory and only " +
+             text(memory.available) + " are free. Use a smaller --cutoff, or no modes.");
+    }
 }
 
 void Vantor::checkLonelyAtoms() {
@@ -96,6 +131,7 @@ void Vantor::performNMA() {
     try {
         m_nma = std::make_shared<NormalModeEngine>(m_system, m_positions, m_masses, m_blockIds, nModes,
                                                    1.0 / (gasConstant + gasConstant), &m_info);
+        m_eta.zeros(m_nma->m_nModes);
     } catch (const std::exception&) {
         warn(m_workflow.m_ipdb.getValue() +
              ": its normal modes could not be computed. Use a smaller --nmodes, a larger --cutoff or a "

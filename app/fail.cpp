@@ -53,10 +53,10 @@ bool isOutOfMemory() {
 /// stage whose other workers go on.
 [[noreturn]] void endWithoutMemory() {
     flushReport();
-    std::fputs("selvane: out of memory. Use fewer workers (--nthread), keep fewer poses (--nsolutions), or "
-               "give the run "
-               "more memory.\n",
-               stderr);
+    std::fputs(
+        "selvane: out of memory. Use fewer workers (--nthread), no padding (--nopadding), fewer poses "
+        "(--nsolutions) or a larger step (--dangle), or raise the limits of the process (ulimit -v).\n",
+        stderr);
     std::fflush(stderr);
     _exit(1);
 }

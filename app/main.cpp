@@ -22,6 +22,7 @@
 #include "app/VantorThread.h"
 #include "app/fail.h"
 #include "app/interruption.h"
+#include "app/resources.h"
 
 // The workers are the parallelism of a run; a matrix library with threads of its own would only multiply
 // them.
@@ -234,6 +235,7 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    resources::spareAddressSpace(argv);
     installTerminateHandler();
     interruption::install();
     // A file that would grow beyond the limit of the user fails as one on a full disk, with a message.

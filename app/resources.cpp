@@ -2,11 +2,18 @@
 #include "app/resources.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <system_error>
 
+#include <malloc.h>
+#include <pthread.h>
+#include <sys/resource.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 namespace {
 
@@ -98,6 +105,43 @@ Memory memory(const std::string& root) {
     }
     memory.available = std::min(memory.available, memory.total);
     return memory;
+}
+
+double freeAddressSpace() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) {
+        return unknown;
+    }
+    const double pages = numberIn("/proc/self/statm");
+    const double taken = pages < unknown ? pages * static_cast<double>(sysconf(_SC_PAGESIZE)) : 0.0;
+    return std::max(static_cast<double>(limit.rlim_cur) - taken, 0.0);
+}
+
+double threadStack() {
+    pthread_attr_t attributes;
+    std::size_t stack = 0;
+    std::size_t guard = 0;
+    if (pthread_attr_init(&attributes) == 0) {
+        pthread_attr_getstacksize(&attributes, &stack);
+        pthread_attr_getguardsize(&attributes, &guard);
+        pthread_attr_destroy(&attributes);
+    }
+    return static_cast<double>(stack) + static_cast<double>(guard);
+}
+
+void spareAddressSpace(char** argv) {
+    if (!(freeAddressSpace() < unknown)) {
+        return;
+    }
+    const char* const threads = std::getenv("OPENBLAS_NUM_THREADS");
+    if (threads == nullptr || std::string(threads) != "1") {
+        std::error_code error;
+        const std::string program = std::filesystem::read_symlink("/proc/self/exe", error).string();
+        setenv("OPENBLAS_NUM_THREADS", "1", 1);
+        execv(program.c_str(), argv);
+        // The program's file may be gone; the run goes on with the threads that there are.
+    }
+    mallopt(M_ARENA_MAX, 1);
 }
 
 double freeDisk(const std::string& directory) {

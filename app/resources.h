@@ -17,6 +17,22 @@ struct Memory {
 /// @param root directory in which /proc and /sys are looked for
 Memory memory(const std::string& root = "");
 
+/// Bytes of address space that the process may still take up; infinite without a limit (ulimit -v).
+double freeAddressSpace();
+
+/// Bytes of address space that the stack of a new thread takes up.
+double threadStack();
+
+/// Address space, in bytes, that the matrix library takes for a thread that is inside it. It keeps it for the
+/// next one, and under a limit that refuses it, it asks again without an end.
+constexpr double blasBuffer = 134217728.0;
+
+/// Keeps what needs no memory from taking address space, if that is limited: the matrix library's threads,
+/// of which there is one per core with a buffer and a stack each as soon as the library is loaded, so that
+/// the program is loaded anew; and the heaps of the workers, 64 MiB each.
+/// @param argv  of main(), whose first act this is
+void spareAddressSpace(char** argv);
+
 /// Bytes free for an unprivileged user in the file system of a directory; infinite where that is unknown.
 double freeDisk(const std::string& directory);
 

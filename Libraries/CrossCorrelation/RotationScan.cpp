@@ -35,7 +35,6 @@ void RotationScan::rotate(const std::array<double, 3>& eulerAngles) {
     m_filter = m_rotator.rotate(
         eulerAngles, [this](std::size_t i, std::size_t j) { return m_correlator.targetRow(i, j); });
     m_eulerAngles = eulerAngles;
-    m_filters.insert_or_assign(eulerAngles, m_filter);
     m_state = State::Rotated;
 }
 
@@ -56,12 +55,34 @@ void RotationScan::offer(LimitedSizeSet<HexaustFlexibleFitConformation>& set) {
         throw std::logic_error("RotationScan: the present rotation is not correlated");
     }
     const double alpha = m_eulerAngles[0], beta = m_eulerAngles[1], gamma = m_eulerAngles[2];
+    bool offered = false;
     m_correlator.readResult([&](std::size_t i, std::size_t j, const double* scores) {
         offerScores(set, scores, m_grid->m_size[2], [&](std::size_t k) {
+            offered = true;
             return HexaustFlexibleFitConformation(scores[k], static_cast<int>(i), static_cast<int>(j),
                                                   static_cast<int>(k), m_eta, m_grid, alpha, beta, gamma);
         });
     });
+    if (offered) {
+        keepFilter(set);
+    }
+}
+
+/// Most rotations of a long scan lose their candidates to later ones: their filters go with them, many at a
+/// time.
+void RotationScan::keepFilter(const LimitedSizeSet<HexaustFlexibleFitConformation>& set) {
+    m_filters.insert_or_assign(m_eulerAngles, m_filter);
+    if (m_filters.size() / 2 <= set.getMaxSize()) {
+        return;
+    }
+    Filters alive;
+    for (const auto& candidate : set) {
+        const auto known = m_filters.find({candidate.m_alpha, candidate.m_beta, candidate.m_gamma});
+        if (known != m_filters.end()) {
+            alive.insert(*known);
+        }
+    }
+    m_filters.swap(alive);
 }
 
 void completeCandidate(const DensityTable& table, const RotatedNodes& map,

@@ -5,6 +5,7 @@
 #include <array>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "CrossCorrelation/DensityTable.h"
@@ -54,11 +55,18 @@ public:
     /// @throws std::logic_error if the map was rotated since it was correlated last
     void offer(LimitedSizeSet<HexaustFlexibleFitConformation>& set);
 
-    /// The filter of every rotation so far, by its angles.
-    const std::map<std::array<double, 3>, fccf::SigmaFilter>& filters() const { return m_filters; }
+    /// Filters of rotations, by the angles.
+    using Filters = std::map<std::array<double, 3>, fccf::SigmaFilter>;
+
+    /// Those of the rotations that the set has a candidate of, as far as this scan offered it. The number of
+    /// others that had one before is bounded by the set's limit.
+    const Filters& filters() const { return m_filters; }
+    Filters takeFilters() { return std::exchange(m_filters, {}); }
 
 private:
     enum class State { Empty, Rotated, Correlated };
+
+    void keepFilter(const LimitedSizeSet<HexaustFlexibleFitConformation>& set);
 
     std::shared_ptr<const cGrid> m_grid;
     std::size_t m_rowSize; ///< of the map
@@ -67,7 +75,7 @@ private:
     State m_state = State::Empty;
     std::array<double, 3> m_eulerAngles{};
     fccf::SigmaFilter m_filter{{}, 0.0};
-    std::map<std::array<double, 3>, fccf::SigmaFilter> m_filters;
+    Filters m_filters;
     arma::Col<double> m_eta; ///< zeros, an amplitude per mode of the pattern
 };
 

@@ -177,16 +177,20 @@ void cAtomGrid::visitNeighbours(const cVector3& p, Visitor visit) const {
     }
 }
 
-void cAtomGrid::constructNeighbourList(cPDBAtom* atoms, int n, cPDBAtom::cNeighbourList* out) const {
-    // Counted first: a list that grows step by step holds up to three times its size while it is copied.
-    std::size_t count = out->size();
-    for (int a = 0; a < n; ++a) {
+std::size_t cAtomGrid::countNeighbours(const cPDBAtom* atoms, int n, std::size_t most) const {
+    std::size_t count = 0;
+    for (int a = 0; a < n && count <= most; ++a) {
         visitNeighbours(atoms[a].m_position, [&count](const cPDBAtom*, double) {
             ++count;
             return true;
         });
     }
-    out->reserve(count);
+    return count;
+}
+
+void cAtomGrid::constructNeighbourList(cPDBAtom* atoms, int n, cPDBAtom::cNeighbourList* out) const {
+    // Counted first: a list that grows step by step holds up to three times its size while it is copied.
+    out->reserve(out->size() + countNeighbours(atoms, n));
     for (int a = 0; a < n; ++a) {
         visitNeighbours(atoms[a].m_position, [&](cPDBAtom* b, double distance2) {
             out->push_back({b, &atoms[a], distance2});

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -43,6 +44,11 @@ public:
     /// Appends to `out`, for each of the n given atoms a in order, a record (b, a, |a - b|²) for every atom b
     /// of the grid strictly nearer than the cell size, a itself included.
     void constructNeighbourList(cPDBAtom* atoms, int n, cPDBAtom::cNeighbourList* out) const;
+
+    /// The number of records that constructNeighbourList appends; some number above `most` if there are more
+    /// than that many.
+    std::size_t countNeighbours(const cPDBAtom* atoms, int n,
+                                std::size_t most = std::numeric_limits<std::size_t>::max()) const;
 
     /// Appends to `out` those of the n atoms that have no other atom (another m_index) of the grid strictly
     /// nearer than the cell size. Cheaper than the list: the search around an atom ends at its first

@@ -29,9 +29,10 @@ void redirect(const char* path, int stream) {
     }
 }
 
-void limitFiles(std::uintmax_t size) {
+template <class Resource>
+void limitResource(Resource resource, std::uintmax_t size) {
     const rlimit limit{size, size};
-    if (size > 0 && setrlimit(RLIMIT_FSIZE, &limit) != 0) {
+    if (size > 0 && setrlimit(resource, &limit) != 0) {
         _exit(125);
     }
 }
@@ -76,7 +77,8 @@ RunResult RunFixture::run(const Arguments& arguments) const {
 
     const pid_t child = fork();
     if (child == 0) {
-        limitFiles(m_largestFile);
+        limitResource(RLIMIT_FSIZE, m_largestFile);
+        limitResource(RLIMIT_AS, m_addressSpace);
         becomeProgram(m_directory / "work", out, err, pointers);
     }
     int state = 0;

@@ -47,9 +47,10 @@ protected:
     std::set<std::string> entries(const std::string& directory = ".") const;
 
     std::filesystem::path m_directory;
-    std::uintmax_t m_largestFile = 0; ///< that a run may write, in bytes; 0 for no limit
-    std::vector<TestAtom> m_model;    ///< as in model.pdb
-    TestMap m_map;                    ///< as in map.ccp4
+    std::uintmax_t m_largestFile = 0;  ///< that a run may write, in bytes; 0 for no limit
+    std::uintmax_t m_addressSpace = 0; ///< of a run, in bytes; 0 for no limit
+    std::vector<TestAtom> m_model;     ///< as in model.pdb
+    TestMap m_map;                     ///< as in map.ccp4
 };
 
 /// The path that the program is started by.

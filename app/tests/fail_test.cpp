@@ -38,7 +38,7 @@ TEST(FailDeathTest, UncaughtExceptionIsNamedBeforeTheAbort) {
 
 TEST(FailDeathTest, WithoutMemoryTheRunEndsWithStatusOneAndARemedy) {
     EXPECT_EXIT(throwUncaught(std::bad_alloc()), ::testing::ExitedWithCode(1),
-                "^selvane: out of memory. Use fewer workers \\(--nthread\\), [^\n]*\n$");
+                "^selvane: out of memory. Use fewer workers \\(--nthread\\), [^\n]*ulimit -v[^\n]*\n$");
 }
 
 TEST(FailDeathTest, UncaughtStringIsNamedBeforeTheAbort) {

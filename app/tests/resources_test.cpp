@@ -4,6 +4,9 @@
 #include <filesystem>
 #include <fstream>
 
+#include <sys/mman.h>
+#include <sys/resource.h>
+
 #include <gtest/gtest.h>
 
 #include "app/resources.h"
@@ -34,6 +37,35 @@ TEST(Resources, MemoryIsPositiveAndNoMoreIsFreeThanThereIs) {
     EXPECT_GT(memory.total, 0.0);
     EXPECT_GE(memory.available, 0.0);
     EXPECT_LE(memory.available, memory.total);
+}
+
+TEST(Resources, StackOfAThreadIsAtLeastWhatThreadsNeed) {
+    constexpr double smallest = 16384.0;
+    EXPECT_GE(resources::threadStack(), smallest);
+    EXPECT_LT(resources::threadStack(), 1e12);
+}
+
+/// Ends with status 0 if a limit of address space counts for what the process does not have yet.
+[[noreturn]] void compareFreeAddressSpace() {
+    constexpr double gigabyte = 1073741824.0;
+    constexpr double limit = 1024.0 * gigabyte;
+    const bool unlimited = std::isinf(resources::freeAddressSpace());
+    const rlimit small{static_cast<rlim_t>(limit), static_cast<rlim_t>(limit)};
+    if (setrlimit(RLIMIT_AS, &small) != 0) {
+        std::_Exit(2);
+    }
+    const double left = resources::freeAddressSpace();
+    void* const taken = mmap(nullptr, static_cast<std::size_t>(gigabyte), PROT_NONE,
+                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    const bool follows = taken != MAP_FAILED && left - resources::freeAddressSpace() >= gigabyte;
+    std::_Exit(unlimited && left < limit && left > 0.0 && follows ? 0 : 1);
+}
+
+TEST(ResourcesDeathTest, AddressSpaceIsTheLimitLessWhatIsTaken) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizer takes more address space than any limit";
+#endif
+    EXPECT_EXIT(compareFreeAddressSpace(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(ControlGroups, WithoutALimitTheMachineCounts) {

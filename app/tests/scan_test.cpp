@@ -71,10 +71,10 @@ protected:
     }
 
     /// A fit with its grids laid.
-    std::unique_ptr<OpenFit> prepared(const std::string& odir,
-                                      const std::vector<std::string>& options = {}) const {
+    std::unique_ptr<OpenFit> prepared(const std::string& odir, const std::vector<std::string>& options = {},
+                                      const char* dangle = "72") const {
         std::vector<std::string> words = {"selvane", "--ipdb",    "model.pdb", "--iedm", "map.ccp4",
-                                          "--odir",  odir,        "--dangle",  "72",     "--nsolutions",
+                                          "--odir",  odir,        "--dangle",  dangle,   "--nsolutions",
                                           "40",      "--nthread", "2"};
         words.insert(words.end(), options.begin(), options.end());
         std::vector<char*> pointers;
@@ -419,6 +419,23 @@ TEST_F(Scan, MultistepMovesTheModelToWhereASolverOnTheSameMapEnds) {
     EXPECT_EQ(eta(0), x(6));
     EXPECT_EQ(eta(1), x(7));
     EXPECT_NE(eta(1), 0.0);
+}
+
+TEST_F(Scan, OfManyRotationsIsAnnouncedWithItsSize) {
+    const auto announced = [this](const char* dangle) {
+        const auto fit = prepared("out", {}, dangle);
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        fit->getEulerAngles();
+        testing::internal::GetCapturedStdout();
+        return testing::internal::GetCapturedStderr();
+    };
+    EXPECT_EQ(announced("2.5"), "");
+    // ceil(129600 / (2.4^2 pi)) * 150, on the map's 14 x 12 x 10 in powers of two.
+    EXPECT_EQ(
+        announced("2.4"),
+        "selvane: 1074300 rotations are coming, on a grid of 16 x 16 x 16 nodes and 2 workers. A larger "
+        "step (--dangle) makes them fewer.\n");
 }
 
 } // namespace

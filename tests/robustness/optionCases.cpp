@@ -69,7 +69,10 @@ std::vector<Case> optionCases() {
     cases.push_back(with("nsolutions", "2147483647", {End::Fits, ""}));
     cases.push_back(with("nclusters", "2147483647", {End::Fits, ""}));
     cases.push_back(with("maxrmsd", "1e100", {End::Fits, ""}));
+    cases.push_back(
+        with("maxrmsd", "1e153", {End::Stops, "model.pdb: --maxrmsd 1e+153 squared times the mass"}));
     cases.push_back(with("nmodes", "200", {End::Aborts, "use at most 112"}));
+    cases.push_back(with("nmodes", "2147483647", {End::Aborts, "use at most 112"}));
     cases.push_back({"`--nmodes` 3 with `--stiffness` 1e-300",
                      [](Scene& scene) {
                          scene.options["nmodes"] = "3";

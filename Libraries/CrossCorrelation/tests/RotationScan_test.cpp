@@ -252,8 +252,12 @@ TEST(ScanMap, HoldsValuesInSinglePrecisionOnlyIfAllAreExact) {
 TEST_P(Scan, NodesReadOneByOneAreThoseOfTheRotatedMapBitForBit) {
     const ScanMap scanMap(map, mapGrid);
     RotationScan step(scanMap, modelGrid, given.filterSigmas);
+    const auto pattern = step.makePattern(density());
+    Set all(100000);
     for (const Angles& angles : rotations) {
         step.rotate(angles);
+        step.correlate(*pattern);
+        step.offer(all);
     }
     std::vector<double> turned(mapGrid.getTotalSize());
     for (const Angles& angles : rotations) {
@@ -272,6 +276,46 @@ TEST_P(Scan, NodesReadOneByOneAreThoseOfTheRotatedMapBitForBit) {
         EXPECT_EQ(nodes(0, mapGrid.m_size[1], 0), 0.0);
         EXPECT_EQ(nodes(0, 0, mapGrid.m_size[2]), 0.0);
     }
+}
+
+TEST_P(Scan, KeepsFiltersOfRotationsWithCandidatesAlone) {
+    const ScanMap scanMap(map, mapGrid);
+    RotationScan step(scanMap, modelGrid, given.filterSigmas);
+    const auto pattern = step.makePattern(density());
+    constexpr std::size_t limit = 2;
+    constexpr std::size_t manyRotations = 60;
+    Set set(limit);
+    const std::vector<double> turns = noise(3 * manyRotations, 6, -3.0, 3.0);
+    for (std::size_t r = 0; r < manyRotations; ++r) {
+        step.rotate({turns[3 * r], turns[3 * r + 1], turns[3 * r + 2]});
+        step.correlate(*pattern);
+        // Every rotation has candidates that live for a moment.
+        if (r % 3 == 0) {
+            set = Set(limit);
+        }
+        step.offer(set);
+        ASSERT_LE(step.filters().size(), 2 * limit + 1);
+        for (const auto& candidate : set) {
+            ASSERT_EQ(step.filters().count({candidate.m_alpha, candidate.m_beta, candidate.m_gamma}), 1U);
+        }
+    }
+    const RotationScan::Filters taken = step.takeFilters();
+    EXPECT_FALSE(taken.empty());
+    EXPECT_TRUE(step.filters().empty());
+}
+
+TEST_P(Scan, RotationWithoutACandidateLeavesNoFilter) {
+    const ScanMap scanMap(map, mapGrid);
+    RotationScan step(scanMap, modelGrid, given.filterSigmas);
+    const auto pattern = step.makePattern(density());
+    Set set(1);
+    HexaustFlexibleFitConformation best;
+    best.m_rigidScore = 1e9;
+    set.add(best);
+    step.rotate(rotations[1]);
+    step.correlate(*pattern);
+    step.offer(set);
+    EXPECT_TRUE(step.filters().empty());
 }
 
 TEST(OfferScores, PassesOverWhatAFullSetWouldRefuse) {
