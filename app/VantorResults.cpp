@@ -11,6 +11,7 @@
 
 #include "IO/HiddenFile.h"
 #include "IO/ResultFile.h"
+#include "Math/pi.h"
 #include "Math/structure.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "PDB/AtomLines.h"
@@ -30,7 +31,6 @@ void Vantor::initThreadedRefineTopConformations() {
     const cMatrix33 inertia = getInertiaTensor(m_atoms, mass);
     const double sqDx = m_edm.m_grid.m_cellDim.norm2();
     unsigned int size[3] = {m_edm.m_grid.m_size[0], m_edm.m_grid.m_size[1], m_edm.m_grid.m_size[2]};
-    constexpr double pi = 3.141592653589793;
     const double s = std::sin(m_workflow.getDangle(size) * pi / 180.0 * 0.5);
     double sqDAngle = 4.0 / mass * s * s * (inertia(0, 0) + inertia(1, 1) + inertia(2, 2));
     const double maxRmsd = m_workflow.m_maxrmsd.getValue();

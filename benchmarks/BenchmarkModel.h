@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Math/cGrid.h"
+#include "Math/pi.h"
 #include "NMAEngine/NormalModeEngine.h"
 
 /// A ball of atoms packed as densely as the heavy atoms of a protein, and grids around it.
@@ -20,8 +21,7 @@ struct BenchmarkModel {
     /// @param modes  number of normal modes; their displacements are random
     explicit BenchmarkModel(std::size_t atoms, unsigned int modes = 0)
         : engine(std::make_shared<NormalModeEngine>(modes)) {
-        const double radius =
-            std::cbrt(volumePerAtom * static_cast<double>(atoms) * 3.0 / (4.0 * 3.141592653589793));
+        const double radius = std::cbrt(volumePerAtom * static_cast<double>(atoms) * 3.0 / (4.0 * pi));
         std::mt19937 random(1);
         std::uniform_real_distribution<double> along(-1.0, 1.0);
         while (positions.size() < atoms) {

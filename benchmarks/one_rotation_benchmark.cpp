@@ -15,6 +15,7 @@
 #include "CrossCorrelation/LimitedSizeSet.h"
 #include "CrossCorrelation/RotationScan.h"
 #include "Math/cGrid.h"
+#include "Math/pi.h"
 #include "Sampler/cAngularSampler.h"
 #include "benchmarks/BenchmarkModel.h"
 #include "benchmarks/TransformPair.h"
@@ -134,7 +135,7 @@ private:
             sum +=
                 density[s] * target((i + n - shift[0]) % n, (j + n - shift[1]) % n, (k + n - shift[2]) % n);
         }
-        return sum / (8.0 * 3.141592653589793 * 3.141592653589793 * 3.141592653589793);
+        return sum / (8.0 * pi * pi * pi);
     }
 
     BenchmarkModel m_model;

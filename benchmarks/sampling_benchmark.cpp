@@ -26,7 +26,7 @@ constexpr std::array<double, 3> angles{0.4, -0.7, 1.9};
 std::vector<double> rotateInSteps(const std::vector<double>& map, const cGrid& grid, const cGrid& padded) {
     const cMatrix33 rotation = cMatrix33::rotationXYZ(angles[0], angles[1], angles[2]);
     std::vector<cVector3> positions(map.size());
-    grid.getRotatedPos(rotation, 0.5 * (grid.m_box.m_min + grid.m_box.m_max), positions);
+    grid.getRotatedPos(rotation, grid.m_box.center(), positions);
     std::vector<double> values(map.size());
     lerp::lerp3d(positions, grid, map, values);
     fccf::filterValues(values, 0.0);
@@ -71,7 +71,7 @@ void sampleRows(benchmark::State& state) {
     for ([[maybe_unused]] const auto iteration : state) {
         turn += 1.0;
         const RotatedLattice lattice(*grid, cMatrix33::rotationXYZ(turn, 0.37 * turn, 2.3 * turn),
-                                     0.5 * (grid->m_box.m_min + grid->m_box.m_max));
+                                     grid->m_box.center());
         const double start = threadMilliseconds();
         pair.execute();
         const double middle = threadMilliseconds();

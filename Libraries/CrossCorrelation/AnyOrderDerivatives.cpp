@@ -7,10 +7,10 @@
 #include "CrossCorrelation/DerivativeReader.h"
 #include "CrossCorrelation/shiftedBox.h"
 #include "CrossCorrelation/shiftedSums.h"
+#include "Math/pi.h"
 
 namespace {
 
-constexpr double pi = 3.141592653589793;
 constexpr double correlationScale = 1.0 / (8.0 * pi * pi * pi); // (2 pi)^-3
 
 /// Up to here the weighted sums for each voxel are cheaper than gradient maps of n degrees of freedom.

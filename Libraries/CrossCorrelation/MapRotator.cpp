@@ -28,5 +28,5 @@ fccf::SigmaFilter MapRotator::filterOf(const std::array<double, 3>& eulerAngles)
 
 RotatedLattice MapRotator::latticeOf(const cGrid& grid, const std::array<double, 3>& eulerAngles) {
     return {grid, cMatrix33::rotationXYZ(eulerAngles[0], eulerAngles[1], eulerAngles[2]),
-            0.5 * (grid.m_box.m_min + grid.m_box.m_max)};
+            grid.m_box.center()};
 }

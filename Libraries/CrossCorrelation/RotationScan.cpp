@@ -7,19 +7,11 @@
 #include "CrossCorrelation/offerScores.h"
 #include "CrossCorrelation/shiftedSums.h"
 
-namespace {
-
-std::array<unsigned int, 3> sizeOf(const cGrid& grid) {
-    return {grid.m_size[0], grid.m_size[1], grid.m_size[2]};
-}
-
-} // namespace
-
 RotationScan::RotationScan(const ScanMap& map, std::shared_ptr<const cGrid> grid, double filterSigmas)
     : m_grid(std::move(grid))
     , m_rowSize(map.grid().m_size[2])
     , m_rotator(map, filterSigmas)
-    , m_correlator(*m_grid, sizeOf(map.grid())) {}
+    , m_correlator(*m_grid, map.grid().getSizes()) {}
 
 std::shared_ptr<const ScanPattern> RotationScan::makePattern(std::shared_ptr<const ElectronDensity> density) {
     m_state = State::Empty;

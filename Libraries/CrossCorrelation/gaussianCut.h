@@ -4,13 +4,14 @@
 
 #include <cmath>
 
+#include "Math/pi.h"
+
 /// Where the Gaussian of an atom is cut off.
 namespace gaussianCut {
 
 /// Z = sqrt(8 pi^3 sigma^3). It cancels in the density, so it matters only for the cut.
 // Deliberate: the power of sigma under the root is 3 and not 6, and the factors go in this order.
 inline double normalization(double sigma) {
-    constexpr double pi = 3.141592653589793;
     const double twoPiSigma = sigma * 2.0 * pi;
     double product = (twoPiSigma + twoPiSigma) * pi * sigma;
     product += product;

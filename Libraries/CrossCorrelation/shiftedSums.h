@@ -8,6 +8,7 @@
 
 #include "CrossCorrelation/DensityTable.h"
 #include "Math/cGrid.h"
+#include "Math/pi.h"
 
 /// sums[q] += value * row[q] for n columns q.
 void addScaledRow(double value, const double* row, std::size_t n, double* sums);
@@ -47,7 +48,6 @@ std::vector<double> shiftedSums(const DensityTable& table, const cGrid& grid, Ta
             }
         }
     }
-    constexpr double pi = 3.141592653589793;
     for (double& sum : sums) {
         sum /= 8.0 * pi * pi * pi;
     }

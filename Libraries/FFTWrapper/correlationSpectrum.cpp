@@ -8,12 +8,11 @@
 
 #include "Math/cGrid.h"
 #include "Math/multiversion.h"
+#include "Math/pi.h"
 
 namespace dft {
 
 namespace {
-
-constexpr double PI = 3.141592653589793;
 
 int axisLength(unsigned int n) {
     if (n > static_cast<unsigned int>(std::numeric_limits<int>::max())) {
@@ -80,7 +79,7 @@ void requireSpectrumSize(const ComplexArray& spectrum, std::size_t size) {
 
 double correlationScale(std::size_t n) {
     // Deliberate: (2 pi)^3 belongs to the scale that scores and thresholds count on.
-    return static_cast<double>(8 * n) * PI * PI * PI;
+    return static_cast<double>(8 * n) * pi * pi * pi;
 }
 
 void divideByCorrelationScale(double* values, std::size_t n) {

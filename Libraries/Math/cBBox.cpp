@@ -59,10 +59,10 @@ void cBBox::boundVectorsRotations(const cVector3* vectors, int n) {
 }
 
 void cBBox::boundAllRotations() {
-    const cVector3 center = 0.5 * (m_min + m_max);
-    const cVector3 radius((m_max - center).norm());
-    m_min = center - radius;
-    m_max = center + radius;
+    const cVector3 middle = center();
+    const cVector3 radius((m_max - middle).norm());
+    m_min = middle - radius;
+    m_max = middle + radius;
 }
 
 void cBBox::boundRotated(const cMatrix33& rotation) {
@@ -88,7 +88,7 @@ cVector3 cBBox::getRandomVector() const {
 cVector3 cBBox::getCorrectedTau(const cVector3& tau, const cMatrix33& rotation, const cGrid& grid,
                                 const cVector3& center) const {
     const cMatrix33 inverse = rotation.getTranspose();
-    const cVector3 boxCenter = 0.5 * (m_min + m_max);
+    const cVector3 boxCenter = this->center();
     const cVector3 placed = tau + center - boxCenter + inverse * boxCenter;
     cBBox bounds = *this;
     bounds.boundRotated(inverse);

@@ -20,6 +20,7 @@ public:
     cBBox& operator=(const cBBox&) = default;
     virtual ~cBBox() = default;
 
+    cVector3 center() const { return 0.5 * (m_min + m_max); }
     /// The largest edge length.
     double getSize() const;
     /// The product of the edge lengths.

@@ -28,7 +28,8 @@ cVector3 nominalMax(const cGrid& grid, const cGrid& other) {
     return max;
 }
 
-void paddPairTo(const unsigned int (&size)[3], const cGrid& g1, const cGrid& g2, cGrid& out1, cGrid& out2) {
+void paddPairTo(const std::array<unsigned int, 3>& size, const cGrid& g1, const cGrid& g2, cGrid& out1,
+                cGrid& out2) {
     const cBBox box1(g1.m_box.m_min, nominalMax(g1, g2));
     const cBBox box2(g2.m_box.m_min, nominalMax(g2, g1));
     const cVector3 cell1 = g1.m_cellDim;
@@ -133,17 +134,19 @@ cGrid cGrid::computeGridPadded(int factor) const {
 }
 
 void cGrid::paddTwoGrids(const cGrid& g1, const cGrid& g2, cGrid& out1, cGrid& out2) {
-    const unsigned int size[3] = {g1.m_size[0] + g2.m_size[0], g1.m_size[1] + g2.m_size[1],
-                                  g1.m_size[2] + g2.m_size[2]};
+    std::array<unsigned int, 3> size = g1.getSizes();
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        size[axis] += g2.m_size[axis];
+    }
     paddPairTo(size, g1, g2, out1, out2);
 }
 
 void cGrid::paddTwoGridsToPowerTwo(const cGrid& g1, const cGrid& g2, cGrid& out1, cGrid& out2, cInfo& info,
                                    bool nopadding) {
     // Deliberate: the sizes of g2 play no part, and each axis is padded by itself.
-    unsigned int size[3] = {g1.m_size[0], g1.m_size[1], g1.m_size[2]};
+    std::array<unsigned int, 3> size = g1.getSizes();
     if (!nopadding) {
-        std::for_each(size, size + 3, getPowerTwo);
+        std::for_each(size.begin(), size.end(), getPowerTwo);
     }
     info.printInfo(" Best grid size ", cVector3(size[0], size[1], size[2]), nullptr);
     paddPairTo(size, g1, g2, out1, out2);

@@ -67,6 +67,8 @@ public:
                                        cInfo& info, bool nopadding);
 
     unsigned int getTotalSize() const { return m_totalSize; }
+    /// m_size as a value.
+    std::array<unsigned int, 3> getSizes() const { return {m_size[0], m_size[1], m_size[2]}; }
 
     /// (i ny + j) nz + k in 32-bit unsigned arithmetic. An index off the grid is not caught.
     unsigned int indexToFlatIndex(int i, int j, int k) const {

@@ -5,9 +5,10 @@
 #include <iostream>
 #include <limits>
 
+#include "Math/pi.h"
+
 namespace {
 
-constexpr double PI = 3.14159265358979323846;
 /// Below this sine of its tilt the z axis counts as kept or reversed.
 constexpr double GIMBAL_LOCK = 1e-8;
 
@@ -256,7 +257,7 @@ cVector3 cMatrix33::rotateToAxis(const cVector3& axis) {
     }
     *this = cMatrix33(n.z * c, -s, r * c, n.z * s, c, r * s, -r, 0, n.z);
     const double phi = std::acos(c);
-    return {s < 0 ? 2 * PI - phi : phi, std::acos(std::clamp(n.z, -1.0, 1.0)), 0};
+    return {s < 0 ? 2 * pi - phi : phi, std::acos(std::clamp(n.z, -1.0, 1.0)), 0};
 }
 
 cMatrix33::Quaternion cMatrix33::extractQuaternion(double threshold) const {
@@ -324,7 +325,7 @@ void cMatrix33::computeEulerDecompositionZYZ(double& phi, double& theta, double&
         phi = std::atan2(m(2, 1), m(2, 0));
     } else {
         phi = 0;
-        theta = cosine < 0 ? PI : 0;
+        theta = cosine < 0 ? pi : 0;
     }
     if (cosine > 0) {
         psi = std::atan2(m(0, 1) - m(1, 0), m(0, 0) + m(1, 1)) - phi;

@@ -7,11 +7,12 @@
 #include <cstring>
 #include <unordered_map>
 
+#include "Math/pi.h"
+
 namespace {
 
 using position = std::array<double, 3>;
 
-constexpr double PI = 3.14159265358979323846;
 constexpr double RAND_RANGE = 2147483647.0;
 constexpr double NO_ROTATION = 1e-11; // radians
 
@@ -273,9 +274,9 @@ void qcprot2std(const double* const* in, const std::list<int>& ids, std::vector<
 
 void quaternion2AxisAndAngle(const double* q, arma::Col<double>& axis, double& angle) {
     double a = 2 * std::acos(q[0]);
-    if (a > PI) {
+    if (a > pi) {
         // Deliberate: the axis is not turned round with the angle.
-        a = 2 * PI - a;
+        a = 2 * pi - a;
     }
     if (std::fabs(a) < NO_ROTATION) {
         angle = 0.0;

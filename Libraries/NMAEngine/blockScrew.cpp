@@ -3,9 +3,11 @@
 
 #include <cmath>
 
+#include "Math/pi.h"
+
 namespace {
 
-constexpr double fullTurn = 2.0 * 3.14159265358979323846;
+constexpr double fullTurn = 2.0 * pi;
 
 bool isTranslation(double angle, double leastTurn) {
     return angle < leastTurn || angle == 0.0;

@@ -7,6 +7,7 @@
 #include <memory>
 #include <stdexcept>
 
+#include "Math/pi.h"
 #include "Math/structure.h"
 #include "Mechanics/BondList.h"
 #include "NMAEngine/NormalModeEngine.h"
@@ -14,7 +15,6 @@
 
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
 constexpr int nFrames = 100;
 
 /// The displacement along a mode in a frame.

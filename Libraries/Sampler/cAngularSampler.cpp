@@ -10,12 +10,12 @@
 #include <stdexcept>
 #include <string>
 
+#include "Math/pi.h"
+
 namespace {
 
-constexpr double PI = 3.141592653589793;
-constexpr double TWO_PI = 6.283185307179586;
-constexpr double HALF_PI = 1.5707963267948966;
-constexpr double RADIANS_PER_DEGREE = 0.017453292519943295;
+constexpr double TWO_PI = 2.0 * pi;
+constexpr double HALF_PI = 0.5 * pi;
 constexpr double FULL_TURN = 360.0;            // degrees
 constexpr double SQUARED_FULL_TURN = 129600.0; // the sphere has this over pi square degrees
 constexpr double SPIRAL_CONSTANT = 3.6;        // spreads successive windings as far as neighbours
@@ -37,7 +37,7 @@ struct Direction {
 
 /// Number of directions for a step in degrees, one per patch of step^2 square degrees.
 int directionCount(double step) {
-    const double count = std::ceil(SQUARED_FULL_TURN / (step * step * PI));
+    const double count = std::ceil(SQUARED_FULL_TURN / (step * step * pi));
     if (!(step > 0.0) || !std::isfinite(step) || !(count <= LARGEST_COUNT)) {
         throw std::invalid_argument("angular step " + std::to_string(step) +
                                     " degrees: it must be above 0 and large enough to count the rotations");
@@ -71,15 +71,15 @@ public:
         : m_count(directionCount(step))
         , m_phi(toRadians(bounds[0]))
         , m_theta(toRadians(bounds[1]))
-        , m_psiLow(bounds[2][0] * RADIANS_PER_DEGREE)
-        , m_polePhi((bounds[0][0] + bounds[0][1]) / 2.0 * RADIANS_PER_DEGREE) {}
+        , m_psiLow(bounds[2][0] * radiansPerDegree)
+        , m_polePhi((bounds[0][0] + bounds[0][1]) / 2.0 * radiansPerDegree) {}
 
-    bool acceptsSouthPole() const { return m_theta.contains(remap({m_polePhi, PI}).theta); }
+    bool acceptsSouthPole() const { return m_theta.contains(remap({m_polePhi, pi}).theta); }
 
     template <class Visitor>
     void visit(const Visitor& visitor) const {
         // Both poles stand, however few points the step asks for.
-        visitPole(PI, visitor);
+        visitPole(pi, visitor);
         double phi =
             0.0; // Deliberate: the running sum starts here, not at the pole's phi, and is not wrapped
         for (int k = 1; k < m_count - 1; ++k) {
@@ -95,7 +95,7 @@ public:
 
 private:
     static Interval toRadians(const double degrees[2]) {
-        return {degrees[0] * RADIANS_PER_DEGREE, degrees[1] * RADIANS_PER_DEGREE};
+        return {degrees[0] * radiansPerDegree, degrees[1] * radiansPerDegree};
     }
 
     Direction remap(const Direction& raw) const {
@@ -172,7 +172,7 @@ void cAngularSampler::eu_spiral(double bounds[3][2], double step, unsigned long*
     spiral.visit([&](const Direction& point) {
         for (std::size_t t = 0; t < turns.size() && next < length; ++t, next += 3) {
             remap_eulers(&list[next], &list[next + 1], &list[next + 2], point.phi, point.theta,
-                         turns[t] * RADIANS_PER_DEGREE, 0.0, 0.0, 0.0);
+                         turns[t] * radiansPerDegree, 0.0, 0.0, 0.0);
         }
     });
     *count = static_cast<unsigned long>(total);
@@ -184,13 +184,13 @@ void cAngularSampler::remap_eulers(double* a, double* b, double* c, double a0, d
     *a = wrap(a0, aLow);
     *b = wrap(b0, bLow);
     *c = wrap(c0, cLow);
-    if (*b - bLow <= PI) {
+    if (*b - bLow <= pi) {
         return;
     }
     const double t = wrap(*b, 0.0);
     *b = wrap(*b - 2.0 * t, bLow);
-    *a += *a - aLow > PI ? -PI : PI;
-    *c += *c - cLow > PI ? -PI : PI;
+    *a += *a - aLow > pi ? -pi : pi;
+    *c += *c - cLow > pi ? -pi : pi;
 }
 
 void cAngularSampler::convertZXZtoXYZ(double a, double b, double c, std::array<double, 3>& out) {

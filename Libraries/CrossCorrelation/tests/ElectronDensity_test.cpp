@@ -12,11 +12,11 @@
 #include "CrossCorrelation/gaussianCut.h"
 #include "Interpolation/lerp.h"
 #include "Math/cMatrix33.h"
+#include "Math/pi.h"
 #include "testModel.h"
 
 namespace {
 
-constexpr double pi = 3.141592653589793;
 constexpr double rounding = 1e-13;
 
 std::string messageOf(const std::function<void()>& call) {

@@ -9,11 +9,11 @@
 #include "CrossCorrelation/shiftedSums.h"
 #include "FFTWrapper/RealCorssCorelationEngine.h"
 #include "IO/cInfo.h"
+#include "Math/pi.h"
 #include "testModel.h"
 
 namespace {
 
-constexpr double pi = 3.141592653589793;
 constexpr double tolerance = 1e-10; // of a grid's largest magnitude
 
 /// All 1 + n + n^2 grids by one engine each, from maps evaluated on the whole grid.

@@ -3,13 +3,13 @@
 #include <limits>
 
 #include "DensityReader/cDensityMapCCP4.h"
+#include "Math/pi.h"
 #include "testMaps.h"
 
 namespace {
 
 constexpr double ROUNDING = 1e-12;
 constexpr double SINGLE_ROUNDING = 1e-6;
-constexpr double RADIANS_PER_DEGREE = 0.017453292519943295;
 
 void expectNear(const cVector3& found, const cVector3& expected, double tolerance) {
     for (int axis = 0; axis < 3; ++axis) {
@@ -156,7 +156,7 @@ TEST(cDensityMapCCP4, SkewCellKeepsItsAxesAndSpansTheDiagonal) {
     file.angles = {80.0F, 100.0F, 110.0F};
     file.start = {1, 2, 3};
     const cDensityMapCCP4 map = loadBytes(file.bytes()).map;
-    const auto cosine = [](double degrees) { return std::cos(degrees * RADIANS_PER_DEGREE); };
+    const auto cosine = [](double degrees) { return std::cos(degrees * radiansPerDegree); };
     for (const cVector3& axis : {map.m_xAxis, map.m_yAxis, map.m_zAxis}) {
         EXPECT_NEAR(axis.norm(), 1.0, ROUNDING);
     }

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "FFTWrapper/RealCorssCorelationEngine.h"
+#include "Math/pi.h"
 #include "testFields.h"
 
 using namespace testfields;
@@ -17,8 +18,6 @@ static_assert(!std::is_copy_constructible_v<RealCorssCorelationEngine>);
 static_assert(!std::is_move_constructible_v<RealCorssCorelationEngine>);
 
 namespace {
-
-constexpr double PI = 3.141592653589793;
 
 class Engine : public testing::TestWithParam<Shape> {};
 
@@ -52,7 +51,7 @@ TEST_P(Engine, UnitVoxelsCorrelateToOneUnitAtTheirDistance) {
         std::vector<double> expected(n.size(), 0.0);
         f[0] = 1.0;
         g[s] = 1.0;
-        expected[s] = 1.0 / (8.0 * PI * PI * PI);
+        expected[s] = 1.0 / (8.0 * pi * pi * pi);
         std::vector<double> result(n.size());
         RealCorssCorelationEngine(makeGrid(n), f.data(), g.data(), result.data()).execute(true, true);
         expectNear(result, expected);

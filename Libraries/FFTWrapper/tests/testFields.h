@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Math/cGrid.h"
+#include "Math/pi.h"
 
 /// Fields and direct sums that the tests of the transforms share.
 namespace testfields {
@@ -54,7 +55,6 @@ inline std::vector<double> randomField(const Shape& shape, unsigned int seed) {
 /// (2 pi)^-3 sum_v f[v] g[v + s] by four nested sums.
 inline std::vector<double> directCorrelation(const Shape& n, const std::vector<double>& f,
                                              const std::vector<double>& g) {
-    constexpr double PI = 3.141592653589793;
     std::vector<double> result(n.size(), 0.0);
     for (std::size_t s = 0; s < n.size(); ++s) {
         const int si = static_cast<int>(s) / (n.n_j * n.n_k);
@@ -68,7 +68,7 @@ inline std::vector<double> directCorrelation(const Shape& n, const std::vector<d
                 }
             }
         }
-        result[s] /= 8.0 * PI * PI * PI;
+        result[s] /= 8.0 * pi * pi * pi;
     }
     return result;
 }

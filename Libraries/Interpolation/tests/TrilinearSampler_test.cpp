@@ -35,7 +35,7 @@ void expectRowsEqualPoints(const cGrid& grid) {
     const std::vector<double> field(singles.begin(), singles.end());
     const lerp::TrilinearSampler sampler(grid, field);
     const lerp::SingleTrilinearSampler singleSampler(grid, singles);
-    const cVector3 center = 0.5 * (grid.m_box.m_min + grid.m_box.m_max);
+    const cVector3 center = grid.m_box.center();
     const double quarter = 1.5707963267948966;
     const double angles[][3] = {{0.0, 0.0, 0.0},         {quarter, 0.0, 0.0},   {0.0, quarter, 0.0},
                                 {0.0, 0.0, 2 * quarter}, {0.3, -1.1, 2.2},      {-2.9, 0.7, 0.01},

@@ -8,10 +8,10 @@
 #include "Math/cBBox.h"
 #include "Math/cGrid.h"
 #include "Math/cMatrix33.h"
+#include "Math/pi.h"
 
 namespace {
 
-constexpr double PI = 3.14159265358979323846;
 constexpr double ROUNDING = 1e-14;
 
 void expectNear(const cVector3& a, const cVector3& b, double tolerance = ROUNDING) {
@@ -46,6 +46,10 @@ TEST(cBBox, DefaultBoxReseedsRand) {
     EXPECT_TRUE(reseedsByTime([] { cBBox(); }));
     EXPECT_TRUE(reseedsByTime([] { cGrid(); }));
     EXPECT_FALSE(reseedsByTime([] { cBBox(cVector3(0.0), cVector3(1.0)); }));
+}
+
+TEST(cBBox, CenterIsHalfwayBetweenTheCorners) {
+    EXPECT_EQ(cBBox(cVector3(-1.0, 2.0, 0.5), cVector3(3.0, 2.0, -4.5)).center(), cVector3(1.0, 2.0, -2.0));
 }
 
 TEST(cBBox, SizeIsTheLargestEdge) {
@@ -119,7 +123,7 @@ TEST(cBBox, BoundRotatedByTheIdentityTakesInTheOrigin) {
 
 TEST(cBBox, BoundRotatedByAQuarterTurn) {
     cBBox box({-1, -2, -3}, {1, 4, 5});
-    box.boundRotated(cMatrix33::rotationXYZ(0, 0, PI / 2)); // (x, y, z) -> (-y, x, z)
+    box.boundRotated(cMatrix33::rotationXYZ(0, 0, pi / 2)); // (x, y, z) -> (-y, x, z)
     expectNear(box.m_min, {-4, -1, -3});
     expectNear(box.m_max, {2, 1, 5});
 }
@@ -191,7 +195,7 @@ TEST_F(CorrectedTau, FacesCountAsInside) {
 TEST_F(CorrectedTau, UsesTheInverseRotationForPointAndBox) {
     // R turns x to y, so R^T maps (x, y, z) to (y, -x, z): the turned box is (0, -10, 0) to (20, 0, 30) and
     // the centre (5, 10, 15) goes to (10, -5, 15), by (5, -15, 0).
-    const cMatrix33 quarter = cMatrix33::rotationXYZ(0, 0, PI / 2);
+    const cMatrix33 quarter = cMatrix33::rotationXYZ(0, 0, pi / 2);
     EXPECT_EQ(m_box.getCorrectedTau({0, 10, 0}, quarter, m_grid, {1, 1, 1}), cVector3(0, 10, 0));
     EXPECT_EQ(m_box.getCorrectedTau({0, 0, 0}, quarter, m_grid, {1, 1, 1}), cVector3(0, 32, 0));
     EXPECT_EQ(m_box.getCorrectedTau({0, 16, 0}, quarter, m_grid, {16, 1, 1}), cVector3(-16, -16, 0));

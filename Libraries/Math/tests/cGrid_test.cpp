@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <array>
 #include <cmath>
 #include <limits>
 #include <sstream>
@@ -55,6 +56,14 @@ TEST(cGrid, FromSizes) {
     const cGrid grid = makeGrid(boxTo(6, 8, 10), 4, 5, 6);
     expectSizes(grid, 4, 5, 6);
     EXPECT_EQ(grid.m_cellDim, cVector3(2, 2, 2));
+}
+
+TEST(cGrid, SizesAreAValueOfTheirOwn) {
+    cGrid grid = makeGrid(boxTo(1, 2, 3), 4, 5, 6);
+    const std::array<unsigned int, 3> before = grid.getSizes();
+    grid.padTwice();
+    EXPECT_EQ(before, (std::array<unsigned int, 3>{4, 5, 6}));
+    EXPECT_EQ(grid.getSizes(), (std::array<unsigned int, 3>{8, 10, 12}));
 }
 
 TEST(cGrid, CubeOfNodes) {

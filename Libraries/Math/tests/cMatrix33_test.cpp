@@ -8,10 +8,10 @@
 #include <gtest/gtest.h>
 
 #include "Math/cMatrix33.h"
+#include "Math/pi.h"
 
 namespace {
 
-constexpr double PI = 3.14159265358979323846;
 /// A few roundings of numbers of order one.
 constexpr double ROUNDING = 1e-14;
 /// Where a cosine near one was turned into an angle.
@@ -156,7 +156,7 @@ TEST(cMatrix33, FromAxisAngleKeepsItsAxisAndTurnsRightHanded) {
 
 TEST(cMatrix33, FromAxisAnglePiIsTheHalfTurn) {
     const cVector3 u = cVector3(1, -2, 3).normalizedVersion();
-    expectNear(cMatrix33::fromAxisAnglePi(u), cMatrix33::fromAxisAngle(u, PI));
+    expectNear(cMatrix33::fromAxisAnglePi(u), cMatrix33::fromAxisAngle(u, pi));
 }
 
 TEST(cMatrix33, RevoluteJointFrameIsRightHandedWithTheAxisLast) {

@@ -19,6 +19,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Math/pi.h"
 #include "Mechanics/BondList.h"
 #include "PDB/NeighbourList.h"
 #include "PDB/cPeriodicTable.h"
@@ -31,7 +32,6 @@ namespace {
 using Atoms = std::vector<cPDBAtom>;
 using Pair = std::pair<std::size_t, std::size_t>;
 
-constexpr double PI = 3.14159265358979323846;
 constexpr double LONG_CUTOFF = 4.0; // Å, beyond every bond
 constexpr double NEAR2 = 1.3 * 1.3; // Å², a usual bond
 constexpr double HYDROGEN_NEAR2 = 1.0;
@@ -285,9 +285,9 @@ TEST(BondListRules, ADisulfideBridgeIsNoBond) {
 TEST(BondListAngle, IsTheAngleBetweenTheArms) {
     const cVector3 centre(1, -2, 3);
     EXPECT_NEAR(BondList::computeAngle(centre + cVector3(2, 0, 0), centre, centre + cVector3(0, 0, 5)),
-                PI / 2, 1e-15);
+                pi / 2, 1e-15);
     EXPECT_NEAR(BondList::computeAngle(centre + cVector3(1, 1, 0), centre, centre + cVector3(0, 3, 0)),
-                PI / 4, 1e-15);
+                pi / 4, 1e-15);
 }
 
 // The rounded cosine of a straight line lies above 1 in some of these directions.
@@ -301,7 +301,7 @@ TEST(BondListAngle, StraightLinesHaveAnAngle) {
         roundedUp = roundedUp || (arm | longer) / (arm.norm() * longer.norm()) > 1.0;
         // the root of the rounding of the cosine
         EXPECT_NEAR(BondList::computeAngle(arm, cVector3(0.0), longer), 0.0, 1e-7);
-        EXPECT_NEAR(BondList::computeAngle(arm, cVector3(0.0), -longer), PI, 1e-7);
+        EXPECT_NEAR(BondList::computeAngle(arm, cVector3(0.0), -longer), pi, 1e-7);
     }
     EXPECT_TRUE(roundedUp);
 }
@@ -330,7 +330,7 @@ TEST(BondList, ABondStandsTwiceAndAnAngleOnce) {
     const BondedAngle& angle = list.getAngles()[0];
     EXPECT_EQ((std::array<int, 3>{angle.m_first, angle.m_centre, angle.m_last}),
               (std::array<int, 3>{0, 1, 2}));
-    EXPECT_NEAR(angle.m_angle, PI / 2, 1e-15);
+    EXPECT_NEAR(angle.m_angle, pi / 2, 1e-15);
 }
 
 TEST(BondList, StartsAtTheRestLengths) {
@@ -355,7 +355,7 @@ TEST(BondList, AGivenListKeepsItsOrderAndMayHoldAPairOnce) {
     EXPECT_EQ(list.getBonds()[0].m_first, 2);
     EXPECT_EQ(list.getBonds()[1].m_first, 0);
     ASSERT_EQ(list.getAngles().size(), 1u);
-    EXPECT_NEAR(list.getAngles()[0].m_angle, PI / 2, 1e-15);
+    EXPECT_NEAR(list.getAngles()[0].m_angle, pi / 2, 1e-15);
 }
 
 TEST(BondList, FourNeighboursMakeSixAngles) {
@@ -402,7 +402,7 @@ TEST(BondList, UpdateTakesAtomsOrPositions) {
             EXPECT_DOUBLE_EQ(bond.m_length, moved ? std::sqrt(18.0) : 1.4);
             EXPECT_DOUBLE_EQ(bond.m_restLength, moved ? 1.5 : 1.4);
         }
-        EXPECT_NEAR(list->getAngles().at(0).m_angle, PI / 4, 1e-15);
+        EXPECT_NEAR(list->getAngles().at(0).m_angle, pi / 4, 1e-15);
     }
 }
 
@@ -536,6 +536,6 @@ TEST(BondList, AStraightChainOfManyAtoms) {
     EXPECT_EQ(list.getBonds().size(), 2u * 99999u);
     ASSERT_EQ(list.getAngles().size(), 99998u);
     for (const BondedAngle& angle : list.getAngles()) {
-        ASSERT_NEAR(angle.m_angle, PI, 1e-7);
+        ASSERT_NEAR(angle.m_angle, pi, 1e-7);
     }
 }

@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include "Math/pi.h"
 #include "NMAEngine/blockScrew.h"
 #include "velocityField.h"
 
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
 constexpr double angstrom = 1e-9; // precision asked of a rigid motion, in angstrom
 
 const cVector3 center(3.0, -7.0, 11.0);

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "Math/cMatrix33.h"
+#include "Math/pi.h"
 #include "Math/structure.h"
 #include "Mechanics/System.h"
 #include "NMAEngine/NormalModeEngine.h"
@@ -23,7 +24,6 @@ namespace {
 using Vector = arma::Col<double>;
 using Atoms = std::vector<cPDBAtom>;
 
-constexpr double pi = 3.14159265358979323846;
 constexpr double angstrom = 1e-9; // precision asked of a rigid motion, in angstrom
 // A linear step isn't quite a rigid motion: the turn that fits it best is off by a share of the order of its
 // own angle, which is 1e-4 angstrom over the size of the moving body.

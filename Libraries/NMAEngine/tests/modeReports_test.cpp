@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Math/pi.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "NMAEngine/modeReports.h"
 #include "modeScene.h"
@@ -21,8 +22,6 @@
 namespace {
 
 using Vector = arma::Col<double>;
-
-constexpr double pi = 3.14159265358979323846;
 
 double phase(int frame) {
     return std::sin(2.0 * pi * frame / 99.0 - pi);

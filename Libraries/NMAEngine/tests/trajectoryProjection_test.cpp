@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Math/pi.h"
 #include "Math/structure.h"
 #include "Mechanics/System.h"
 #include "NMAEngine/NormalModeEngine.h"
@@ -19,8 +20,6 @@ namespace {
 using Vector = arma::Col<double>;
 using Matrix = arma::Mat<double>;
 using Frame = cTrajectory::Frame;
-
-constexpr double pi = 3.14159265358979323846;
 
 Frame shifted(const Frame& frame, const Vector& displacement) {
     Frame out = frame;

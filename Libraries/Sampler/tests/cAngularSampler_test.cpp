@@ -9,12 +9,11 @@
 #include <gtest/gtest.h>
 
 #include "Math/cMatrix33.h"
+#include "Math/pi.h"
 #include "Sampler/cAngularSampler.h"
 
 namespace {
 
-constexpr double PI = 3.141592653589793;
-constexpr double RADIANS_PER_DEGREE = 0.017453292519943295;
 constexpr double ROUNDING = 1e-12;
 
 using Triple = std::array<double, 3>;
@@ -87,20 +86,20 @@ TEST(cAngularSampler, CountsOfCommonSteps) {
 TEST(cAngularSampler, ListStartsWithTheSouthPoleAndAllItsTurns) {
     const std::vector<Triple> list = fullSpiral(10);
     for (std::size_t n = 0; n < 36; ++n) {
-        expectTriple(list[n], {PI, PI, static_cast<double>(n) * 10.0 * RADIANS_PER_DEGREE});
+        expectTriple(list[n], {pi, pi, static_cast<double>(n) * 10.0 * radiansPerDegree});
     }
     const double h = 2.0 / 412.0 - 1.0; // the first interior point of 413
     expectTriple(list[36], {3.6 / std::sqrt((1.0 - h * h) * 413.0), std::acos(h), 0.0});
-    expectTriple(list.back(), {PI, 0.0, 350.0 * RADIANS_PER_DEGREE});
+    expectTriple(list.back(), {pi, 0.0, 350.0 * radiansPerDegree});
 }
 
 TEST(cAngularSampler, EveryEntryFollowsFromTheFormulaOfTheSpiral) {
     // Seen to fail with the sum begun at the pole's phi.
     for (const double step : {13.0, 30.0, 47.5}) {
-        const auto points = static_cast<long>(std::ceil(129600.0 / (step * step * PI)));
+        const auto points = static_cast<long>(std::ceil(129600.0 / (step * step * pi)));
         std::vector<double> turns;
         for (double psi = 0.0; psi < 360.0; psi += step) {
-            turns.push_back(psi * RADIANS_PER_DEGREE);
+            turns.push_back(psi * radiansPerDegree);
         }
         const std::vector<Triple> list = fullSpiral(step);
         ASSERT_EQ(list.size(), static_cast<std::size_t>(points) * turns.size());
@@ -112,7 +111,7 @@ TEST(cAngularSampler, EveryEntryFollowsFromTheFormulaOfTheSpiral) {
             const bool pole = k == 0 || k == points - 1;
             phi += pole ? 0.0 : 3.6 / std::sqrt((1.0 - h * h) * static_cast<double>(points));
             for (const double psi : turns) {
-                expectTriple(list[next++], {pole ? PI : std::fmod(phi, 2.0 * PI), std::acos(h), psi});
+                expectTriple(list[next++], {pole ? pi : std::fmod(phi, 2.0 * pi), std::acos(h), psi});
             }
         }
     }
@@ -126,7 +125,7 @@ TEST(cAngularSampler, PhiIsWrappedFromTheRawSumToTheLastBit) {
         const double h = 2.0 * k / (points - 1) - 1.0;
         phi += 3.6 / std::sqrt((1.0 - h * h) * points);
         // Seen to fail with the sum wrapped from point to point.
-        EXPECT_EQ(list[36 * static_cast<std::size_t>(k)][0], std::fmod(phi, 2.0 * PI));
+        EXPECT_EQ(list[36 * static_cast<std::size_t>(k)][0], std::fmod(phi, 2.0 * pi));
     }
 }
 
@@ -173,14 +172,14 @@ TEST(cAngularSampler, DirectionsCoverTheSphereEvenly) {
     for (int n = 0; n < 2000; ++n) {
         const cVector3 any =
             cVector3(normal(generator), normal(generator), normal(generator)).normalizedVersion();
-        double nearest = PI;
+        double nearest = pi;
         for (const Triple& t : list) {
             nearest = std::min(nearest, std::acos(std::clamp(direction(t) | any, -1.0, 1.0)));
         }
-        EXPECT_LT(nearest, STEP * RADIANS_PER_DEGREE);
+        EXPECT_LT(nearest, STEP * radiansPerDegree);
     }
     for (const double theta : {45.0, 90.0, 120.0}) { // a cap's share of points is its share of the sphere
-        const double limit = theta * RADIANS_PER_DEGREE;
+        const double limit = theta * radiansPerDegree;
         const auto inCap =
             std::count_if(list.begin(), list.end(), [=](const Triple& t) { return t[1] < limit; });
         EXPECT_NEAR(static_cast<double>(inCap), 184.0 * (1.0 - std::cos(limit)) / 2.0, 2.0);
@@ -203,7 +202,7 @@ TEST(cAngularSampler, IdentityIsThereWhereHalfATurnIsAMultipleOfTheStep) {
 }
 
 TEST(cAngularSampler, BoundsSelectDirectionsAndTurns) {
-    const double low = 60.0 * RADIANS_PER_DEGREE, high = 120.0 * RADIANS_PER_DEGREE;
+    const double low = 60.0 * radiansPerDegree, high = 120.0 * radiansPerDegree;
     const std::vector<Triple> whole = fullSpiral(15);
     const auto inside = std::count_if(whole.begin(), whole.end(), [=](const Triple& t) {
         return t[2] == 0.0 && low <= t[0] && t[0] <= high && low <= t[1] && t[1] <= high;
@@ -213,7 +212,7 @@ TEST(cAngularSampler, BoundsSelectDirectionsAndTurns) {
     EXPECT_EQ(part.size(), static_cast<std::size_t>(inside) * 6U);
     for (std::size_t n = 0; n < part.size(); ++n) {
         EXPECT_TRUE(low <= part[n][0] && part[n][0] <= high && low <= part[n][1] && part[n][1] <= high);
-        EXPECT_NEAR(part[n][2], static_cast<double>(n % 6) * 15.0 * RADIANS_PER_DEGREE, ROUNDING);
+        EXPECT_NEAR(part[n][2], static_cast<double>(n % 6) * 15.0 * radiansPerDegree, ROUNDING);
     }
 }
 
@@ -221,7 +220,7 @@ TEST(cAngularSampler, PoleIsAcceptedByThetaAlone) {
     // The mean of the bounds of phi is 20 degrees; no spiral point is within them.
     const std::vector<Triple> list = spiral(19.9, 20.1, 170, 180, 0, 90, 30);
     ASSERT_EQ(list.size(), 4U); // 90 is in the walk
-    expectTriple(list[3], {20.0 * RADIANS_PER_DEGREE, PI, PI / 2.0});
+    expectTriple(list[3], {20.0 * radiansPerDegree, pi, pi / 2.0});
 }
 
 TEST(cAngularSampler, WithoutTheSouthPoleTheQuotientGivesTheLength) {
@@ -230,7 +229,7 @@ TEST(cAngularSampler, WithoutTheSouthPoleTheQuotientGivesTheLength) {
     const std::vector<Triple> list = spiral(0, 360, 0, 100, 0, 90, 30);
     const std::vector<Triple> full = spiral(0, 360, 0, 100, 0, 89, 30);
     ASSERT_EQ(list.size(), full.size());
-    expectTriple(list[3], {list[0][0], list[0][1], PI / 2.0});
+    expectTriple(list[3], {list[0][0], list[0][1], pi / 2.0});
     expectTriple(list[4], full[3]);
 }
 
@@ -273,23 +272,23 @@ TEST(cAngularSampler, BoundsThatCountNothingThrow) {
 }
 
 TEST(cAngularSampler, RemapWrapsOuterAngles) {
-    expectTriple(remap(7.0, 1.0, -1.0), {7.0 - 2.0 * PI, 1.0, 2.0 * PI - 1.0});
+    expectTriple(remap(7.0, 1.0, -1.0), {7.0 - 2.0 * pi, 1.0, 2.0 * pi - 1.0});
 }
 
 TEST(cAngularSampler, RemapPutsWholeTurnsBelowTheBoundAtTheUpperEnd) {
     // Seen to fail with whole turns put at the bound itself.
-    expectTriple(remap(-2.0 * PI, 1.0, -4.0 * PI), {2.0 * PI, 1.0, 2.0 * PI});
-    expectTriple(remap(2.0 * PI, 1.0, 4.0 * PI), {0.0, 1.0, 0.0});
+    expectTriple(remap(-2.0 * pi, 1.0, -4.0 * pi), {2.0 * pi, 1.0, 2.0 * pi});
+    expectTriple(remap(2.0 * pi, 1.0, 4.0 * pi), {0.0, 1.0, 0.0});
 }
 
 TEST(cAngularSampler, RemapFoldsTheMiddleAngleBack) {
-    expectTriple(remap(1.0, 4.0, 5.0), {1.0 + PI, 2.0 * PI - 4.0, 5.0 - PI});
-    expectTriple(remap(4.0, 4.0, 2.0), {4.0 - PI, 2.0 * PI - 4.0, 2.0 + PI});
+    expectTriple(remap(1.0, 4.0, 5.0), {1.0 + pi, 2.0 * pi - 4.0, 5.0 - pi});
+    expectTriple(remap(4.0, 4.0, 2.0), {4.0 - pi, 2.0 * pi - 4.0, 2.0 + pi});
 }
 
 TEST(cAngularSampler, RemapStartsAtTheLowerBounds) {
-    expectTriple(remap(7.0, 0.5, -1.0, 1.0, 0.0, -PI), {7.0, 0.5, -1.0});
-    expectTriple(remap(0.5, 0.5, 4.0, 1.0, 0.0, -PI), {0.5 + 2.0 * PI, 0.5, 4.0 - 2.0 * PI});
+    expectTriple(remap(7.0, 0.5, -1.0, 1.0, 0.0, -pi), {7.0, 0.5, -1.0});
+    expectTriple(remap(0.5, 0.5, 4.0, 1.0, 0.0, -pi), {0.5 + 2.0 * pi, 0.5, 4.0 - 2.0 * pi});
 }
 
 TEST(cAngularSampler, RemapKeepsTheRotation) {
@@ -298,7 +297,7 @@ TEST(cAngularSampler, RemapKeepsTheRotation) {
             for (const double c : {-0.1, 2.0, 12.0}) {
                 const Triple t = remap(a, b, c);
                 EXPECT_LT(largestDifference(matrixZXZ(t), matrixZXZ({a, b, c})), ROUNDING);
-                EXPECT_TRUE(t[1] >= 0.0 && t[1] <= PI);
+                EXPECT_TRUE(t[1] >= 0.0 && t[1] <= pi);
             }
         }
     }
@@ -320,10 +319,10 @@ TEST(cAngularSampler, ConversionPutsTheAngleAboutYFirst) {
 
 TEST(cAngularSampler, ConversionAtTheEndsOfTheArcsine) {
     Triple out{};
-    cAngularSampler::convertZXZtoXYZ(PI / 2.0, PI / 2.0, 0.4, out);
-    expectTriple(out, {PI / 2.0, std::atan2(-std::cos(0.4), -std::sin(0.4)), 0.0});
-    cAngularSampler::convertZXZtoXYZ(-PI / 2.0, PI / 2.0, 0.4, out);
-    expectTriple(out, {-PI / 2.0, -std::atan2(std::cos(0.4), std::sin(0.4)), 0.0});
+    cAngularSampler::convertZXZtoXYZ(pi / 2.0, pi / 2.0, 0.4, out);
+    expectTriple(out, {pi / 2.0, std::atan2(-std::cos(0.4), -std::sin(0.4)), 0.0});
+    cAngularSampler::convertZXZtoXYZ(-pi / 2.0, pi / 2.0, 0.4, out);
+    expectTriple(out, {-pi / 2.0, -std::atan2(std::cos(0.4), std::sin(0.4)), 0.0});
 }
 
 TEST(cAngularSampler, EulerAnglesInvertRotationXYZ) {
@@ -338,7 +337,7 @@ TEST(cAngularSampler, EulerAnglesInvertRotationXYZ) {
 }
 
 TEST(cAngularSampler, EulerAnglesOfALockedMatrixLeaveZAtZero) {
-    for (const double y : {PI / 2.0, -PI / 2.0}) {
+    for (const double y : {pi / 2.0, -pi / 2.0}) {
         const cMatrix33 rotation = cMatrix33::rotationXYZ(0.7, y, 0.4);
         double m[3][3];
         rotation.toArray(&m[0][0]);
