@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "IO/cSequentialTimer.h"
+#include "IO/message.h"
 #include "IO/printHeader.h"
 #include "app/Checkpoint.h"
 #include "app/CheckpointLock.h"
@@ -237,6 +238,7 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     resources::spareAddressSpace(argv);
     installTerminateHandler();
+    setMessageSink(warn);
     interruption::install();
     // A file that would grow beyond the limit of the user fails as one on a full disk, with a message.
     std::signal(SIGXFSZ, SIG_IGN);

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "IO/message.h"
 #include "Math/structure.h"
 #include "Mechanics/System.h"
 #include "NMAEngine/NormalModeEngine.h"
@@ -58,6 +59,10 @@ void deform(const std::string& from, const std::string& to, double rmsd, unsigne
     }
 }
 
+void writeMessage(const std::string& message) {
+    std::fprintf(stderr, "selvane: %s\n", message.c_str());
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -65,6 +70,7 @@ int main(int argc, char** argv) {
         std::fputs(USAGE, stderr);
         return EXIT_FAILURE;
     }
+    setMessageSink(writeMessage);
     try {
         const double modes = positiveFrom(argv[4], "MODES");
         constexpr double mostModes = 1000.0;

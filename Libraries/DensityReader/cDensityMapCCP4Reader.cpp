@@ -1,30 +1,29 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "DensityReader/cDensityMapCCP4.h"
 #include "DensityReader/ccp4Layout.h"
+#include "IO/message.h"
+#include "IO/openInput.h"
+#include "Math/pi.h"
 
 namespace {
 
-constexpr double RADIANS_PER_DEGREE = 0.017453292519943295;
 constexpr std::int64_t BYTES_PER_VOXEL = 4;
 constexpr std::int64_t LARGEST_SURPLUS = 1048576; // bytes before the voxels, header included
 
 /// A line beyond the fixed messages, for a user who has to find out what to do.
 void printNote(const std::string& name, const std::string& text) {
-    std::cerr << "selvane: " << name << ": " << text << std::endl;
+    tell(name + ": " + text);
 }
 
 void printTruncated(std::int64_t fileSize, std::int64_t dataOffset) {
@@ -47,23 +46,15 @@ void reverseBytesOfEach(Words& words) {
     }
 }
 
-/// Only a regular file has a length that tells where its voxels are; a pipe would wait for its other end.
 std::ifstream openMap(const std::string& name) {
-    std::ifstream file;
-    std::error_code ignored;
-    const auto status = std::filesystem::status(name, ignored);
-    if (std::filesystem::is_regular_file(status)) {
-        file.open(name, std::ios::binary);
-        if (!file.is_open()) {
-            printNote(name, std::strerror(errno));
+    try {
+        return openInput(name);
+    } catch (const InputError& error) {
+        if (error.isThere()) {
+            tell(error.what());
         }
-    } else if (std::filesystem::exists(status)) {
-        printNote(name, "not a regular file");
-    }
-    if (!file.is_open()) {
         throw std::string("Error: could not open CCP4 density map file " + name);
     }
-    return file;
 }
 
 /// The bytes before the voxels by the header's extents, in 32-bit arithmetic that wraps around.
@@ -297,10 +288,10 @@ void cDensityMapCCP4::setGeometry(const std::array<int, 3>& xyz2crs) {
     };
     m_delta = cVector3(voxelEdge(0), voxelEdge(1), voxelEdge(2));
 
-    const double cosAlpha = std::cos(m_cellAngles[0] * RADIANS_PER_DEGREE);
-    const double cosBeta = std::cos(m_cellAngles[1] * RADIANS_PER_DEGREE);
-    const double cosGamma = std::cos(m_cellAngles[2] * RADIANS_PER_DEGREE);
-    const double sinGamma = std::sin(m_cellAngles[2] * RADIANS_PER_DEGREE);
+    const double cosAlpha = std::cos(m_cellAngles[0] * radiansPerDegree);
+    const double cosBeta = std::cos(m_cellAngles[1] * radiansPerDegree);
+    const double cosGamma = std::cos(m_cellAngles[2] * radiansPerDegree);
+    const double sinGamma = std::sin(m_cellAngles[2] * radiansPerDegree);
     const double z2 = (cosAlpha - cosGamma * cosBeta) / sinGamma;
     const double z3 = std::sqrt(1.0 - cosBeta * cosBeta - z2 * z2);
     m_xAxis = cVector3(1.0, 0.0, 0.0);

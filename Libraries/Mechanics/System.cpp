@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "IO/cInfo.h"
+#include "IO/message.h"
 #include "PDB/NeighbourList.h"
 #include "PDB/cAtomGrid.h"
 #include "PDB/cPDBAtom.h"
@@ -81,10 +81,10 @@ void checkEveryAtomHasNeighbours(const RecordsByAtom& records, std::size_t nAtom
     if (entries == expected) {
         return;
     }
-    std::fprintf(stderr,
-                 "selvane: atom %zu (counted from 0) has no other atom within the cut-off of the elastic "
-                 "network; raise the cut-off or take the atom out of the model\n",
-                 firstLonely);
+    tell(
+        "atom " + std::to_string(firstLonely) +
+        " (counted from 0) has no other atom within the cut-off of the elastic network; raise the cut-off or "
+        "take the atom out of the model");
     endWithCount(info, entries, "values");
 }
 

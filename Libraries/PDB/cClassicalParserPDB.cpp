@@ -3,33 +3,29 @@
 #include "PDB/cClassicalParserPDB.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <limits>
-#include <memory>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
+#include "IO/message.h"
+#include "IO/openInput.h"
 #include "PDB/cTrajectory.h"
 
 namespace {
 
 constexpr int BEFORE_FIRST_LINE = -1000;
-constexpr long FORMAT_PROBE_SIZE = 65536;      // characters looked at to tell an mmCIF file
-constexpr std::size_t READ_BLOCK_SIZE = 65536; // bytes
-
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
+constexpr long FORMAT_PROBE_SIZE = 65536; // characters looked at to tell an mmCIF file
 
 [[noreturn]] void exitForUnreadableFile(const std::string& name, const char* reason) {
     std::printf("Error: could not open pdb file %s", name.c_str());
     std::fflush(stdout);
-    // The fixed text has no line end of its own, so this line begins with one.
-    std::fprintf(stderr, "\nselvane: %s: %s\n", name.c_str(), reason);
+    // The fixed text has no line end of its own.
+    std::fputc('\n', stderr);
+    tell(reason);
     std::exit(1);
 }
 
@@ -117,27 +113,10 @@ void cClassicalParserPDB::reset(const std::string& name, int segmentMode) {
 }
 
 void cClassicalParserPDB::loadBuffer(const std::string& name) {
-    // Opening a pipe would wait for its other end, and a directory opens but can't be read.
-    std::error_code error;
-    const auto status = std::filesystem::status(name, error);
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        exitForUnreadableFile(name, "not a regular file");
-    }
-    const std::unique_ptr<FILE, CloseFile> file(std::fopen(name.c_str(), "rb"));
-    if (!file) {
-        exitForUnreadableFile(name, std::strerror(errno));
-    }
-    m_buffer.clear();
-    std::size_t used = 0;
-    std::size_t got = 0;
-    do {
-        m_buffer.resize(used + READ_BLOCK_SIZE);
-        got = std::fread(m_buffer.data() + used, 1, READ_BLOCK_SIZE, file.get());
-        used += got;
-    } while (got > 0);
-    m_buffer.resize(used);
-    if (std::ferror(file.get()) != 0) {
-        exitForUnreadableFile(name, std::strerror(errno));
+    try {
+        m_buffer = readInput(name);
+    } catch (const InputError& error) {
+        exitForUnreadableFile(name, error.what());
     }
 }
 
@@ -145,23 +124,17 @@ bool cClassicalParserPDB::warnOfOtherFormat(const std::string& name) const {
     const std::string_view text(m_buffer.data(),
                                 static_cast<std::size_t>(std::min(bufferSize(), FORMAT_PROBE_SIZE)));
     if (text.substr(0, 3) == "\xEF\xBB\xBF") {
-        std::fprintf(stderr,
-                     "selvane: %s begins with a byte-order mark, so that its first line is not taken for a "
-                     "record; save it as text without the mark\n",
-                     name.c_str());
+        tell(name +
+             " begins with a byte-order mark, so that its first line is not taken for a record; save it "
+             "as text without the mark");
     }
     if (text.substr(0, 2) == "\x1f\x8b") {
-        std::fprintf(stderr,
-                     "selvane: %s is compressed (gzip); unpack it first, with gzip -dc FILE > model.pdb\n",
-                     name.c_str());
+        tell(name + " is compressed (gzip); unpack it first, with gzip -dc FILE > model.pdb");
     } else if (text.substr(0, 5) == "data_" || text.find("\ndata_") != std::string_view::npos ||
                text.find("\n_atom_site.") != std::string_view::npos) {
-        std::fprintf(
-            stderr,
-            "selvane: %s is an mmCIF file; convert it to the PDB format first, for example by opening it "
-            "in a molecular viewer and saving it as PDB. Read as PDB lines, as they are here, "
-            "its atoms stand at meaningless places\n",
-            name.c_str());
+        tell(name + " is an mmCIF file; convert it to the PDB format first, for example by opening it in a "
+                    "molecular viewer and saving it as PDB. Read as PDB lines, as they are here, its atoms "
+                    "stand at meaningless places");
     } else {
         return false;
     }
@@ -169,11 +142,10 @@ bool cClassicalParserPDB::warnOfOtherFormat(const std::string& name) const {
 }
 
 void cClassicalParserPDB::warnOfOddCoordinates(const std::string& name, int count, int firstSerial) {
-    std::fprintf(
-        stderr,
-        "selvane: %s: the coordinates of %d atom lines, the first with serial number %d, are no "
-        "numbers in columns 31 to 38, 39 to 46 and 47 to 54; check that the columns are not shifted\n",
-        name.c_str(), count, firstSerial);
+    tell(name + ": the coordinates of " + std::to_string(count) +
+         " atom lines, the first with serial number " + std::to_string(firstSerial) +
+         ", are no numbers in columns 31 to 38, 39 to 46 and 47 to 54; check that the columns are not "
+         "shifted");
 }
 
 cClassicalParserPDB::Line cClassicalParserPDB::lineAt(long position) const {

@@ -99,7 +99,7 @@ TEST(cDensityMapCCP4HostileInput, PipesAndDevicesAreToldAndNotWaitedFor) {
         cDensityMapCCP4 map;
         const CapturedErrors errors;
         EXPECT_THROW(map.load(path), std::string);
-        EXPECT_EQ(errors.text(), "selvane: " + path + ": not a regular file\n");
+        EXPECT_EQ(errors.text(), path + ": not a regular file\n");
     }
 }
 

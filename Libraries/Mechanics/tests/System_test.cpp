@@ -380,7 +380,7 @@ const Positions withALonelyAtom = {{0.0, 0.0, 0.0}, {4.0, 0.0, 0.0}, {50.0, 0.0,
 TEST(SystemDeathTest, AtomWithoutNeighboursEndsWithStatusZeroAndIsNamed) {
     // Seen to fail with a status other than 0.
     EXPECT_EXIT(System(bruteForceList(withALonelyAtom, 10.0), {1.0, 1.0, 1.0, 1.0}, 1.0, nullptr),
-                testing::ExitedWithCode(0), "selvane: atom 2 .*cut-off");
+                testing::ExitedWithCode(0), "^atom 2 .*cut-off");
 }
 
 TEST(SystemDeathTest, AtomWithoutNeighboursIsReportedByTheCountOfValues) {
@@ -395,7 +395,7 @@ TEST(SystemDeathTest, AtomWithoutNeighboursIsReportedByTheCountOfValues) {
 
 TEST(SystemDeathTest, SingleAtomHasNoNeighbours) {
     std::vector<cPDBAtom> atoms = makeAtoms({{0.0, 0.0, 0.0}}, {12.0});
-    EXPECT_EXIT(System(atoms, 10.0, 1.0, nullptr), testing::ExitedWithCode(0), "selvane: atom 0 ");
+    EXPECT_EXIT(System(atoms, 10.0, 1.0, nullptr), testing::ExitedWithCode(0), "^atom 0 ");
 }
 
 } // namespace
