@@ -12,6 +12,7 @@ public:
     using Index = std::tuple<unsigned long, unsigned long, unsigned long>;
 
     FlatIndexTable() = default;
+    FlatIndexTable(const FlatIndexTable&) = default;
     /// @param size    number of entries, nx * ny * nz
     /// @param ny, nz  nodes along the two faster axes
     FlatIndexTable(std::size_t size, unsigned int ny, unsigned int nz) : m_size(size), m_ny(ny), m_nz(nz) {}
@@ -26,6 +27,9 @@ public:
     }
 
 private:
+    friend class cGrid; ///< brings its table up to date; nobody else may put another in its place
+    FlatIndexTable& operator=(const FlatIndexTable&) = default;
+
     std::size_t m_size = 0;
     std::size_t m_ny = 1;
     std::size_t m_nz = 1;

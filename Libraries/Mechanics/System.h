@@ -8,6 +8,8 @@
 
 #include <armadillo>
 
+#include "Mechanics/OwnedMatrix.h"
+
 class cInfo;
 class cPDBAtom;
 class cTrajectory;
@@ -21,7 +23,8 @@ class NeighbourList;
 ///
 /// In place of a network it can hold the covariance of a trajectory.
 ///
-/// Degrees of freedom are ordered atom by atom, x, y, z within an atom: index 3a + c. Read-only once made.
+/// Degrees of freedom are ordered atom by atom, x, y, z within an atom: index 3a + c. A const one cannot be
+/// changed through any of its members.
 class System {
 public:
     /// @param neighbours  every pair twice, once from each side, no atom with itself; the indices are places
@@ -65,14 +68,14 @@ public:
     void buildMassWeightedStiffnessMatrix(const NeighbourList<std::array<double, 3>>& neighbours,
                                           unsigned int nAtoms);
 
-    cInfo* m_info;                                   ///< not owned, may be null
+    cInfo* const m_info;                             ///< not owned, may be null
     arma::Col<double> m_isqrtMass;                   ///< 3N, 1 / sqrt(mass of atom a) at 3a + c
     arma::Col<double> m_sqrtMass;                    ///< 3N, sqrt(mass of atom a) at 3a + c
     arma::Col<double> m_mass;                        ///< 3N, mass of atom a at 3a + c
-    std::unique_ptr<arma::SpMat<double>> m_hessian;  ///< 3N x 3N, mass-weighted, exactly symmetric
+    OwnedMatrix m_hessian;                           ///< 3N x 3N, mass-weighted, exactly symmetric
     const arma::Mat<double>* m_covariance = nullptr; ///< 3N x 3N, mass-weighted; null for a network
-    unsigned int m_nDof;                             ///< 3N
-    double m_springConstant;                         ///< k; 0 without springs
+    const unsigned int m_nDof;                       ///< 3N
+    const double m_springConstant;                   ///< k; 0 without springs
 
 private:
     std::shared_ptr<const arma::Mat<double>> m_trajectoryCovariance; ///< behind m_covariance

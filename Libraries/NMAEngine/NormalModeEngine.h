@@ -203,14 +203,16 @@ public:
     /// each atom, which end up at the atom's index in the full model.
     void shiftIndices(const std::set<int>& atoms);
 
+    static constexpr int rigidMotions = 6; ///< of a body that nothing holds
+
     cInfo* m_info = nullptr; ///< not owned, may be null
     std::shared_ptr<const System> m_system;
-    unsigned int m_nModes;           ///< modes kept
-    unsigned int m_firstMode = 0;    ///< leading eigenpairs left out
-    double m_thermalScale = 0.0;     ///< used by nothing
-    arma::Mat<double> m_modes;       ///< 3N x m_nModes, Cartesian displacements, a mode per column
-    arma::Col<double> m_eigenvalues; ///< m_nModes, of the columns of m_modes
-    int m_nRigidModes = 6;           ///< eigenpairs asked for beyond m_nModes
+    const unsigned int m_nModes;            ///< modes kept
+    unsigned int m_firstMode = 0;           ///< leading eigenpairs left out
+    const double m_thermalScale = 0.0;      ///< used by nothing
+    arma::Mat<double> m_modes;              ///< 3N x m_nModes, Cartesian displacements, a mode per column
+    arma::Col<double> m_eigenvalues;        ///< m_nModes, of the columns of m_modes
+    const int m_nRigidModes = rigidMotions; ///< eigenpairs asked for beyond m_nModes
 
     // The motion of block b in mode m, indexed [b][m]: an atom at x moves by t + w x (x - centre).
     // Zero where P doesn't come from rigid blocks.

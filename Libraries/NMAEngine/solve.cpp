@@ -36,6 +36,14 @@ unsigned int countBeforeGap(const Vector& eigenvalues) {
     return static_cast<unsigned int>(i + 1);
 }
 
+/// How many eigenvectors of zero columns are asked for beside the rigid motions: a third of the columns,
+/// rounded up.
+int nullVectorsOf(const SparseMatrix& prolongation) {
+    const double squares = arma::accu(arma::square(prolongation)); // the trace of P^T P
+    const double zeroColumns = static_cast<double>(prolongation.n_cols) - squares;
+    return zeroColumns > 0.0 ? static_cast<int>(std::ceil(zeroColumns / 3.0)) : 0;
+}
+
 cVector3 subVector(const Matrix& m, arma::uword row, arma::uword column) {
     return {m(row, column), m(row + 1, column), m(row + 2, column)};
 }
@@ -74,12 +82,8 @@ NormalModeEngine::NormalModeEngine(std::shared_ptr<const System> network, unsign
     : m_system(std::move(network))
     , m_nModes(std::min(nModes, system().m_nDof))
     , m_thermalScale(thermalScale)
+    , m_nRigidModes(rigidMotions + nullVectorsOf(prolongation))
     , m_prolongation(prolongation) {
-    const double squares = arma::accu(arma::square(m_prolongation)); // the trace of P^T P
-    const double zeroColumns = static_cast<double>(m_prolongation.n_cols) - squares;
-    if (zeroColumns > 0.0) {
-        m_nRigidModes += static_cast<int>(std::ceil(zeroColumns / 3.0));
-    }
     performNMA();
 }
 

@@ -84,6 +84,17 @@ TEST(Project, ArchitectureDocumentHasARowForEveryLayer) {
     EXPECT_EQ(layersInTheDocument(), names);
 }
 
+TEST(Project, LibrariesLeaveTheNameOfTheProgramToItsMessageSink) {
+    for (const auto& entry : fs::recursive_directory_iterator(SOURCE_ROOT / "Libraries")) {
+        const fs::path path = entry.path().lexically_relative(SOURCE_ROOT);
+        if (entry.is_regular_file() && path.string().find("/tests/") == std::string::npos) {
+            std::ostringstream text;
+            text << std::ifstream(entry.path()).rdbuf();
+            EXPECT_EQ(text.str().find("selvane: "), std::string::npos) << path;
+        }
+    }
+}
+
 TEST(Project, EverySourceStartsWithTheLicenceLine) {
     const std::vector<std::string> faults = licenceFaults(SOURCE_ROOT);
     EXPECT_TRUE(faults.empty()) << joined(faults);

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <tuple>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -64,6 +65,11 @@ TEST(cGrid, SizesAreAValueOfTheirOwn) {
     grid.padTwice();
     EXPECT_EQ(before, (std::array<unsigned int, 3>{4, 5, 6}));
     EXPECT_EQ(grid.getSizes(), (std::array<unsigned int, 3>{8, 10, 12}));
+}
+
+TEST(cGrid, NobodyElseReplacesItsTable) {
+    EXPECT_FALSE(std::is_copy_assignable_v<FlatIndexTable>);
+    EXPECT_TRUE(std::is_copy_assignable_v<cGrid>);
 }
 
 TEST(cGrid, CubeOfNodes) {

@@ -9,6 +9,8 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -372,6 +374,14 @@ TEST(System, UnfitTrajectoriesAreErrors) {
     EXPECT_THROW(System(&trajectory, randomMasses(5, 3), nullptr), std::length_error);
     EXPECT_THROW(System(&empty, {}, nullptr), std::logic_error);
     EXPECT_THROW(System(nullptr, randomMasses(4, 3), nullptr), std::invalid_argument);
+}
+
+TEST(System, CannotBeChangedThroughAConstOne) {
+    using Const = const System&;
+    EXPECT_TRUE((std::is_same_v<decltype(*std::declval<Const>().m_hessian), const arma::SpMat<double>&>));
+    EXPECT_TRUE((std::is_same_v<decltype(*std::declval<Const>().m_covariance), const arma::Mat<double>&>));
+    EXPECT_FALSE((std::is_assignable_v<decltype((std::declval<System&>().m_nDof)), unsigned int>));
+    EXPECT_FALSE((std::is_assignable_v<decltype((std::declval<System&>().m_springConstant)), double>));
 }
 
 // Atom 2 of 4 is out of reach; the first two and the last have 3 records x 2 sides + 3 diagonal blocks.

@@ -8,6 +8,8 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -48,6 +50,12 @@ Vector blockMotion(const BlockModel& model, int block, const Position& t, const 
                                                                          t[2] + w[0] * p[1] - w[1] * p[0]};
     }
     return v;
+}
+
+TEST(NormalModeEngine, CountsOfModesAreFixedByItsMaking) {
+    using Engine = NormalModeEngine&;
+    EXPECT_FALSE((std::is_assignable_v<decltype((std::declval<Engine>().m_nModes)), unsigned int>));
+    EXPECT_FALSE((std::is_assignable_v<decltype((std::declval<Engine>().m_nRigidModes)), int>));
 }
 
 TEST(RTBProlongation, ColumnsAreOrthonormal) {
