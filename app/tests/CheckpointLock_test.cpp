@@ -85,7 +85,7 @@ TEST_F(CheckpointLocks, ASignalTakesItAway) {
 
 /// The next one must not lock a file that its owner is about to remove.
 TEST_F(CheckpointLocks, RunsThatComeAndGoNeverShareIt) {
-    constexpr int rounds = 400;
+    constexpr int timesHeld = 300;
     const std::string witness = (m_directory / "witness").string();
     pid_t children[3];
     for (pid_t& child : children) {
@@ -93,11 +93,12 @@ TEST_F(CheckpointLocks, RunsThatComeAndGoNeverShareIt) {
         if (child != 0) {
             continue;
         }
-        for (int i = 0; i < rounds; ++i) {
+        for (int held = 0; held < timesHeld;) {
             const CheckpointLock lock(m_checkpoint);
             if (lock.isOfAnotherRun()) {
                 continue;
             }
+            ++held;
             const bool isAlone = mkdir(witness.c_str(), 0700) == 0;
             std::this_thread::sleep_for(std::chrono::microseconds(100));
             if (!isAlone || rmdir(witness.c_str()) != 0) {
