@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "IO/printable.h"
 #include "Math/cVector3.h"
 
 namespace {
@@ -35,7 +36,7 @@ void cInfo::printInfo(const char* key, const char* value, const char* unit) {
         return;
     }
     printKey(key);
-    std::printf("%s", value);
+    std::printf("%s", printable(value).c_str());
     printUnit(unit);
 }
 

@@ -21,7 +21,7 @@ public:
     /// Titles carry a blank at either end. Without effect while silent.
     void printInfo(const char* title);
 
-    /// Prints "key.... : value unit". Without effect while silent.
+    /// Prints "key.... : value unit", texts as printable() shows them. Without effect while silent.
     /// @param unit  null for a value without one
     void printInfo(const char* key, const char* value, const char* unit);
     void printInfo(const char* key, const std::string& value, const char* unit);

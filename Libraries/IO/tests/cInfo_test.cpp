@@ -44,6 +44,13 @@ TEST(cInfo, FactLinesOfAllTypesHaveTheColonInOneColumn) {
     EXPECT_EQ(printed([&] { info.printInfo("key", 1234567.0, "A"); }), "key....... : 1.23457e+06 A\n");
 }
 
+TEST(cInfo, TextsShowControlCharactersByTheirNumbers) {
+    cInfo info(10);
+    EXPECT_EQ(printed([&] { info.printInfo("key", "a\x1b[31m\n", nullptr); }),
+              "key....... : a\\x1B[31m\\x0A\n");
+    EXPECT_EQ(printed([&] { info.printInfo("key", std::string("\tb"), nullptr); }), "key....... : \\x09b\n");
+}
+
 TEST(cInfo, NullUnitPrintsNoTrailingBlankAndABlankUnitPrintsTwo) {
     cInfo info(10);
     EXPECT_EQ(printed([&] { info.printInfo("key", 1.5, nullptr); }), "key....... : 1.5\n");
