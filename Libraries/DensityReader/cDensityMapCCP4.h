@@ -56,6 +56,10 @@ public:
     bool write(std::FILE* file);
     const std::set<std::string>& supportedExtension() const override { return m_extensions; }
 
+    /// Whether a file looks like a CCP4 map, of any data type: by the word "MAP " in its place, or by
+    /// extents, mode and axis order that only a map has. False for what is no regular file or can't be read.
+    static bool looksLikeMap(const std::string& name);
+
     /// By how much the place that the ORIGIN words give to the first voxel differs from that of the start
     /// words, the one used here; angstrom. Zero for an empty map and when the ORIGIN words are all zero or
     /// not finite, and on an axis where the two agree within a thousandth of a voxel.

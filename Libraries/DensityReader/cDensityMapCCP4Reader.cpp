@@ -143,6 +143,27 @@ public:
     }
     bool holds(ccp4::Offset field) const { return m_size >= field + 4; }
 
+    bool startsWithMapWord() const { return std::memcmp(m_bytes.data() + ccp4::MAP_WORD, "MAP ", 4) == 0; }
+
+    /// Whether the fields that every map has are in a range that no text reaches.
+    bool isPlausible(bool reversed) const {
+        constexpr int largestMode = 16;
+        constexpr int largestExtent = 1 << 16;
+        std::array<int, 3> extent{};
+        std::array<int, 3> axisOrder{};
+        int mode = 0;
+        get(ccp4::EXTENT, extent);
+        get(ccp4::MODE, mode);
+        get(ccp4::AXIS_ORDER, axisOrder);
+        if (reversed) {
+            reverseBytesOfEach(extent);
+            reverseBytes(mode);
+            reverseBytesOfEach(axisOrder);
+        }
+        return mode >= 0 && mode <= largestMode && ccp4::invertAxisOrder(axisOrder) &&
+               std::all_of(extent.begin(), extent.end(), [](int n) { return n > 0 && n < largestExtent; });
+    }
+
     bool isCompressed() const { return m_bytes[0] == '\x1f' && m_bytes[1] == '\x8b'; }
 
     /// Whether "MAP" occurs in the blank-delimited word that starts at its place or after blanks there.
@@ -159,6 +180,16 @@ private:
     std::size_t m_size = 0;
     std::int64_t m_fileSize = 0;
 };
+
+bool cDensityMapCCP4::looksLikeMap(const std::string& name) {
+    try {
+        std::ifstream file = openInput(name);
+        const Header header(file);
+        return header.startsWithMapWord() || header.isPlausible(false) || header.isPlausible(true);
+    } catch (const InputError&) {
+        return false;
+    }
+}
 
 void cDensityMapCCP4::load(const std::string& name) {
     std::ifstream file = openMap(name);

@@ -13,15 +13,15 @@
 
 #include "IO/message.h"
 #include "IO/openInput.h"
+#include "IO/printable.h"
 #include "PDB/cTrajectory.h"
 
 namespace {
 
 constexpr int BEFORE_FIRST_LINE = -1000;
-constexpr long FORMAT_PROBE_SIZE = 65536; // characters looked at to tell an mmCIF file
 
 [[noreturn]] void exitForUnreadableFile(const std::string& name, const char* reason) {
-    std::printf("Error: could not open pdb file %s", name.c_str());
+    std::printf("Error: could not open pdb file %s", printable(name).c_str());
     std::fflush(stdout);
     // The fixed text has no line end of its own.
     std::fputc('\n', stderr);
@@ -120,9 +120,8 @@ void cClassicalParserPDB::loadBuffer(const std::string& name) {
     }
 }
 
-bool cClassicalParserPDB::warnOfOtherFormat(const std::string& name) const {
-    const std::string_view text(m_buffer.data(),
-                                static_cast<std::size_t>(std::min(bufferSize(), FORMAT_PROBE_SIZE)));
+bool cClassicalParserPDB::warnOfOtherFormat(const std::string& name) {
+    const std::string_view text(m_buffer.data(), m_buffer.size());
     if (text.substr(0, 3) == "\xEF\xBB\xBF") {
         tell(name +
              " begins with a byte-order mark, so that its first line is not taken for a record; save it "
@@ -130,15 +129,15 @@ bool cClassicalParserPDB::warnOfOtherFormat(const std::string& name) const {
     }
     if (text.substr(0, 2) == "\x1f\x8b") {
         tell(name + " is compressed (gzip); unpack it first, with gzip -dc FILE > model.pdb");
-    } else if (text.substr(0, 5) == "data_" || text.find("\ndata_") != std::string_view::npos ||
-               text.find("\n_atom_site.") != std::string_view::npos) {
-        tell(name + " is an mmCIF file; convert it to the PDB format first, for example by opening it in a "
-                    "molecular viewer and saving it as PDB. Read as PDB lines, as they are here, its atoms "
-                    "stand at meaningless places");
-    } else {
-        return false;
+        return true;
     }
-    return true;
+    if (contentOf(text) == Content::MMCIF) {
+        tell(name + " is an mmCIF file; convert it to the PDB format first, for example by opening it in a "
+                    "molecular viewer and saving it as PDB. Read as PDB lines, its atoms would stand at "
+                    "meaningless places");
+        m_buffer.clear();
+    }
+    return false;
 }
 
 void cClassicalParserPDB::warnOfOddCoordinates(const std::string& name, int count, int firstSerial) {
@@ -161,7 +160,7 @@ long cClassicalParserPDB::lineEnd(long position) const {
 void cClassicalParserPDB::readFile(const std::string& name, int& nSegments, int& nAtoms, int segmentMode) {
     reset(name, segmentMode);
     loadBuffer(name);
-    const bool isOtherFormat = warnOfOtherFormat(name);
+    const bool isCompressed = warnOfOtherFormat(name);
     nSegments = 0;
     nAtoms = 0;
     int nOdd = 0;
@@ -188,7 +187,7 @@ void cClassicalParserPDB::readFile(const std::string& name, int& nSegments, int&
         }
         if (endsModel(kind)) {
             nSegments += !state.m_isNew;
-            if (nOdd > 0 && !isOtherFormat) {
+            if (nOdd > 0 && !isCompressed) {
                 warnOfOddCoordinates(name, nOdd, firstOdd);
             }
             lookForMoreModels();

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "PDB/cPDBAtom.h"
@@ -40,11 +41,15 @@ public:
     /// Kinds of files, by extension.
     enum FileType : int { PDB = 0, PQR = 1, UNKNOWN = 3 };
 
+    /// What a text shows itself to be.
+    enum class Content { UNKNOWN, ATOM_RECORDS, MMCIF };
+
     /// Empty state; fills the static tables of cPDBAtom that the reader needs.
     cClassicalParserPDB();
 
     /// First pass. A file that isn't regular or can't be read ends the process with status 1 and a message on
-    /// standard output.
+    /// standard output. Of an mmCIF file a line on the standard error stream tells; no atoms are read from
+    /// it.
     /// @param nSegments, nAtoms  overwritten with upper bounds for the second pass: the segments and the
     /// atoms of
     ///                           the first model, hydrogens and waters included
@@ -84,6 +89,10 @@ public:
     /// @param resName, atomName  room for 4 and 5 characters
     int readPDBLine(const char* buffer, long position, long size, int& resSeq, char& chain, char* resName,
                     char* atomName);
+
+    /// Goes by the first line that tells: an atom line with numbers in the columns of the coordinates, or the
+    /// start of a data block, a loop or an item of atom sites, which an mmCIF file has in front of its atoms.
+    static Content contentOf(std::string_view text);
 
     /// Fills what an atom line holds. For a pqr file the two columns behind the coordinates are charge and
     /// radius, and occupancy and temperature factor become 0.
@@ -143,8 +152,10 @@ private:
 
     void reset(const std::string& name, int segmentMode);
     void loadBuffer(const std::string& name);
-    /// @return  whether the file is of another format, so that its records mean nothing
-    bool warnOfOtherFormat(const std::string& name) const;
+    /// Tells of a byte-order mark, a compressed file and an mmCIF file; of the last nothing stays in the
+    /// buffer.
+    /// @return  whether the file is compressed, so that its records mean nothing
+    bool warnOfOtherFormat(const std::string& name);
     static void warnOfOddCoordinates(const std::string& name, int count, int firstSerial);
     long bufferSize() const { return static_cast<long>(m_buffer.size()); }
     Line lineAt(long position) const;

@@ -36,6 +36,12 @@ bool startsWith(std::string_view text, std::string_view prefix) {
     return text.substr(0, prefix.size()) == prefix;
 }
 
+/// Whether a line begins so, letters of either case taken for the same; `prefix` has lower-case ones.
+bool startsWithWord(std::string_view line, std::string_view prefix) {
+    return line.size() >= prefix.size() && std::equal(prefix.begin(), prefix.end(), line.begin(),
+                                                      [](char a, char b) { return a == lower(b); });
+}
+
 struct Trimmed {
     int m_length;
     int m_leadingBlanks;
@@ -158,6 +164,26 @@ int cClassicalParserPDB::classify(const char* buffer, long position, long size) 
         }
     }
     return OTHER;
+}
+
+cClassicalParserPDB::Content cClassicalParserPDB::contentOf(std::string_view text) {
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (startsWith(text, byteOrderMark)) {
+        text.remove_prefix(byteOrderMark.size());
+    }
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        const bool isAtom = startsWith(line, "ATOM ") || startsWith(line, "HETATM");
+        if (isAtom && Line{line.data(), static_cast<long>(line.size())}.holdsCoordinates()) {
+            return Content::ATOM_RECORDS;
+        }
+        if (startsWithWord(line, "data_") || startsWithWord(line, "loop_") ||
+            startsWithWord(line, "_atom_site.")) {
+            return Content::MMCIF;
+        }
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+    }
+    return Content::UNKNOWN;
 }
 
 int cClassicalParserPDB::readPDBRecordFields(const char* line, cPDBAtom* atom, int n) const {

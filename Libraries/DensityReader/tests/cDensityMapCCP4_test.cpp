@@ -62,6 +62,34 @@ TEST(cDensityMapCCP4, ReadsHeaderAndVoxels) {
     EXPECT_EQ(map.getDefect(), "");
 }
 
+TEST(cDensityMapCCP4, LooksLikeAMapByItsWordOrByItsHeader) {
+    const TemporaryDirectory directory;
+    const auto looksLikeMap = [&](const std::string& bytes) {
+        std::ofstream(directory.file("input"), std::ios::binary) << bytes;
+        return cDensityMapCCP4::looksLikeMap(directory.file("input"));
+    };
+    const std::string bytes = MapBytes().bytes();
+    EXPECT_TRUE(looksLikeMap(bytes));
+    std::string wordless = bytes;
+    wordless.replace(208, 4, 4, '\0');
+    EXPECT_TRUE(looksLikeMap(wordless));
+    std::string reversed = wordless;
+    for (std::size_t word = 0; word < 256; ++word) {
+        std::reverse(reversed.begin() + 4 * static_cast<std::ptrdiff_t>(word),
+                     reversed.begin() + 4 * static_cast<std::ptrdiff_t>(word + 1));
+    }
+    EXPECT_TRUE(looksLikeMap(reversed));
+    std::string extentless = wordless;
+    extentless.replace(0, 12, 12, '\0');
+    EXPECT_FALSE(looksLikeMap(extentless));
+    EXPECT_TRUE(looksLikeMap(bytes.substr(0, 212)));
+    EXPECT_FALSE(looksLikeMap(""));
+    EXPECT_FALSE(looksLikeMap(std::string(2000, '\0')));
+    EXPECT_FALSE(looksLikeMap("ATOM      1  CA  ALA A   1       1.000   2.000   3.000\n"));
+    EXPECT_FALSE(cDensityMapCCP4::looksLikeMap(directory.path()));
+    EXPECT_FALSE(cDensityMapCCP4::looksLikeMap(directory.file("nowhere")));
+}
+
 TEST(cDensityMapCCP4, SupportsOneExtension) {
     EXPECT_EQ(cDensityMapCCP4().supportedExtension(), std::set<std::string>{"ccp4"});
 }

@@ -467,6 +467,30 @@ TEST_F(ClassicalParserPDB, OtherFormatsAreNamed) {
     EXPECT_NE(warningFor("\xEF\xBB\xBF" + atom('A', 1)).find("byte-order mark"), std::string::npos);
 }
 
+TEST_F(ClassicalParserPDB, ContentIsToldByTheFirstLineThatTells) {
+    using Content = Parser::Content;
+    const std::string record = atom('A', 1);
+    EXPECT_EQ(Parser::contentOf(""), Content::UNKNOWN);
+    EXPECT_EQ(Parser::contentOf("HEADER    data_ loop_ _atom_site.id\nREMARK\n"), Content::UNKNOWN);
+    EXPECT_EQ(Parser::contentOf("HEADER\n" + record), Content::ATOM_RECORDS);
+    EXPECT_EQ(Parser::contentOf(record + "data_behind\n"), Content::ATOM_RECORDS);
+    for (const std::string start : {"data_1ABC", "DATA_1abc", "loop_", "Loop_", "_atom_site.id"}) {
+        EXPECT_EQ(Parser::contentOf(start), Content::MMCIF) << start;
+        EXPECT_EQ(Parser::contentOf("# comment\n" + start + "\n" + record), Content::MMCIF) << start;
+        EXPECT_EQ(Parser::contentOf("\xEF\xBB\xBF" + start + "\n"), Content::MMCIF) << start;
+        EXPECT_EQ(Parser::contentOf(" " + start + "\n"), Content::UNKNOWN) << start;
+    }
+    EXPECT_EQ(Parser::contentOf("ATOM 1 N N . ALA A 1 1 ? 11.1 12.2 13.3 1.00 20.0\nloop_\n"), Content::MMCIF)
+        << "no numbers in the columns";
+}
+
+TEST_F(ClassicalParserPDB, NoAtomsAreReadFromAnMmcifFile) {
+    ::testing::internal::CaptureStderr();
+    read("data_1ABC\nloop_\n_atom_site.id\n" + atom('A', 1));
+    EXPECT_NE(::testing::internal::GetCapturedStderr().find("mmCIF"), std::string::npos);
+    EXPECT_EQ(m_parser.getAtomCount(), 0);
+}
+
 TEST_F(ClassicalParserPDB, CoordinatesThatAreNoNumbersAreToldOnce) {
     const auto warningFor = [&](const std::string& fields) {
         ::testing::internal::CaptureStderr();
