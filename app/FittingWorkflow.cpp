@@ -14,6 +14,7 @@
 #include <system_error>
 #include <thread>
 
+#include "IO/printable.h"
 #include "Math/cVector3.h"
 #include "Math/structure.h"
 
@@ -101,6 +102,7 @@ FittingWorkflow::FittingWorkflow()
 }
 
 void FittingWorkflow::addOptions() {
+    setOutput(&m_printableOutput);
     TCLAP::Arg* const options[] = {
         &m_ipdb,       &m_iedm,      &m_nmodes,      &m_nthread,   &m_cutoff,           &m_stiffness,
         &m_maxrmsd,    &m_sigma,     &m_filtersigma, &m_dangle,    &m_clusterThreshold, &m_odir,
@@ -123,6 +125,11 @@ void FittingWorkflow::parse(int argc, const char* const* argv) {
         checkScales();
         checkPaths();
     });
+}
+
+std::string& FittingWorkflow::getProgramName() {
+    m_printableName = printable(_progName);
+    return m_printableName;
 }
 
 /// Runs a check and ends its exceptions as the library ends those of its own parsing.
@@ -250,13 +257,14 @@ double FittingWorkflow::getClusterThreshold(const std::vector<std::array<double,
     return m_clusterThreshold.isSet() ? m_clusterThreshold.getValue() : getRadiusOfGyration(positions);
 }
 
-void FittingWorkflow::saveArgumentLog(const std::string& path, const cVector3& cellDim,
+bool FittingWorkflow::saveArgumentLog(const std::string& path, const cVector3& cellDim,
                                       const unsigned int* mapSize,
                                       const std::vector<std::array<double, 3>>& positions) const {
     std::ofstream log(path, std::ios::out | std::ios::app);
     const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
     log << "run of " << std::ctime(&now) << std::endl;
-    log << _progName << " --ipdb " << m_ipdb.getValue() << " --iedm " << m_iedm.getValue();
+    log << printable(_progName) << " --ipdb " << printable(m_ipdb.getValue()) << " --iedm "
+        << printable(m_iedm.getValue());
     log << " --nthread " << m_nthread.getValue() << " --sigma " << getSigma(cellDim) << " --filtersigma "
         << m_filtersigma.getValue() << " --dangle " << getDangle(mapSize);
     // Deliberate: a blank too many in front of the threshold, and no word of the hidden options and
@@ -268,5 +276,6 @@ void FittingWorkflow::saveArgumentLog(const std::string& path, const cVector3& c
     }
     // Deliberate: the solutions kept, not the option as given.
     log << " --nsolutions " << getCapacity();
-    log << " --odir " << m_odir.getValue() << std::endl << std::endl;
+    log << " --odir " << printable(m_odir.getValue()) << std::endl << std::endl;
+    return log.good();
 }

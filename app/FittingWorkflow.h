@@ -12,6 +12,7 @@
 #include "app/ChangelogVisitor.h"
 #include "app/LongFlagSwitchArg.h"
 #include "app/NumberArg.h"
+#include "app/PrintableOutput.h"
 
 class cVector3;
 
@@ -29,6 +30,9 @@ public:
     /// The arguments that the usage lists, last added first; help, version, change log, "--" and the hidden
     /// options are parsed but not listed.
     std::list<TCLAP::Arg*>& getArgList() override { return m_usageArguments; }
+
+    /// As the texts of the command line show it.
+    std::string& getProgramName() override;
 
     /// Whether solutions are clustered: by the switch, or by giving one of the two options of clustering.
     bool useClustering() const;
@@ -55,11 +59,13 @@ public:
     double getClusterThreshold(const std::vector<std::array<double, 3>>& positions) const;
 
     /// Appends the run as a command line that repeats it, with derived values in place of absent options and
-    /// without hidden options and nopadding. Silent if the file can't be written.
+    /// without hidden options and nopadding. Control characters of names are shown as printable() does, so
+    /// that only a command line with such names does not repeat the run. Silent if the file can't be written.
     /// @param cellDim    edges of the map's cell in angstrom
     /// @param mapSize    the map's node counts along x, y, z
     /// @param positions  the model's atoms
-    void saveArgumentLog(const std::string& path, const cVector3& cellDim, const unsigned int* mapSize,
+    /// @return whether the record could be written
+    bool saveArgumentLog(const std::string& path, const cVector3& cellDim, const unsigned int* mapSize,
                          const std::vector<std::array<double, 3>>& positions) const;
 
     TCLAP::ValueArg<std::string> m_ipdb;
@@ -90,6 +96,8 @@ private:
     void checkPaths() const;
     [[noreturn]] void failParsing(TCLAP::ArgException& error);
 
+    PrintableOutput m_printableOutput;
+    std::string m_printableName;
     ChangelogVisitor m_changelogVisitor;
     LongFlagSwitchArg m_changelog;
     std::list<TCLAP::Arg*> m_usageArguments;

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Vantor.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
 #include "IO/ResultFile.h"
+#include "app/fail.h"
 #include "app/shellQuote.h"
 
 Vantor::Vantor(int argc, char** argv, int width) : m_info(width) {
@@ -17,5 +20,11 @@ Vantor::Vantor(int argc, char** argv, int width) : m_info(width) {
 Vantor::~Vantor() {
     const cGrid& grid = m_edm.m_grid;
     unsigned int size[3] = {grid.m_size[0], grid.m_size[1], grid.m_size[2]};
-    m_workflow.saveArgumentLog(m_workflow.m_odir.getValue() + "/log.txt", grid.m_cellDim, size, m_positions);
+    const std::string path = m_workflow.m_odir.getValue() + "/log.txt";
+    errno = 0;
+    if (!m_workflow.saveArgumentLog(path, grid.m_cellDim, size, m_positions)) {
+        const std::string reason = errno != 0 ? std::string(": ") + std::strerror(errno) : "";
+        warn(path + " could not be written" + reason +
+             ". Check its directory, the permissions and the free space of the disk.");
+    }
 }

@@ -11,11 +11,30 @@
 
 #include "IO/unfinishedFiles.h"
 
+#include <poll.h>
+#include <unistd.h>
+
+#include "IO/printable.h"
+
 namespace {
 
 void flushReport() {
     std::cout.flush();
     std::fflush(stdout);
+}
+
+/// Whether the standard output is a pipe, a socket or a terminal that nobody reads any more.
+bool isReportUnread() {
+    pollfd stream{STDOUT_FILENO, POLLOUT, 0};
+    return poll(&stream, 1, 0) > 0 && (stream.revents & (POLLERR | POLLHUP)) != 0;
+}
+
+void tellLostReport() {
+    flushReport();
+    if (std::ferror(stdout) != 0 && !isReportUnread()) {
+        warn("the report on the standard output could not be written completely. Check the free space of its "
+             "disk and the limits of file sizes.");
+    }
 }
 
 std::string textOfCurrentException() {
@@ -79,7 +98,7 @@ bool isOutOfMemory() {
 
 void warn(const std::string& message) {
     flushReport();
-    std::fprintf(stderr, "selvane: %s\n", message.c_str());
+    std::fprintf(stderr, "selvane: %s\n", printable(message).c_str());
     std::fflush(stderr);
 }
 
@@ -94,4 +113,8 @@ void endWithoutNetwork(const std::string& message) {
 
 void installTerminateHandler() {
     std::set_terminate(reportAndAbort);
+}
+
+void installReportCheck() {
+    std::atexit(tellLostReport);
 }

@@ -13,6 +13,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "IO/printable.h"
 #include "IO/unfinishedFiles.h"
 
 namespace {
@@ -117,9 +118,9 @@ void install() {
 }
 
 void setCheckpoint(const std::string& path) {
-    const std::string rest =
-        path.empty() ? "there is no checkpoint to resume from"
-                     : "the last checkpoint is " + path + "; the same command with --resume goes on from it";
+    const std::string rest = path.empty() ? "there is no checkpoint to resume from"
+                                          : "the last checkpoint is " + printable(path) +
+                                                "; the same command with --resume goes on from it";
     // Behind the progress bar, on a terminal.
     const std::string start = isatty(STDERR_FILENO) == 1 ? "\n" : "";
     for (std::size_t i = 0; i < endingSignals.size(); ++i) {

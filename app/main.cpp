@@ -239,6 +239,7 @@ int main(int argc, char** argv) {
     resources::spareAddressSpace(argv);
     installTerminateHandler();
     setMessageSink(warn);
+    installReportCheck();
     interruption::install();
     // A file that would grow beyond the limit of the user fails as one on a full disk, with a message.
     std::signal(SIGXFSZ, SIG_IGN);

@@ -400,10 +400,17 @@ TEST(FittingWorkflow, LogIsAppended) {
     EXPECT_EQ(contents(directory / "log.txt").size(), 2 * once);
 }
 
+TEST(FittingWorkflow, LogShowsControlCharactersByTheirNumbers) {
+    const std::string log = logOf(Workflow({"--odir", "tab\tand\nline\x1b[31m"}));
+    EXPECT_TRUE(contains(log, " --odir tab\\x09and\\x0Aline\\x1B[31m\n\n")) << log;
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 4);
+}
+
 TEST(FittingWorkflow, LogThatCannotBeWrittenStaysSilent) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    Workflow({}).saveArgumentLog("/nonexistent/directory/log.txt", cVector3(1.0), MAP_SIZE, {});
+    EXPECT_FALSE(Workflow({}).saveArgumentLog("/nonexistent/directory/log.txt", cVector3(1.0), MAP_SIZE, {}));
+    EXPECT_FALSE(Workflow({}).saveArgumentLog("/dev/full", cVector3(1.0), MAP_SIZE, {}));
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
@@ -466,6 +473,20 @@ TEST(FittingWorkflowEnding, UnknownOptionsAndBadValuesAreReported) {
     EXPECT_TRUE(contains(ending.err,
                          "PARSE ERROR: Argument: (--sigma)\n             Couldn't read argument value "
                          "from string 'wide'\n\nBrief USAGE: \n"));
+}
+
+TEST(FittingWorkflowEnding, ControlCharactersAreShownByTheirNumbers) {
+    for (const Arguments& arguments :
+         {withInputs({"--no\x1b[31msuch"}), withInputs({"--sigma", "\x1b[31m"}),
+          withInputs({"\xC2\x9B"
+                      "31m"}),
+          Arguments{"f\x1b[31mit", "--nosuch"}, Arguments{"f\x1b[31mit", "--help"},
+          Arguments{"f\x1b[31mit", "--version"}, Arguments{"f\x1b[31mit", "--changelog"}}) {
+        const Ending ending = runToTheEnd(arguments);
+        const std::string text = ending.out + ending.err;
+        EXPECT_TRUE(contains(text, "\\x1B[31m") || contains(text, "\\xC2\\x9B31m")) << text;
+        EXPECT_FALSE(contains(text, "\x1b") || contains(text, "\xC2")) << text;
+    }
 }
 
 TEST(FittingWorkflowEnding, ValuesOutOfRangeAreReportedInTheSameForm) {

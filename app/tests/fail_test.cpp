@@ -60,6 +60,12 @@ TEST(FailDeathTest, TerminateWithoutAnExceptionIsTold) {
         ::testing::KilledBySignal(SIGABRT), "^selvane: terminated without an exception\n");
 }
 
+TEST(Warn, ShowsControlCharactersByTheirNumbers) {
+    ::testing::internal::CaptureStderr();
+    warn("a\x1b[31m\nb: no voxels");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "selvane: a\\x1B[31m\\x0Ab: no voxels\n");
+}
+
 TEST(Warn, WritesOneLineBehindTheReportAndGoesOn) {
     ::testing::internal::CaptureStdout();
     ::testing::internal::CaptureStderr();
