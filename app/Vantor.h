@@ -38,7 +38,7 @@ public:
     /// @param width of the report's lines
     Vantor(int argc, char** argv, int width);
 
-    /// Appends the record of the run to log.txt in the output directory.
+    /// Appends the record of the run to log.txt in the output directory, or tells that it cannot be written.
     virtual ~Vantor();
     Vantor(const Vantor&) = delete;
     Vantor& operator=(const Vantor&) = delete;
@@ -87,6 +87,9 @@ public:
 
     /// Share of the refined poses whose local problem wasn't concave, in percent of `tasks`.
     double nonConvexPercentage(unsigned long tasks) const;
+
+    /// Says so if the refinement has left all of the `tasks` poses where they were, and why.
+    void tellUnmovedPoses(unsigned long tasks) const;
 
     /// Whether some result file could not be written completely, or had no room to begin with.
     bool hasIncompleteFiles() const { return m_incompleteFiles; }
@@ -161,6 +164,7 @@ protected:
     /// Number of rotations of the sampling, before the identity is added.
     double rotationCount() const;
     void fillPaddedMap(std::vector<double>& target) const;
+    void noteMovedPose() { m_hasMovedPoses.store(true, std::memory_order_relaxed); }
     void countNonConvex() { m_nonConvexCount.fetch_add(1, std::memory_order_relaxed); }
     /// Lets `write` fill a file that appears under its name only when complete. Both failures are told on the
     /// standard error stream and make hasMissingFiles(). One after the opening, or for want of room, leaves
@@ -190,6 +194,7 @@ protected:
     std::vector<std::vector<double>> m_localEdmValues;
     double m_trustNorm[4] = {0.0, 0.0, 0.0, 0.0}; ///< radius, and its translation, rotation and mode shares
     std::atomic<unsigned long> m_nonConvexCount{0};
+    std::atomic<bool> m_hasMovedPoses{false};
     unsigned long m_nThread = 0;
     FittingWorkflow m_workflow;
     cInfo m_info;
@@ -206,6 +211,7 @@ private:
     void checkResources() const;
     void tellCutModel() const;
     void tellLongScan() const;
+    void tellCoarseStep() const;
     cVector3 rotationCenterOfPoses() const;
     struct SolutionFile;
     PoseMove moveOfPose(const SolutionFile& output, unsigned long solution) const;

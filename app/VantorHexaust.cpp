@@ -2,6 +2,7 @@
 #include "app/VantorHexaust.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 
 #include "CrossCorrelation/ElectronDensity.h"
@@ -11,6 +12,19 @@
 #include "NMAEngine/NormalModeEngine.h"
 #include "app/fail.h"
 #include "app/resources.h"
+
+namespace {
+
+bool isMoved(const FlexibleFitConformation& before, const FlexibleFitConformation& after) {
+    const auto increments = [](const FlexibleFitConformation& pose) {
+        return std::array<double, 6>{pose.m_ddx,    pose.m_ddy,   pose.m_ddz,
+                                     pose.m_dalpha, pose.m_dbeta, pose.m_dgamma};
+    };
+    return increments(before) != increments(after) ||
+           !std::equal(before.m_eta.begin(), before.m_eta.end(), after.m_eta.begin(), after.m_eta.end());
+}
+
+} // namespace
 
 VantorHexaust::VantorHexaust(int argc, char** argv, int width) : Vantor(argc, argv, width) {}
 
@@ -209,8 +223,12 @@ void VantorHexaust::refineTopConformation(unsigned long, unsigned long solution)
     if (pose.m_gradient.is_empty()) {
         completePose(pose);
     }
+    const FlexibleFitConformation before = pose;
     if (!pose.solveConvexSubProblem(m_trustNorm[0])) {
         countNonConvex();
+    }
+    if (isMoved(before, pose)) {
+        noteMovedPose();
     }
 }
 

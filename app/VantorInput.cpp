@@ -4,9 +4,11 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <fstream>
 
 #include "CrossCorrelation/ElectronDensity.h"
 #include "Math/structure.h"
+#include "PDB/cClassicalParserPDB.h"
 #include "PDB/loadFromPDB.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
@@ -32,6 +34,17 @@ std::int64_t voxelsInMemory() {
     return static_cast<std::int64_t>(std::min(resources::memory().total / bytesPerVoxel, most));
 }
 
+constexpr const char* SWAPPED = "The inputs look swapped: give the map to --iedm and the model to --ipdb.";
+
+bool looksLikeModel(const std::string& path) {
+    constexpr std::size_t probeSize = 1 << 20; // bytes; headers of models are shorter
+    std::string text(probeSize, '\0');
+    std::ifstream file(path, std::ios::binary);
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    return cClassicalParserPDB::contentOf(text) != cClassicalParserPDB::Content::UNKNOWN;
+}
+
 } // namespace
 
 void Vantor::loadEdm() {
@@ -50,6 +63,9 @@ void Vantor::checkMap() const {
     const std::string path = m_workflow.m_iedm.getValue();
     const std::string defect = m_edm.getDefect();
     if (!defect.empty()) {
+        if (looksLikeModel(path)) {
+            warn(path + " looks like a model and not like a map. " + SWAPPED);
+        }
         fail(path + ": " + defect +
              ". It must be a CCP4 map of 32-bit floats (mode 2) with at least two voxels "
              "an axis, a finite cell and finite voxels, whose header agrees with its length.");
@@ -110,6 +126,9 @@ void Vantor::checkTrustRadius() const {
 void Vantor::checkModel() const {
     const std::string path = m_workflow.m_ipdb.getValue();
     if (m_atoms.empty()) {
+        if (cDensityMapCCP4::looksLikeMap(path)) {
+            warn(path + " looks like a CCP4 map and not like a model. " + SWAPPED);
+        }
         fail(path +
              ": no atoms were kept. It must hold ATOM or HETATM records of a model; waters, hydrogens and "
              "alternate locations above A are left out.");

@@ -49,11 +49,24 @@ void Vantor::initThreadedRefineTopConformations() {
     m_info.printInfo(" sqDAngleNorm Norm", sqDAngle, nullptr);
     m_info.printInfo(" sqEtaNorm Norm", sqEta, nullptr);
     m_nonConvexCount = 0;
+    m_hasMovedPoses = false;
 }
 
 double Vantor::nonConvexPercentage(unsigned long tasks) const {
     // Deliberate: of no tasks the share is 0 / 0.
     return static_cast<double>(m_nonConvexCount.load()) / static_cast<double>(tasks) * 100.0;
+}
+
+void Vantor::tellUnmovedPoses(unsigned long tasks) const {
+    if (tasks == 0 || m_hasMovedPoses.load()) {
+        return;
+    }
+    const std::string reason =
+        m_nonConvexCount.load() == tasks
+            ? "the score has no maximum near any of them (\"non-convex problem\" is 100 %). Give a smaller "
+              "--dangle, so that the poses of the scan lie nearer to a maximum, or a wider --sigma."
+            : "each of them stands at the maximum of its local model already.";
+    warn("the refinement moved no pose, and Solution.pdb holds those of Rigid_solution.pdb: " + reason);
 }
 
 /// The centre that the written poses turn about.

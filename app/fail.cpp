@@ -7,14 +7,11 @@
 #include <iostream>
 #include <new>
 
-#include <unistd.h>
-
-#include "IO/unfinishedFiles.h"
-
 #include <poll.h>
 #include <unistd.h>
 
 #include "IO/printable.h"
+#include "IO/unfinishedFiles.h"
 
 namespace {
 

@@ -219,6 +219,9 @@ int run(int argc, char** argv) {
     refinement.run();
     save();
     info.printInfo("non-convex problem", fit.nonConvexPercentage(tasks), "%");
+    if (refinement.allDone()) {
+        fit.tellUnmovedPoses(tasks);
+    }
 
     info.printInfo(" Saving optimized solutions ");
     fit.saveTopSolution("Solution");

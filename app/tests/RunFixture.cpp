@@ -72,7 +72,7 @@ RunResult RunFixture::run(const Arguments& arguments) const {
         pointers.push_back(word.data());
     }
     pointers.push_back(nullptr);
-    const fs::path out = m_directory / "streams" / "out";
+    const fs::path out = m_report.empty() ? m_directory / "streams" / "out" : fs::path(m_report);
     const fs::path err = m_directory / "streams" / "err";
 
     const pid_t child = fork();
@@ -92,7 +92,7 @@ RunResult RunFixture::run(const Arguments& arguments) const {
     if (WIFSIGNALED(state)) {
         result.signal = WTERMSIG(state);
     }
-    result.out = contentOf(out);
+    result.out = m_report.empty() ? contentOf(out) : "";
     result.err = contentOf(err);
     return result;
 }
@@ -155,6 +155,16 @@ Arguments quick(const Arguments& more) {
 
 Arguments coarse(const Arguments& more) {
     return joined({"--nthread", "1", "--dangle", "60", "--nsolutions", "5"}, more);
+}
+
+std::string besidesTheStep(const std::string& err) {
+    std::string rest;
+    for (const std::string& line : linesOf(err)) {
+        if (!contains(line, " degrees is too coarse for a model ")) {
+            rest += line + "\n";
+        }
+    }
+    return rest;
 }
 
 bool contains(const std::string& text, const std::string& part) {

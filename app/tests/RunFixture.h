@@ -47,6 +47,7 @@ protected:
     std::set<std::string> entries(const std::string& directory = ".") const;
 
     std::filesystem::path m_directory;
+    std::string m_report;              ///< where the standard output goes instead of into RunResult::out
     std::uintmax_t m_largestFile = 0;  ///< that a run may write, in bytes; 0 for no limit
     std::uintmax_t m_addressSpace = 0; ///< of a run, in bytes; 0 for no limit
     std::vector<TestAtom> m_model;     ///< as in model.pdb
@@ -61,6 +62,9 @@ Arguments quick(const Arguments& more = {});
 
 /// 72 rotations, the identity and turns about z among them, one worker, 5 solutions.
 Arguments coarse(const Arguments& more = {});
+
+/// What an error stream says besides the line on a step too coarse for the model, as that of quick() is.
+std::string besidesTheStep(const std::string& err);
 
 bool contains(const std::string& text, const std::string& part);
 std::vector<std::string> linesOf(const std::string& text);

@@ -50,6 +50,11 @@ TEST(InterruptionDeathTest, EndsWithTheSignalAndALine) {
         "command with --resume goes on from it\n$");
 }
 
+TEST(InterruptionDeathTest, NameOfTheCheckpointIsPrintable) {
+    EXPECT_EXIT(endBy(SIGTERM, "a\x1b[31m/.selvane-checkpoint"), testing::KilledBySignal(SIGTERM),
+                "the last checkpoint is a.x1B.31m/.selvane-checkpoint;");
+}
+
 class UnfinishedFiles : public testing::Test {
 protected:
     ~UnfinishedFiles() override { std::filesystem::remove(m_path); }

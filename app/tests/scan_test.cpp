@@ -438,4 +438,35 @@ TEST_F(Scan, OfManyRotationsIsAnnouncedWithItsSize) {
         "step (--dangle) makes them fewer.\n");
 }
 
+TEST_F(Scan, RefinementThatMovesNoPoseIsToldWithItsReason) {
+    const auto fit = prepared("out");
+    const arma::Col<double> eta;
+    const arma::Col<double> flat(6, arma::fill::zeros);
+    const arma::Mat<double> hill = -arma::eye(6, 6);
+    const auto toldFor = [&](const arma::Col<double>& gradient, const arma::Mat<double>& hessian) {
+        HexaustFlexibleFitConformation still(1.0, 0, 0, 0, eta, fit->m_paddedStructureGrid);
+        still.m_gradient = flat;
+        still.m_hessian = hessian;
+        HexaustFlexibleFitConformation other = still;
+        other.m_gradient = gradient;
+        fit->m_topConformations = {other, still};
+        fit->initThreadedRefineTopConformations();
+        fit->refineTopConformation(0, 0);
+        fit->refineTopConformation(0, 1);
+        testing::internal::CaptureStderr();
+        fit->tellUnmovedPoses(2);
+        return testing::internal::GetCapturedStderr();
+    };
+    const std::string line = "selvane: the refinement moved no pose, and Solution.pdb holds those of "
+                             "Rigid_solution.pdb: ";
+    arma::Col<double> slope = flat;
+    slope(4) = 0.01;
+    EXPECT_EQ(toldFor(slope, hill), "");
+    EXPECT_EQ(toldFor(flat, hill), line + "each of them stands at the maximum of its local model already.\n");
+    EXPECT_EQ(toldFor(slope, -hill).rfind(line + "the score has no maximum near any of them", 0), 0U);
+    testing::internal::CaptureStderr();
+    fit->tellUnmovedPoses(0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "no poses, and that is told elsewhere";
+}
+
 } // namespace

@@ -6,7 +6,7 @@
 
 Scene::Scene(std::filesystem::path place)
     : directory(std::move(place)), options{{"ipdb", "model.pdb"}, {"iedm", "map.ccp4"}, {"nthread", "1"},
-                                           {"dangle", "180"},     {"nsolutions", "1"},  {"odir", "out"}} {
+                                           {"dangle", "60"},      {"nsolutions", "1"},  {"odir", "out"}} {
     model = makeModel(map.centre() + Vec{1.3, -2.1, 0.7});
     map = simulate(map, model, map.largestVoxel());
     write("model.pdb", pdbText(model));

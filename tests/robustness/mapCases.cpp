@@ -130,7 +130,7 @@ std::vector<Case> geometryCases() {
         {"sampling 0 on one axis", ints(SAMPLING, {0}), End::Fits, ""},
         {"a negative sampling", ints(SAMPLING, {-20}), End::Stops, edge + "x"},
         {"the largest integer as start", ints(START, {std::numeric_limits<std::int32_t>::max()}), End::Fits,
-         ""},
+         "the refinement moved no pose"},
         {"an angle alpha of 0", floats(CELL_ANGLES, {0.0F}), End::Stops, edge + "z"},
         {"an angle gamma of 0", floats(CELL_ANGLES + 8, {0.0F}), End::Stops, edge},
         {"an angle gamma of 180", floats(CELL_ANGLES + 8, {180.0F}), End::Stops, edge},

@@ -3,6 +3,8 @@
 
 namespace {
 
+const std::string TOO_COARSE = "is too coarse for a model with a radius of gyration of ";
+
 struct Ending {
     End end;
     std::string says;
@@ -30,6 +32,7 @@ std::vector<NumericOption> numericOptions() {
     const Ending notAbove = refused("The value has to be above 0");
     const Ending negative = refused("is negative: give a whole number without a sign");
     const Ending flat = refused("The width has to be above 0 and below about 73.9 Angstrom");
+    const Ending tooCoarse{End::Fits, TOO_COARSE};
     const Ending noStep = refused("The step has to be above 0 degrees");
     return {
         {"nmodes", fits, negative, "4294967296", refused("No model has more than 2147483647 modes")},
@@ -43,7 +46,7 @@ std::vector<NumericOption> numericOptions() {
          fits,
          "1e300",
          {End::Fits, "map.ccp4: no voxel of any rotation scored above 0.0001"}},
-        {"dangle", noStep, noStep, "1e300", fits},
+        {"dangle", noStep, noStep, "1e300", tooCoarse},
         {"clusterThreshold", fits, fits, "1e300", fits},
         {"nsolutions", belowOne, belowOne, "99999999999", refused("Couldn't read argument value")},
         {"nclusters", belowOne, belowOne, "99999999999", refused("Couldn't read argument value")},
@@ -64,10 +67,21 @@ std::vector<Case> optionCases() {
     }
     const std::string tooMany = "The step gives more than 2147483645 rotations";
     cases.push_back(with("dangle", "1e-9", {End::Refused, tooMany}));
-    cases.push_back(with("dangle", "1e9", {End::Fits, ""}));
+    cases.push_back(with("dangle", "1e9", {End::Fits, TOO_COARSE}));
     cases.push_back(with("nthread", "10000", {End::FitsIfAble, ""}));
-    cases.push_back(with("nsolutions", "2147483647", {End::Fits, ""}));
-    cases.push_back(with("nclusters", "2147483647", {End::Fits, ""}));
+    for (const char* option : {"nsolutions", "nclusters"}) {
+        // Every voxel of every rotation is kept, so there may be few.
+        Case all = with(option, "2147483647", {End::Fits, TOO_COARSE});
+        all.what += " with `--dangle` 180";
+        all.spoil = [option](Scene& scene) {
+            scene.options[option] = "2147483647";
+            scene.options["dangle"] = "180";
+        };
+        cases.push_back(all);
+    }
+    cases.push_back({"`--sigma` with an escape sequence",
+                     [](Scene& scene) { scene.options["sigma"] = "\x1b[31m1"; }, End::Refused,
+                     "from string '\\x1B[31m1'"});
     cases.push_back(with("maxrmsd", "1e100", {End::Fits, ""}));
     cases.push_back(
         with("maxrmsd", "1e153", {End::Stops, "model.pdb: --maxrmsd 1e+153 squared times the mass"}));

@@ -29,6 +29,13 @@ std::function<void(Scene&)> take(const std::string& option, const std::string& p
     return [=](Scene& scene) { scene.options[option] = path; };
 }
 
+std::function<void(Scene&)> takeBoth(const std::string& model, const std::string& map) {
+    return [=](Scene& scene) {
+        scene.options["ipdb"] = model;
+        scene.options["iedm"] = map;
+    };
+}
+
 std::function<void(Scene&)> takePipe(const std::string& option) {
     return [=](Scene& scene) {
         makePipe(scene.directory / "pipe");
@@ -55,6 +62,7 @@ std::function<void(Scene&)> takeOutput(const std::string& option, const std::str
 
 std::vector<Case> pathCases() {
     const std::string noMap = "selvane: Error: could not open CCP4 density map file ";
+    const std::string swapped = "The inputs look swapped: give the map to --iedm and the model to --ipdb.";
     const auto irregular = [&](const std::string& path) {
         return "selvane: " + path + ": not a regular file\n" + noMap + path;
     };
@@ -68,6 +76,8 @@ std::vector<Case> pathCases() {
         {"an empty path of the map", take("iedm", ""), End::Aborts, noMap},
         {"a map that the run would overwrite", takeOutput("iedm", "map.ccp4", "out/edm.map"), End::Refused,
          "The run would overwrite its input 'out/edm.map'"},
+        {"a map with an escape sequence in its name", take("iedm", "no\x1b[31mwhere"), End::Aborts,
+         noMap + "no\\x1B[31mwhere"},
         {"no such model", take("ipdb", "nowhere.pdb"), End::Stops,
          "selvane: nowhere.pdb: No such file or directory"},
         {"a directory as model", take("ipdb", "."), End::Stops, "selvane: .: not a regular file"},
@@ -77,6 +87,14 @@ std::vector<Case> pathCases() {
         {"a model without permission to read", forbid("model.pdb"), End::Stops,
          "selvane: model.pdb: Permission denied"},
         {"an empty path of the model", take("ipdb", ""), End::Stops, "No such file or directory"},
+        {"a model with an escape sequence in its name", take("ipdb", "no\x1b[31mwhere"), End::Stops,
+         "selvane: no\\x1B[31mwhere: No such file or directory"},
+        {"a map and a model in each other's place", takeBoth("map.ccp4", "model.pdb"), End::Stops,
+         "model.pdb looks like a model and not like a map. " + swapped},
+        {"the map in place of the model, too", takeBoth("map.ccp4", "map.ccp4"), End::Stops,
+         "map.ccp4 looks like a CCP4 map and not like a model. " + swapped},
+        {"the model in place of the map, too", takeBoth("model.pdb", "model.pdb"), End::Stops,
+         "model.pdb looks like a model and not like a map. " + swapped},
         {"a model that the run would overwrite", takeOutput("ipdb", "model.pdb", "out/original.pdb"),
          End::Refused, "The run would overwrite its input 'out/original.pdb'"},
     };
@@ -89,6 +107,10 @@ std::vector<Case> directoryCases() {
                              "$HOME", "*", "-p", "tab\tand\nline"}) {
         cases.push_back({"a directory called " + std::string(name), take("odir", name), End::Fits, ""});
     }
+    cases.push_back({"a directory with escape sequences in its name",
+                     take("odir", "a\x1b[31mb\xC2\x9B"
+                                  "31mc"),
+                     End::Fits, ""});
     cases.push_back({"a file in place of the directory", take("odir", "model.pdb"), End::FitsUnwritten,
                      "model.pdb" + noPlace});
     cases.push_back({"a directory that cannot be made", take("odir", "/proc/nowhere/out"), End::FitsUnwritten,

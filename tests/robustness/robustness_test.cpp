@@ -35,6 +35,17 @@ std::map<std::string, std::string> snapshot(const fs::path& directory) {
     return content;
 }
 
+/// Nothing that a terminal would obey: no control character of either set but those allowed.
+void expectNoControls(const std::string& text, const std::string& allowed) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : '\0');
+        const bool isControl = byte < 0x20 || byte == 0x7f || (byte == 0xc2 && next >= 0x80 && next < 0xa0);
+        EXPECT_TRUE(!isControl || contains(allowed, std::string(1, text[i])))
+            << "byte " << int{byte} << " at " << i << " of " << text;
+    }
+}
+
 class Robustness : public RunFixture, public testing::WithParamInterface<Case> {
 protected:
     Robustness() : m_scene(m_directory / "work") {
@@ -73,6 +84,7 @@ protected:
         before.erase(directory.string());
         after.erase(directory.string());
         EXPECT_TRUE(before == after) << "other files are as they were";
+        expectNoControls(m_scene.read(m_scene.options.at("odir") + "/log.txt"), "\n");
     }
 
     void expectUnwritten(const RunResult& result) const {
@@ -103,6 +115,8 @@ TEST_P(Robustness, RunEndsAsDocumented) {
     odd.spoil(m_scene);
     const std::map<std::string, std::string> before = snapshot(m_scene.directory);
     const RunResult result = runScene();
+    expectNoControls(result.out, "\n\r"); // the bars return to the start of their line
+    expectNoControls(result.err, "\n");
     EXPECT_TRUE(contains(result.err, odd.says)) << result.err;
     if (odd.says.empty() && odd.end != End::FitsIfAble) {
         EXPECT_EQ(result.err, "");
