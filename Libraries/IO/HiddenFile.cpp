@@ -88,6 +88,10 @@ bool HiddenFile::renameTo(const std::string& path) {
     return true;
 }
 
+bool HiddenFile::exchangeWith(const std::string& path) {
+    return renameat2(AT_FDCWD, m_path.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) == 0;
+}
+
 void HiddenFile::remove() {
     if (m_file >= 0) {
         close(takeDescriptor());

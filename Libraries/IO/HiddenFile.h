@@ -45,6 +45,10 @@ public:
     /// last.
     bool renameTo(const std::string& path);
 
+    /// Changes names with a file that stands there: both stay whole and each has one name throughout. Not
+    /// every file system can.
+    bool exchangeWith(const std::string& path);
+
     void remove();
 
 private:

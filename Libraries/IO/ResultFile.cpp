@@ -156,7 +156,7 @@ bool ResultFile::createBeside() {
 bool ResultFile::isLike(int copy) const {
     struct stat old {};
     struct stat fresh {};
-    if (fstat(m_existing, &old) != 0 || fstat(copy, &fresh) != 0 || old.st_nlink != 1) {
+    if (fstat(m_existing, &old) != 0 || fstat(copy, &fresh) != 0 || old.st_nlink > 1) {
         return false;
     }
     const bool isOwned = old.st_uid == fresh.st_uid && old.st_gid == fresh.st_gid;
@@ -223,7 +223,11 @@ bool ResultFile::takePlaces(std::vector<ResultFile*> files) {
     const auto last = std::stable_partition(files.begin(), files.end(),
                                             [](const ResultFile* file) { return file->mayBeRenamed(); });
     for (auto file = files.begin(); file != files.end(); ++file) {
-        if (file < last && file + 1 != files.end()) {
+        const bool mayHaveToGoBack = file < last && file + 1 != files.end();
+        if (mayHaveToGoBack && (*file)->changesPlace()) {
+            continue;
+        }
+        if (mayHaveToGoBack) {
             (*file)->keepEarlier();
         }
         if (!(*file)->takesPlace()) {
@@ -234,12 +238,27 @@ bool ResultFile::takePlaces(std::vector<ResultFile*> files) {
     return true;
 }
 
+/// The earlier file waits under the hidden name.
+bool ResultFile::changesPlace() {
+    struct stat earlier {};
+    m_isRenamed = lstat(m_name.c_str(), &earlier) == 0 && S_ISREG(earlier.st_mode) && // not a directory
+                  m_hidden.exchangeWith(m_name);
+    m_isExchanged = m_isRenamed;
+    return m_isExchanged;
+}
+
+/// Where names cannot be exchanged, the earlier file gets a second one; a process that opens it just then
+/// takes it for one with several hard links.
 void ResultFile::keepEarlier() {
     // Where nothing stood, putting back is removing.
     m_mayBePutBack = m_earlier.linkIn(directoryOf(m_name), m_name) || errno == ENOENT;
 }
 
 void ResultFile::putBack() {
+    if (m_isExchanged) {
+        m_hidden.exchangeWith(m_name);
+        return;
+    }
     if (!m_mayBePutBack) {
         return;
     }

@@ -64,6 +64,7 @@ private:
     bool isLike(int copy) const;
     bool mayBeRenamed() const { return isHidden() && m_renamable; }
     static bool takePlaces(std::vector<ResultFile*> files);
+    bool changesPlace();
     void keepEarlier();
     void putBack();
     bool takesPlace();
@@ -75,6 +76,7 @@ private:
     HiddenFile m_earlier;        ///< a further name of what stood there, for putBack()
     bool m_mayBePutBack = false; ///< set once what stood there is known and kept
     bool m_isRenamed = false;
+    bool m_isExchanged = false;    ///< m_hidden holds what stood there
     int m_existing = -1;           ///< the file that is to be replaced, open
     bool m_renamable = true;       ///< whether the copy may stand for the existing file
     State m_state = State::Failed; ///< until the file is open
