@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Fits a small example over the results of an earlier run, again and again, while one system call of each thread fails:
-# write, openat, rename, fsync and mmap, each at each of its first calls behind the start of the program. No fault may
+# write, openat, rename, renameat2, fsync and mmap, each at each of its first calls behind the start of the program. No
+# fault may
 # end a run by a signal, hang it, or leave anything but the earlier results or the new ones, whole, both solution files
 # of one run; what is missing must be told, and what a checkpoint holds must come back with --resume.
 #   scripts/fault-sweep.sh [CALLS]    CALLS (40) of each; JOBS=N sets the number of runs at once
@@ -11,7 +12,7 @@ source scripts/lib.sh
 
 readonly RESULTS=(Rigid_solution.pdb Solution.pdb original.pdb edm.map)
 # What fails, and how.
-readonly FAULTS=("write ENOSPC" "openat EMFILE" "rename EIO" "fsync EIO" "mmap ENOMEM")
+readonly FAULTS=("write ENOSPC" "openat EMFILE" "rename EIO" "renameat2 EINVAL" "fsync EIO" "mmap ENOMEM")
 # The loader makes as many of these as a run that only prints its version; the others it doesn't make.
 readonly CALLS_OF_LOADER="openat mmap"
 # The files that other threads open; the loader has none of these names, so that they count from the first.
@@ -156,7 +157,7 @@ build/dev/bin/selvane-example "$WORK/example" >/dev/null
 prepare new 40000000 60
 prepare earlier 3f800000 50
 
-say "Failing each of $calls calls of write, openat, rename, fsync and mmap"
+say "Failing each of $calls calls of write, openat, rename, renameat2, fsync and mmap"
 export WORK PROGRAM LONGEST_RUN
 export -f fit is_whole defect_of defect_of_resumed try_fault
 mapfile -t list < <(faults)
