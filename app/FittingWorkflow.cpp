@@ -16,11 +16,10 @@
 
 #include "IO/printable.h"
 #include "Math/cVector3.h"
+#include "Math/pi.h"
 #include "Math/structure.h"
 
 namespace {
-
-constexpr double PI = 3.141592653589793;
 
 [[noreturn]] void reject(const TCLAP::Arg& option, const std::string& text) {
     throw TCLAP::CmdLineParseException(text, option.toString());
@@ -45,12 +44,12 @@ bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b) 
 } // namespace
 
 double FittingWorkflow::countRotations(double step) {
-    return std::ceil(129600.0 / (step * step * PI)) * std::ceil(360.0 / step);
+    return std::ceil(129600.0 / (step * step * pi)) * std::ceil(360.0 / step);
 }
 
 bool FittingWorkflow::risesAboveCut(double sigma) {
     constexpr double cut = 0.0001;
-    const double peak = 1.0 / std::sqrt(8.0 * PI * PI * PI * sigma * sigma * sigma);
+    const double peak = 1.0 / std::sqrt(8.0 * pi * pi * pi * sigma * sigma * sigma);
     return std::isfinite(peak) && peak > cut;
 }
 
@@ -250,7 +249,7 @@ double FittingWorkflow::getDangle(const unsigned int* mapSize) const {
         return m_dangle.getValue();
     }
     const double nMax = *std::max_element(mapSize, mapSize + 3);
-    return 360.0 / std::pow(nMax * 4.0 * PI, 0.3333333333333333);
+    return 360.0 / std::pow(nMax * 4.0 * pi, 0.3333333333333333);
 }
 
 double FittingWorkflow::getClusterThreshold(const std::vector<std::array<double, 3>>& positions) const {

@@ -2,6 +2,7 @@
 // What does a pair of transforms cost by size, and what does a power of two buy?
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include <benchmark/benchmark.h>

@@ -2,6 +2,7 @@
 #include "examples/Model.h"
 
 #include <cmath>
+#include <cstddef>
 #include <stdexcept>
 
 namespace example {

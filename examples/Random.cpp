@@ -6,7 +6,7 @@
 namespace example {
 namespace {
 
-constexpr double TWO_PI = 2.0 * 3.14159265358979323846;
+constexpr double twoPi = 2.0 * 3.14159265358979323846;
 
 } // namespace
 
@@ -34,8 +34,8 @@ double Random::normal() {
 
 Mat3 Random::rotation() {
     const double u = uniform();
-    const double a = TWO_PI * uniform();
-    const double b = TWO_PI * uniform();
+    const double a = twoPi * uniform();
+    const double b = twoPi * uniform();
     const double low = std::sqrt(1.0 - u);
     const double high = std::sqrt(u);
     return rotationFromQuaternion(high * std::cos(b), low * std::sin(a), low * std::cos(a),
@@ -44,7 +44,7 @@ Mat3 Random::rotation() {
 
 Vec3 Random::direction() {
     const double z = uniform(-1.0, 1.0);
-    const double a = TWO_PI * uniform();
+    const double a = twoPi * uniform();
     const double r = std::sqrt(1.0 - z * z);
     return {r * std::cos(a), r * std::sin(a), z};
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr const char* USAGE =
+constexpr const char* usageText =
     "usage: selvane-check SOLUTION.pdb TRUTH.pdb MAXRMSD\n"
     "\n"
     "Status 0 when the first pose of SOLUTION.pdb is within MAXRMSD angstrom of TRUTH.pdb,\n"
@@ -49,7 +49,7 @@ bool check(const std::string& solution, const std::string& truth, double limit) 
 
 int main(int argc, char** argv) {
     if (argc != 4) {
-        std::fputs(USAGE, stderr);
+        std::fputs(usageText, stderr);
         return EXIT_FAILURE;
     }
     try {

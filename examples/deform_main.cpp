@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr const char* USAGE =
+constexpr const char* usageText =
     "usage: selvane-deform MODEL.pdb OUT.pdb RMSD MODES\n"
     "\n"
     "Moves MODEL.pdb along its MODES softest normal modes, by the same amplitude along each\n"
@@ -67,7 +67,7 @@ void writeMessage(const std::string& message) {
 
 int main(int argc, char** argv) {
     if (argc != 5) {
-        std::fputs(USAGE, stderr);
+        std::fputs(usageText, stderr);
         return EXIT_FAILURE;
     }
     setMessageSink(writeMessage);

@@ -7,7 +7,7 @@
 namespace example {
 namespace {
 
-constexpr double PI = 3.14159265358979323846;
+constexpr double pi = 3.14159265358979323846;
 
 /// The factors of one atom's Gaussian along one axis, from node `first` on.
 struct AxisProfile {
@@ -17,7 +17,7 @@ struct AxisProfile {
 
 AxisProfile profile(double coordinate, int start, int extent, double spacing, double width) {
     const double center = coordinate / spacing - start;
-    const double reach = CUT * width / spacing;
+    const double reach = cut * width / spacing;
     const int first = std::max(0, static_cast<int>(std::ceil(center - reach)));
     const int last = std::min(extent - 1, static_cast<int>(std::floor(center + reach)));
     AxisProfile result{first, {}};
@@ -59,7 +59,7 @@ std::size_t Lattice::flatIndex(int i, int j, int k) const {
 }
 
 double gaussianWidth(double resolution) {
-    return resolution / (PI * std::sqrt(2.0));
+    return resolution / (pi * std::sqrt(2.0));
 }
 
 std::vector<double> simulatedDensity(const Model& model, const Lattice& lattice, double resolution) {

@@ -36,10 +36,10 @@ struct Map {
 double gaussianWidth(double resolution);
 
 /// sum over all atoms of exp(-|x - p|^2 / (2 s^2)) at every node x, the same for every element. A Gaussian
-/// ends CUT widths from its atom along each axis, where it has fallen below 2e-8.
+/// ends cut widths from its atom along each axis, where it has fallen below 2e-8.
 std::vector<double> simulatedDensity(const Model& model, const Lattice& lattice, double resolution);
 
-constexpr double CUT = 6.0;
+constexpr double cut = 6.0;
 
 /// Population standard deviation.
 double standardDeviation(const std::vector<double>& values);

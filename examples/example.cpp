@@ -15,11 +15,11 @@
 namespace example {
 namespace {
 
-constexpr std::array<int, 3> EXTENTS = {56, 60, 48};
+constexpr std::array<int, 3> extents = {56, 60, 48};
 /// Away from zero on every axis, and of both signs, so that a reader that forgets the map's place is found
 /// out.
-constexpr std::array<int, 3> START = {-19, 14, 33};
-constexpr double LARGEST_OFFSET = 12.0;
+constexpr std::array<int, 3> start = {-19, 14, 33};
+constexpr double largestOffset = 12.0;
 
 void check(const Options& options) {
     const bool positive = options.resolution > 0.0 && options.spacing > 0.0;
@@ -37,9 +37,9 @@ void check(const Options& options) {
 Placement drawPlacement(const Model& model, const Lattice& lattice, Random& random) {
     const Mat3 rotation = random.rotation();
     Vec3 target = lattice.center();
-    target.x += random.uniform(-LARGEST_OFFSET, LARGEST_OFFSET);
-    target.y += random.uniform(-LARGEST_OFFSET, LARGEST_OFFSET);
-    target.z += random.uniform(-LARGEST_OFFSET, LARGEST_OFFSET);
+    target.x += random.uniform(-largestOffset, largestOffset);
+    target.y += random.uniform(-largestOffset, largestOffset);
+    target.z += random.uniform(-largestOffset, largestOffset);
     return {rotation, target - rotation * centroid(model)};
 }
 
@@ -56,7 +56,7 @@ Example makeExample(const Options& options) {
     Random random(options.seed);
     Example example;
     example.model = roundedToFile(buildProtein(random));
-    const Lattice lattice{EXTENTS, START, options.spacing};
+    const Lattice lattice{extents, start, options.spacing};
     example.modelToTruth = drawPlacement(example.model, lattice, random);
     example.truth = roundedToFile(placed(example.model, example.modelToTruth));
     std::vector<double> values = simulatedDensity(example.truth, lattice, options.resolution);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // selvane-example: writes a model and a simulated map whose relative pose is known.
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -11,7 +12,7 @@
 
 namespace {
 
-constexpr const char* USAGE =
+constexpr const char* usageText =
     "usage: selvane-example DIR [--resolution R] [--voxel D] [--noise X] [--seed N]\n"
     "\n"
     "Writes into DIR\n"
@@ -35,8 +36,8 @@ double toDouble(const std::string& name, const std::string& text) {
 }
 
 std::uint64_t toSeed(const std::string& text) {
-    constexpr std::size_t MAX_DIGITS = 18;
-    if (text.empty() || text.size() > MAX_DIGITS ||
+    constexpr std::size_t maxDigits = 18;
+    if (text.empty() || text.size() > maxDigits ||
         text.find_first_not_of("0123456789") != std::string::npos) {
         throw std::invalid_argument("--seed needs a whole number, not '" + text + "'");
     }
@@ -83,7 +84,7 @@ int main(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     const bool help = !arguments.empty() && (arguments[0] == "--help" || arguments[0] == "-h");
     if (arguments.empty() || help) {
-        std::fputs(USAGE, help ? stdout : stderr);
+        std::fputs(usageText, help ? stdout : stderr);
         return help ? EXIT_SUCCESS : EXIT_FAILURE;
     }
     try {

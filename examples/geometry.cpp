@@ -3,11 +3,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 namespace example {
 namespace {
 
-constexpr double DEGREE = 3.14159265358979323846 / 180.0;
+constexpr double degree = 3.14159265358979323846 / 180.0;
 
 } // namespace
 
@@ -59,14 +60,14 @@ Mat3 rotationFromQuaternion(double w, double x, double y, double z) {
 double bondAngle(const Vec3& a, const Vec3& b, const Vec3& c) {
     const Vec3 u = a - b;
     const Vec3 v = c - b;
-    return std::atan2(norm(cross(u, v)), dot(u, v)) / DEGREE;
+    return std::atan2(norm(cross(u, v)), dot(u, v)) / degree;
 }
 
 double torsionAngle(const Vec3& a, const Vec3& b, const Vec3& c, const Vec3& d) {
     const Vec3 axis = c - b;
     const Vec3 n1 = cross(b - a, axis);
     const Vec3 n2 = cross(axis, d - c);
-    return std::atan2(norm(axis) * dot(b - a, n2), dot(n1, n2)) / DEGREE;
+    return std::atan2(norm(axis) * dot(b - a, n2), dot(n1, n2)) / degree;
 }
 
 Vec3 placeAtom(const Vec3& a, const Vec3& b, const Vec3& c, double length, double angle, double torsion) {
@@ -74,18 +75,18 @@ Vec3 placeAtom(const Vec3& a, const Vec3& b, const Vec3& c, double length, doubl
     const Vec3 side = cross(b - a, axis);
     const Vec3 n = (1.0 / norm(side)) * side;
     const Vec3 m = cross(n, axis);
-    const double along = -length * std::cos(angle * DEGREE);
-    const double across = length * std::sin(angle * DEGREE);
-    return c + along * axis + across * std::cos(torsion * DEGREE) * m +
-           across * std::sin(torsion * DEGREE) * n;
+    const double along = -length * std::cos(angle * degree);
+    const double across = length * std::sin(angle * degree);
+    return c + along * axis + across * std::cos(torsion * degree) * m +
+           across * std::sin(torsion * degree) * n;
 }
 
 double branchTorsion(double angleRS, double angleRU, double angleSU) {
-    const double cosRS = std::cos(angleRS * DEGREE);
-    const double cosRU = std::cos(angleRU * DEGREE);
-    const double sines = std::sin(angleRS * DEGREE) * std::sin(angleRU * DEGREE);
-    const double cosine = (std::cos(angleSU * DEGREE) - cosRS * cosRU) / sines;
-    return std::acos(std::clamp(cosine, -1.0, 1.0)) / DEGREE;
+    const double cosRS = std::cos(angleRS * degree);
+    const double cosRU = std::cos(angleRU * degree);
+    const double sines = std::sin(angleRS * degree) * std::sin(angleRU * degree);
+    const double cosine = (std::cos(angleSU * degree) - cosRS * cosRU) / sines;
+    return std::acos(std::clamp(cosine, -1.0, 1.0)) / degree;
 }
 
 } // namespace example

@@ -2,6 +2,7 @@
 #include "examples/pdb.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <sstream>
 #include <stdexcept>

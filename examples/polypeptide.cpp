@@ -14,19 +14,19 @@
 namespace example {
 namespace {
 
-constexpr int DRAWS_PER_UNIT = 400;
-constexpr int MAX_DRAWS_PER_UNIT = 2000;
-constexpr int CHAIN_ATTEMPTS = 50;
-constexpr int DOCKING_DRAWS = 200;
+constexpr int drawsPerUnit = 400;
+constexpr int maxDrawsPerUnit = 2000;
+constexpr int chainAttempts = 50;
+constexpr int dockingDraws = 200;
 
 struct Torsions {
     double phi;
     double psi;
 };
 
-constexpr Torsions HELIX = {-63.0, -42.0};
-constexpr double HELIX_SPREAD = 2.0;
-constexpr double LOOP_SPREAD = 15.0;
+constexpr Torsions idealHelix = {-63.0, -42.0};
+constexpr double helixSpread = 2.0;
+constexpr double loopSpread = 15.0;
 
 /// A residue under construction. Atoms 0 to 3 are N, CA, C and O; `parents` holds the index of the atom that
 /// each is bonded to, the one before it on the way from N, and -1 for N itself.
@@ -39,8 +39,8 @@ struct Residue {
 
 using Chain = std::vector<Residue>;
 
-constexpr int CARBONYL_CARBON = 2;
-constexpr std::size_t BACKBONE_ATOMS = 4;
+constexpr int carbonylCarbon = 2;
+constexpr std::size_t backboneAtoms = 4;
 
 int indexOf(const Residue& residue, const std::string& name) {
     for (std::size_t i = 0; i < residue.atoms.size(); ++i) {
@@ -61,7 +61,8 @@ void append(Residue& residue, const std::string& name, char element, int parent,
 }
 
 void placeSideAtom(Residue& residue, const SideAtom& atom, const std::vector<double>& rotamer) {
-    const double chi = atom.chi == SideAtom::FIXED ? 0.0 : rotamer.at(static_cast<std::size_t>(atom.chi));
+    const double chi =
+        atom.chi == SideAtom::fixedTorsion ? 0.0 : rotamer.at(static_cast<std::size_t>(atom.chi));
     append(residue, atom.name, atom.element, indexOf(residue, atom.c),
            placeAtom(at(residue, atom.a), at(residue, atom.b), at(residue, atom.c), atom.length, atom.angle,
                      atom.torsion + chi));
@@ -72,19 +73,19 @@ Residue backboneOf(const ResidueType& type, const Residue* previous, Torsions to
     using namespace backbone;
     Residue residue{&type, torsions.psi, {}, {}};
     Vec3 n{0.0, 0.0, 0.0};
-    Vec3 ca{N_CA, 0.0, 0.0};
-    Vec3 c = placeAtom({0.0, 1.0, 0.0}, n, ca, CA_C, N_CA_C, 180.0);
+    Vec3 ca{nCa, 0.0, 0.0};
+    Vec3 c = placeAtom({0.0, 1.0, 0.0}, n, ca, caC, nCaC, 180.0);
     if (previous != nullptr) {
         const Vec3& lastCA = previous->atoms[1].position;
         const Vec3& lastC = previous->atoms[2].position;
-        n = placeAtom(previous->atoms[0].position, lastCA, lastC, C_N, CA_C_N, previous->psi);
-        ca = placeAtom(lastCA, lastC, n, N_CA, C_N_CA, OMEGA);
-        c = placeAtom(lastC, n, ca, CA_C, N_CA_C, torsions.phi);
+        n = placeAtom(previous->atoms[0].position, lastCA, lastC, cN, caCN, previous->psi);
+        ca = placeAtom(lastCA, lastC, n, nCa, cNCa, omega);
+        c = placeAtom(lastC, n, ca, caC, nCaC, torsions.phi);
     }
     append(residue, "N", 'N', -1, n);
     append(residue, "CA", 'C', 0, ca);
     append(residue, "C", 'C', 1, c);
-    append(residue, "O", 'O', CARBONYL_CARBON, placeAtom(n, ca, c, C_O, CA_C_O, torsions.psi + 180.0));
+    append(residue, "O", 'O', carbonylCarbon, placeAtom(n, ca, c, cO, caCO, torsions.psi + 180.0));
     if (!type.sideChain.empty()) {
         placeSideAtom(residue, type.sideChain.front(), {});
     }
@@ -117,7 +118,7 @@ int bondsBetween(const Residue& p, int a, const Residue& q, int b) {
     if (&p == &q) {
         return bondsWithin(p, a, b);
     }
-    return bondsWithin(p, a, CARBONYL_CARBON) + 1 + bondsToRoot(q, b);
+    return bondsWithin(p, a, carbonylCarbon) + 1 + bondsToRoot(q, b);
 }
 
 bool isPolar(const Atom& atom) {
@@ -130,15 +131,15 @@ bool tooClose(const Atom& a, const Atom& b, double shortest) {
 }
 
 double shortestContact(const Atom& a, const Atom& b) {
-    return isPolar(a) && isPolar(b) ? contact::POLAR : contact::OTHER;
+    return isPolar(a) && isPolar(b) ? contact::polar : contact::anyOther;
 }
 
 /// Does the side chain of a residue run into its own backbone?
 bool clashesWithItself(const Residue& residue, std::size_t firstAtom) {
-    for (std::size_t b = std::max(firstAtom, BACKBONE_ATOMS); b < residue.atoms.size(); ++b) {
-        for (std::size_t a = 0; a < BACKBONE_ATOMS; ++a) {
+    for (std::size_t b = std::max(firstAtom, backboneAtoms); b < residue.atoms.size(); ++b) {
+        for (std::size_t a = 0; a < backboneAtoms; ++a) {
             const bool free = bondsWithin(residue, static_cast<int>(a), static_cast<int>(b)) > 3;
-            if (free && tooClose(residue.atoms[a], residue.atoms[b], contact::NEAR_IN_CHAIN)) {
+            if (free && tooClose(residue.atoms[a], residue.atoms[b], contact::nearInChain)) {
                 return true;
             }
         }
@@ -149,7 +150,7 @@ bool clashesWithItself(const Residue& residue, std::size_t firstAtom) {
 bool neighboursClash(const Residue& p, std::size_t firstP, const Residue& q, std::size_t firstQ) {
     for (std::size_t a = firstP; a < p.atoms.size(); ++a) {
         for (std::size_t b = firstQ; b < q.atoms.size(); ++b) {
-            if (tooClose(p.atoms[a], q.atoms[b], contact::NEAR_IN_CHAIN) &&
+            if (tooClose(p.atoms[a], q.atoms[b], contact::nearInChain) &&
                 bondsBetween(p, static_cast<int>(a), q, static_cast<int>(b)) > 3) {
                 return true;
             }
@@ -194,13 +195,13 @@ Torsions loopTorsions(const std::string& type, Random& random) {
         {-120.0, 130.0}, {-70.0, 145.0}, {-65.0, -40.0}, {-95.0, 5.0}};
     const bool leftHanded = type == "GLY" && random.uniform() < 0.5;
     const Torsions center = leftHanded ? Torsions{60.0, 40.0} : regions[random.index(regions.size())];
-    return {center.phi + random.uniform(-LOOP_SPREAD, LOOP_SPREAD),
-            center.psi + random.uniform(-LOOP_SPREAD, LOOP_SPREAD)};
+    return {center.phi + random.uniform(-loopSpread, loopSpread),
+            center.psi + random.uniform(-loopSpread, loopSpread)};
 }
 
 Torsions helixTorsions(Random& random) {
-    return {HELIX.phi + random.uniform(-HELIX_SPREAD, HELIX_SPREAD),
-            HELIX.psi + random.uniform(-HELIX_SPREAD, HELIX_SPREAD)};
+    return {idealHelix.phi + random.uniform(-helixSpread, helixSpread),
+            idealHelix.psi + random.uniform(-helixSpread, helixSpread)};
 }
 
 /// Residue names of a unit, the loop's first.
@@ -283,7 +284,7 @@ Chain grown(const Chain& chain, const Unit& unit, Random& random) {
     const std::vector<std::string> names = drawSequence(unit, random);
     Chain best;
     double bestRadius = std::numeric_limits<double>::infinity();
-    for (int draw = 0; draw < MAX_DRAWS_PER_UNIT && (draw < DRAWS_PER_UNIT || best.empty()); ++draw) {
+    for (int draw = 0; draw < maxDrawsPerUnit && (draw < drawsPerUnit || best.empty()); ++draw) {
         Chain candidate = chain;
         if (!appendUnit(candidate, unit, names, random)) {
             continue;
@@ -314,8 +315,8 @@ bool appendTerminalOxygen(Chain& chain) {
     Residue& last = chain.back();
     const std::size_t added = last.atoms.size();
     const Vec3 position =
-        placeAtom(at(last, "N"), at(last, "CA"), at(last, "C"), backbone::C_OXT, backbone::CA_C_N, last.psi);
-    append(last, "OXT", 'O', CARBONYL_CARBON, position);
+        placeAtom(at(last, "N"), at(last, "CA"), at(last, "C"), backbone::cOxt, backbone::caCN, last.psi);
+    append(last, "OXT", 'O', carbonylCarbon, position);
     return !clashes(chain, chain.size() - 1, added);
 }
 
@@ -326,7 +327,7 @@ double contactShift(const Model& fixed, const Model& moving, const Vec3& directi
         for (const Atom& f : fixed) {
             const Vec3 w = m.position - f.position;
             const double along = dot(w, direction);
-            const double reach = along * along - dot(w, w) + contact::OTHER * contact::OTHER;
+            const double reach = along * along - dot(w, w) + contact::anyOther * contact::anyOther;
             if (reach > 0.0) {
                 shift = std::max(shift, std::sqrt(reach) - along);
             }
@@ -362,7 +363,7 @@ bool areOfOneResidue(const Atom& a, const Atom& b) {
 } // namespace
 
 Model buildChain(const std::vector<Unit>& units, char chain, Random& random) {
-    for (int attempt = 0; attempt < CHAIN_ATTEMPTS; ++attempt) {
+    for (int attempt = 0; attempt < chainAttempts; ++attempt) {
         Chain residues = attemptChain(units, random);
         if (!residues.empty() && appendTerminalOxygen(residues)) {
             return flattened(residues, chain);
@@ -376,7 +377,7 @@ Model docked(const Model& fixed, const Model& moving, Random& random) {
     double bestRadius = std::numeric_limits<double>::infinity();
     const Vec3 target = centroid(fixed);
     const Vec3 start = centroid(moving);
-    for (int draw = 0; draw < DOCKING_DRAWS; ++draw) {
+    for (int draw = 0; draw < dockingDraws; ++draw) {
         const Mat3 rotation = random.rotation();
         const Vec3 direction = random.direction();
         const Model turned = placed(moving, {rotation, target - rotation * start});

@@ -15,12 +15,12 @@ namespace example {
 /// geometry itself and are not tested.
 namespace contact {
 /// Two nitrogen or oxygen atoms, which may share a hydrogen bond, two or more residues apart.
-constexpr double POLAR = 2.7;
+constexpr double polar = 2.7;
 /// Any other two atoms two or more residues apart, or in different chains.
-constexpr double OTHER = 3.0;
+constexpr double anyOther = 3.0;
 /// Two atoms of the same residue or of neighbours in the chain: short loops bring C and O of a neighbour this
 /// close.
-constexpr double NEAR_IN_CHAIN = 2.6;
+constexpr double nearInChain = 2.6;
 } // namespace contact
 
 /// A stretch of a chain: `loop` residues with torsions of the usual regions, then an alpha helix of `helix`
@@ -38,7 +38,7 @@ Model buildChain(const std::vector<Unit>& units, char chain, Random& random);
 
 /// Moves `moving`, turned at random many times, into contact with `fixed`, and returns both, `fixed` first,
 /// in the arrangement with the smallest radius of gyration. No two atoms of the two come closer than
-/// contact::OTHER.
+/// contact::anyOther.
 Model docked(const Model& fixed, const Model& moving, Random& random);
 
 /// The example's protein: chain A of 107 residues and chain B of 56, helices joined by loops, without

@@ -8,14 +8,14 @@
 namespace example {
 namespace {
 
-constexpr int FIXED = SideAtom::FIXED;
+constexpr int fixedTorsion = SideAtom::fixedTorsion;
 
 /// L configuration: seen from N to CA, CB stands anticlockwise of C.
 SideAtom betaCarbon() {
     const double angleN = 110.4;
     const double angleC = 110.1;
-    const double torsion = -branchTorsion(backbone::N_CA_C, angleN, angleC);
-    return {"CB", 'C', "C", "N", "CA", 1.530, angleN, torsion, FIXED};
+    const double torsion = -branchTorsion(backbone::nCaC, angleN, angleC);
+    return {"CB", 'C', "C", "N", "CA", 1.530, angleN, torsion, fixedTorsion};
 }
 
 SideAtom onCB(const std::string& name, char element, double length, double angle, double torsion = 0.0) {
@@ -38,9 +38,9 @@ std::vector<SideAtom> phenylalanine() {
             onCB("CG", 'C', 1.502, 113.8),
             onCG("CD1", 'C', bond, corner),
             onCG("CD2", 'C', bond, corner, 180.0),
-            {"CE1", 'C', "CB", "CG", "CD1", bond, corner, 180.0, FIXED},
-            {"CE2", 'C', "CB", "CG", "CD2", bond, corner, 180.0, FIXED},
-            {"CZ", 'C', "CG", "CD1", "CE1", bond, corner, 0.0, FIXED}};
+            {"CE1", 'C', "CB", "CG", "CD1", bond, corner, 180.0, fixedTorsion},
+            {"CE2", 'C', "CB", "CG", "CD2", bond, corner, 180.0, fixedTorsion},
+            {"CZ", 'C', "CG", "CD1", "CE1", bond, corner, 0.0, fixedTorsion}};
 }
 
 std::vector<ResidueType> makeTypes() {

@@ -11,22 +11,23 @@ namespace example {
 /// Ideal backbone geometry, in angstrom and degrees (Engh & Huber, 1991). The three angles at C add up to
 /// 360, so that the peptide group is flat.
 namespace backbone {
-constexpr double N_CA = 1.458;
-constexpr double CA_C = 1.525;
-constexpr double C_N = 1.329;
-constexpr double C_O = 1.231;
-constexpr double C_OXT = 1.249;
-constexpr double N_CA_C = 111.2;
-constexpr double CA_C_N = 116.2;
-constexpr double CA_C_O = 120.8;
-constexpr double C_N_CA = 121.7;
-constexpr double OMEGA = 180.0;
+constexpr double nCa = 1.458;
+constexpr double caC = 1.525;
+constexpr double cN = 1.329;
+constexpr double cO = 1.231;
+constexpr double cOxt = 1.249;
+constexpr double nCaC = 111.2;
+constexpr double caCN = 116.2;
+constexpr double caCO = 120.8;
+constexpr double cNCa = 121.7;
+constexpr double omega = 180.0;
 } // namespace backbone
 
 /// One side-chain atom by internal coordinates: bonded to c, with the angle b-c-atom and the torsion
-/// a-b-c-atom, which is `torsion`, plus the residue's side-chain torsion number `chi` unless that is FIXED.
+/// a-b-c-atom, which is `torsion`, plus the residue's side-chain torsion number `chi` unless that is
+/// fixedTorsion.
 struct SideAtom {
-    static constexpr int FIXED = -1;
+    static constexpr int fixedTorsion = -1;
 
     std::string name;
     char element;

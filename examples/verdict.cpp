@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdio>
+#include <optional>
 #include <stdexcept>
 
 namespace example {

@@ -2,9 +2,8 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Fits a small example over the results of an earlier run, again and again, while one system call of each thread fails:
 # write, openat, rename, renameat2, fsync and mmap, each at each of its first calls behind the start of the program. No
-# fault may
-# end a run by a signal, hang it, or leave anything but the earlier results or the new ones, whole, both solution files
-# of one run; what is missing must be told, and what a checkpoint holds must come back with --resume.
+# fault may end a run by a signal, hang it, or leave anything but the earlier results or the new ones, whole, both
+# solution files of one run; what is missing must be told, and what a checkpoint holds must come back with --resume.
 #   scripts/fault-sweep.sh [CALLS]    CALLS (40) of each; JOBS=N sets the number of runs at once
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "CrossCorrelation/fccf.h"
 #include "CrossCorrelation/gaussianCut.h"

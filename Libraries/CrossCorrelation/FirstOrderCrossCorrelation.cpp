@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CrossCorrelation/FirstOrderCrossCorrelation.h"
 
+#include <utility>
+
 FirstOrderCrossCorrelation::FirstOrderCrossCorrelation(double* targetEdm, std::shared_ptr<const cGrid> grid,
                                                        const std::vector<std::array<double, 3>>& atoms,
                                                        double sigma,

@@ -2,6 +2,7 @@
 #include "CrossCorrelation/RotationScan.h"
 
 #include <stdexcept>
+#include <utility>
 
 #include "CrossCorrelation/localModel.h"
 #include "CrossCorrelation/offerScores.h"

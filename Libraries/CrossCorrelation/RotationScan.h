@@ -3,6 +3,7 @@
 #define SELVANE_CROSSCORRELATION_ROTATIONSCAN_H
 
 #include <array>
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <utility>

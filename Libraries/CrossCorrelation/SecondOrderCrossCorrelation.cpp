@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 SecondOrderCrossCorrelation::SecondOrderCrossCorrelation(double* targetEdm, std::shared_ptr<const cGrid> grid,
                                                          const std::vector<std::array<double, 3>>& atoms,

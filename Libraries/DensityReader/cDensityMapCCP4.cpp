@@ -10,7 +10,7 @@ std::vector<double> cDensityMapCCP4::getValue() const {
 }
 
 cVector3 cDensityMapCCP4::getFrameShiftFromOriginWords() const {
-    constexpr double NEGLIGIBLE = 1e-3; // of a voxel: single-precision words can't tell less
+    constexpr double negligible = 1e-3; // of a voxel: single-precision words can't tell less
     const cVector3 words(m_originWords[0], m_originWords[1], m_originWords[2]);
     if (isEmpty() || words == cVector3(0.0)) {
         return cVector3(0.0);
@@ -20,7 +20,7 @@ cVector3 cDensityMapCCP4::getFrameShiftFromOriginWords() const {
         if (!std::isfinite(shift[axis])) {
             return cVector3(0.0);
         }
-        if (std::abs(shift[axis]) <= NEGLIGIBLE * std::abs(m_delta[axis])) {
+        if (std::abs(shift[axis]) <= negligible * std::abs(m_delta[axis])) {
             shift[axis] = 0.0;
         }
     }

@@ -3,8 +3,10 @@
 #define SELVANE_DENSITYREADER_CDENSITYMAPCCP4_H
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <iosfwd>
+#include <limits>
 #include <optional>
 #include <set>
 #include <string>

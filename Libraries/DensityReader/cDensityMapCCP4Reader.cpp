@@ -18,8 +18,8 @@
 
 namespace {
 
-constexpr std::int64_t BYTES_PER_VOXEL = 4;
-constexpr std::int64_t LARGEST_SURPLUS = 1048576; // bytes before the voxels, header included
+constexpr std::int64_t bytesPerVoxel = 4;
+constexpr std::int64_t largestSurplus = 1048576; // bytes before the voxels, header included
 
 /// A line beyond the fixed messages, for a user who has to find out what to do.
 void printNote(const std::string& name, const std::string& text) {
@@ -29,7 +29,7 @@ void printNote(const std::string& name, const std::string& text) {
 void printTruncated(std::int64_t fileSize, std::int64_t dataOffset) {
     std::cerr << "Error: File appears truncated and doesn't match header. " << std::endl;
     std::cerr << "filesize = " << fileSize << " dataOffset = " << dataOffset
-              << " CCP4HDSIZE = " << ccp4::HEADER_SIZE << std::endl;
+              << " CCP4HDSIZE = " << ccp4::headerSize << std::endl;
 }
 
 template <class Word>
@@ -59,7 +59,7 @@ std::ifstream openMap(const std::string& name) {
 
 /// The bytes before the voxels by the header's extents, in 32-bit arithmetic that wraps around.
 std::int32_t wrappedDataOffset(std::int64_t fileSize, const std::array<int, 3>& extent) {
-    std::uint32_t voxelBytes = BYTES_PER_VOXEL;
+    std::uint32_t voxelBytes = bytesPerVoxel;
     for (const int n : extent) {
         voxelBytes *= static_cast<std::uint32_t>(n);
     }
@@ -73,10 +73,10 @@ std::int32_t wrappedSum(std::int32_t a, std::int32_t b) {
 /// Checks a start of the voxels in full width, where neither a product nor a sum wraps around.
 /// @return whether the file holds all voxels of the extents from there on
 bool fileHoldsVoxels(std::int64_t fileSize, std::int64_t dataStart, const std::array<int, 3>& extent) {
-    if (dataStart < ccp4::HEADER_SIZE || dataStart > fileSize) {
+    if (dataStart < ccp4::headerSize || dataStart > fileSize) {
         return false;
     }
-    std::int64_t voxelsLeft = (fileSize - dataStart) / BYTES_PER_VOXEL;
+    std::int64_t voxelsLeft = (fileSize - dataStart) / bytesPerVoxel;
     for (const int n : extent) {
         voxelsLeft /= n;
     }
@@ -89,17 +89,17 @@ std::optional<std::int64_t> locateVoxels(const std::string& name, std::int64_t f
                                          const std::array<int, 3>& extent, std::int32_t symmetryBytes,
                                          std::int64_t largestVoxelCount) {
     const std::int32_t dataOffset = wrappedDataOffset(fileSize, extent);
-    if (fileSize < ccp4::HEADER_SIZE) {
+    if (fileSize < ccp4::headerSize) {
         printTruncated(fileSize, dataOffset);
         return std::nullopt;
     }
-    if (dataOffset != wrappedSum(ccp4::HEADER_SIZE, symmetryBytes)) {
-        if (dataOffset == ccp4::HEADER_SIZE) {
+    if (dataOffset != wrappedSum(ccp4::headerSize, symmetryBytes)) {
+        if (dataOffset == ccp4::headerSize) {
             symmetryBytes = 0;
-        } else if (dataOffset < ccp4::HEADER_SIZE) {
+        } else if (dataOffset < ccp4::headerSize) {
             printTruncated(fileSize, dataOffset);
             return std::nullopt;
-        } else if (dataOffset >= LARGEST_SURPLUS) {
+        } else if (dataOffset >= largestSurplus) {
             std::cerr << "Error: File is MUCH larger than expected and doesn't match header. " << std::endl;
             return std::nullopt;
         }
@@ -109,7 +109,7 @@ std::optional<std::int64_t> locateVoxels(const std::string& name, std::int64_t f
                             " x " + std::to_string(extent[2]) + " voxels, so there is no map in it");
         return std::nullopt;
     }
-    const std::int64_t dataStart = std::int64_t{ccp4::HEADER_SIZE} + symmetryBytes;
+    const std::int64_t dataStart = std::int64_t{ccp4::headerSize} + symmetryBytes;
     if (!fileHoldsVoxels(fileSize, dataStart, extent)) {
         printTruncated(fileSize, dataOffset);
         return std::nullopt;
@@ -128,7 +128,7 @@ std::optional<std::int64_t> locateVoxels(const std::string& name, std::int64_t f
 class cDensityMapCCP4::Header {
 public:
     explicit Header(std::istream& file) {
-        file.read(m_bytes.data(), ccp4::HEADER_SIZE);
+        file.read(m_bytes.data(), ccp4::headerSize);
         m_size = static_cast<std::size_t>(file.gcount());
         file.clear();
         file.seekg(0, std::ios::end);
@@ -176,7 +176,7 @@ public:
     }
 
 private:
-    std::array<char, ccp4::HEADER_SIZE> m_bytes{};
+    std::array<char, ccp4::headerSize> m_bytes{};
     std::size_t m_size = 0;
     std::int64_t m_fileSize = 0;
 };
@@ -231,12 +231,12 @@ void cDensityMapCCP4::load(const std::string& name) {
 
 /// The byte order is told by the mode alone. A file too short to tell one is left to the check of its length.
 std::optional<bool> cDensityMapCCP4::settleByteOrder(const Header& header, const std::string& name) {
-    if (m_mode == ccp4::FLOAT_MODE || !header.holds(ccp4::MODE)) {
+    if (m_mode == ccp4::floatMode || !header.holds(ccp4::MODE)) {
         return false;
     }
     const int modeAsRead = m_mode;
     reverseBytes(m_mode);
-    if (m_mode == ccp4::FLOAT_MODE) {
+    if (m_mode == ccp4::floatMode) {
         reverseFields();
         return true;
     }
@@ -298,7 +298,7 @@ bool cDensityMapCCP4::readVoxels(std::istream& file, bool reversed, const std::a
     std::vector<float> buffer(columns);
     for (std::size_t row = 0; row < rows * static_cast<std::size_t>(m_extent[2]); ++row) {
         if (!file.read(reinterpret_cast<char*>(buffer.data()),
-                       static_cast<std::streamsize>(columns * BYTES_PER_VOXEL))) {
+                       static_cast<std::streamsize>(columns * bytesPerVoxel))) {
             return false;
         }
         if (reversed) {

@@ -12,7 +12,7 @@ namespace {
 
 static_assert(std::numeric_limits<float>::is_iec559, "the format holds IEEE floats");
 
-using HeaderBytes = std::array<char, ccp4::HEADER_SIZE>;
+using HeaderBytes = std::array<char, ccp4::headerSize>;
 
 template <class Field>
 void put(HeaderBytes& header, ccp4::Offset offset, const Field& field) {
@@ -65,7 +65,7 @@ bool cDensityMapCCP4::isWritable() const {
 }
 
 bool cDensityMapCCP4::save(const std::string& name) {
-    m_mode = ccp4::FLOAT_MODE;
+    m_mode = ccp4::floatMode;
     if (!isWritable()) {
         return false;
     }
@@ -74,7 +74,7 @@ bool cDensityMapCCP4::save(const std::string& name) {
 }
 
 bool cDensityMapCCP4::write(std::FILE* file) {
-    m_mode = ccp4::FLOAT_MODE;
+    m_mode = ccp4::floatMode;
     if (!isWritable()) {
         return false;
     }

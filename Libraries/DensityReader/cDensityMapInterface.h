@@ -25,7 +25,7 @@
 /// chooseType, meanDensity) change them for every copy.
 class cDensityMapInterface : public cDecomposition {
 public:
-    static constexpr int HISTOGRAM_BINS = 128;
+    static constexpr int histogramBins = 128;
 
     bool m_histogramReady = false;                   ///< set by computeHistogram
     std::shared_ptr<VoxelArray<double>> m_data;      ///< the voxels; null while the map is empty
@@ -37,7 +37,7 @@ public:
     cVector3 m_xAxis{1.0, 0.0, 0.0};                 ///< unit vectors of the crystal axes
     cVector3 m_yAxis{0.0, 1.0, 0.0};
     cVector3 m_zAxis{0.0, 0.0, 1.0};
-    std::array<float, HISTOGRAM_BINS> m_histogram{}; ///< scaled so that the fullest bin is 1
+    std::array<float, histogramBins> m_histogram{}; ///< scaled so that the fullest bin is 1
     float m_minDensity = 0.0F; ///< statistics; a reader takes them from the file's header
     float m_maxDensity = 0.0F;
     float m_meanDensity = 0.0F;

@@ -10,13 +10,13 @@
 
 namespace {
 
-constexpr float EXTREME_START = 1e10F;
-constexpr double BINS_PER_RANGE = 0.0078125; // 1 / 128
-constexpr float LARGEST_EXPONENT = 100.0F;   // exp beyond it overflows single precision
+constexpr float extremeStart = 1e10F;
+constexpr double binsPerRange = 0.0078125; // 1 / 128
+constexpr float largestExponent = 100.0F;  // exp beyond it overflows single precision
 
 /// In double: a range that rounds up in single precision would put the maximum itself one bin too low.
 double binWidthOf(float minimum, float maximum) {
-    return (double{maximum} - double{minimum}) * BINS_PER_RANGE;
+    return (double{maximum} - double{minimum}) * binsPerRange;
 }
 
 } // namespace
@@ -41,8 +41,8 @@ void cDensityMapInterface::computeAvMaxMinDensity() {
 }
 
 void cDensityMapInterface::analyzeDensity() {
-    m_maxDensity = -EXTREME_START;
-    m_minDensity = EXTREME_START;
+    m_maxDensity = -extremeStart;
+    m_minDensity = extremeStart;
     if (isEmpty()) {
         return;
     }
@@ -64,7 +64,7 @@ void cDensityMapInterface::computeHistogram() {
     if (binWidth == 0.0 || isEmpty()) {
         return;
     }
-    std::array<std::uint32_t, HISTOGRAM_BINS> counts{};
+    std::array<std::uint32_t, histogramBins> counts{};
     std::uint32_t largest = 0;
     const auto& [nx, ny, nz] = m_data->shape();
     // Deliberate: z outermost. Of two voxels that bring bins to the same count, the first one visited sets
@@ -74,7 +74,7 @@ void cDensityMapInterface::computeHistogram() {
             const double density = (*m_data)(i, column % ny, column / ny);
             const double bin = (density - m_minDensity) / binWidth;
             // Deliberate: the first bin's width above the minimum is left out.
-            if (!(bin >= 1.0 && bin < HISTOGRAM_BINS + 1.0)) {
+            if (!(bin >= 1.0 && bin < histogramBins + 1.0)) {
                 continue;
             }
             const auto index = static_cast<std::size_t>(bin) - 1;
@@ -143,7 +143,7 @@ void cDensityMapInterface::meanDensity(float temperature) {
         for (int type = 0; type < m_nTypes; ++type) {
             const float energy = m_typedData->values()[v * perVoxel + static_cast<std::size_t>(type)];
             const float exponent = -energy / temperature;
-            sum += exponent < LARGEST_EXPONENT ? std::exp(exponent) : 0.0F;
+            sum += exponent < largestExponent ? std::exp(exponent) : 0.0F;
         }
         voxels[v] = -temperature * std::log(sum);
     }

@@ -4,15 +4,15 @@
 namespace ccp4 {
 
 std::optional<std::array<int, 3>> invertAxisOrder(const std::array<int, 3>& axisOrder) {
-    constexpr int UNSET = -1;
-    std::array<int, 3> xyz2crs{UNSET, UNSET, UNSET};
+    constexpr int unset = -1;
+    std::array<int, 3> xyz2crs{unset, unset, unset};
     for (int crs = 0; crs < 3; ++crs) {
         const int axis = axisOrder[static_cast<std::size_t>(crs)];
         if (axis < 1 || axis > 3) {
             return std::nullopt;
         }
         int& entry = xyz2crs[static_cast<std::size_t>(axis - 1)];
-        if (entry != UNSET) {
+        if (entry != unset) {
             return std::nullopt;
         }
         entry = crs;

@@ -9,8 +9,8 @@
 /// What the reader and the writer of CCP4 maps share: the places of the header fields and of the voxels.
 namespace ccp4 {
 
-constexpr int HEADER_SIZE = 1024;
-constexpr int FLOAT_MODE = 2;
+constexpr int headerSize = 1024;
+constexpr int floatMode = 2;
 
 /// Byte offsets in the header; a field is 4 bytes or several of them.
 enum Offset : std::size_t {

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "FFTWrapper/StagedCorrelator.h"
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
+#include <string>
 
 #include "FFTWrapper/correlationSpectrum.h"
 

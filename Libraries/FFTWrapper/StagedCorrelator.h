@@ -2,6 +2,7 @@
 #ifndef SELVANE_FFTWRAPPER_STAGEDCORRELATOR_H
 #define SELVANE_FFTWRAPPER_STAGEDCORRELATOR_H
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 

@@ -17,10 +17,10 @@ int length(const char* text) {
 } // namespace
 
 cInfo::cInfo(int width) : m_width(width) {
-    std::fill_n(m_dots, MAX_WIDTH, '.');
-    m_dots[MAX_WIDTH] = '\0';
-    std::fill_n(m_bars, MAX_WIDTH, '=');
-    m_bars[MAX_WIDTH] = '\0';
+    std::fill_n(m_dots, maxWidth, '.');
+    m_dots[maxWidth] = '\0';
+    std::fill_n(m_bars, maxWidth, '=');
+    m_bars[maxWidth] = '\0';
 }
 
 void cInfo::printInfo(const char* title) {
@@ -79,14 +79,14 @@ void cInfo::printInfo(const char* key, const cVector3& value, const char* unit) 
 }
 
 void cInfo::printInfo(const char* key, const double* values, int n, const char* unit) {
-    static const std::string BLANKS(62, ' ');
+    static const std::string blanks(62, ' ');
     if (m_silent) {
         return;
     }
     const int keyLength = length(key);
     std::printf("%s :\n", key);
     for (int i = 1; i <= n; ++i) {
-        std::printf("%.*s[%2d]%.*s : %g", keyLength + 1, BLANKS.c_str(), i, m_width - keyLength - 5, m_dots,
+        std::printf("%.*s[%2d]%.*s : %g", keyLength + 1, blanks.c_str(), i, m_width - keyLength - 5, m_dots,
                     values[i - 1]);
         printUnit(unit);
     }

@@ -48,7 +48,7 @@ public:
     void printTimings();
 
 private:
-    static constexpr int MAX_WIDTH = 98;
+    static constexpr int maxWidth = 98;
 
     void printBars() const;
     void printDots() const;
@@ -58,8 +58,8 @@ private:
     static void printUnit(const char* unit);
 
     int m_width;
-    char m_dots[MAX_WIDTH + 1];
-    char m_bars[MAX_WIDTH + 1];
+    char m_dots[maxWidth + 1];
+    char m_bars[maxWidth + 1];
     double m_totalTime = 0.0;
     std::vector<std::pair<std::string, double>> m_timings;
 

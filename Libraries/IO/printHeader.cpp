@@ -14,22 +14,22 @@ struct BannerLine {
     const char* coloured;
 };
 
-constexpr const char* MAIL = "Contact: selvane@example.org ";
-constexpr const char* COLOURED_MAIL = "Contact: \033[4;34mselvane@example.org\033[0m ";
-constexpr const char* WEB = "https://selvane.example.org ";
+constexpr const char* mail = "Contact: selvane@example.org ";
+constexpr const char* colouredMail = "Contact: \033[4;34mselvane@example.org\033[0m ";
+constexpr const char* web = "https://selvane.example.org ";
 // Deliberate: one blank more than the plain line, so that on a terminal this line's right edge stands out.
-constexpr const char* COLOURED_WEB = "\033[4;35mhttps://selvane.example.org \033[0m ";
-constexpr const char* RIGHTS = "Copyright (C) 2026 the Selvane developers";
+constexpr const char* colouredWeb = "\033[4;35mhttps://selvane.example.org \033[0m ";
+constexpr const char* rights = "Copyright (C) 2026 the Selvane developers";
 
-constexpr BannerLine BANNER[] = {
+constexpr BannerLine banner[] = {
     {"", ""},
     {"Selvane", "Selvane"},
     {"by the Selvane developers", "by the Selvane developers"},
     {"Reference: XXX", "Reference: XXX"},
     {"XXX", "XXX"},
-    {RIGHTS, RIGHTS},
-    {MAIL, COLOURED_MAIL},
-    {WEB, COLOURED_WEB},
+    {rights, rights},
+    {mail, colouredMail},
+    {web, colouredWeb},
 };
 
 /// "*", the fill character width times, "*".
@@ -53,7 +53,7 @@ void printFramed(int width, const BannerLine& line, bool onTerminal) {
 void printHeader(int width) {
     const bool onTerminal = isatty(fileno(stdout)) != 0;
     printRule(width, '*');
-    for (const BannerLine& line : BANNER) {
+    for (const BannerLine& line : banner) {
         printFramed(width, line, onTerminal);
     }
     printRule(width, '-');

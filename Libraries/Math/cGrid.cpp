@@ -2,6 +2,8 @@
 #include "Math/cGrid.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <ostream>
 #include <stdexcept>
 #include <string>

@@ -2,6 +2,7 @@
 #include "Math/cMatrix33.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <limits>
 
@@ -10,7 +11,7 @@
 namespace {
 
 /// Below this sine of its tilt the z axis counts as kept or reversed.
-constexpr double GIMBAL_LOCK = 1e-8;
+constexpr double gimbalLock = 1e-8;
 
 cMatrix33 rotationX(double angle) {
     const double c = std::cos(angle);
@@ -304,7 +305,7 @@ void cMatrix33::orthonormalize() {
 void cMatrix33::computeEulerDecomposition(double& phi, double& theta, double& psi) const {
     const cMatrix33& m = *this;
     const double s = std::sqrt(1 - m(2, 2) * m(2, 2));
-    if (s > GIMBAL_LOCK) {
+    if (s > gimbalLock) {
         phi = std::atan2(-m(1, 2), -m(0, 2));
         theta = std::atan2(s, m(2, 2));
         psi = std::atan2(-m(2, 1), m(2, 0));
@@ -320,7 +321,7 @@ void cMatrix33::computeEulerDecompositionZYZ(double& phi, double& theta, double&
     const cMatrix33& m = *this;
     const double cosine = m(2, 2);
     const double s = cosine * cosine <= 1 ? std::sqrt(1 - cosine * cosine) : 0;
-    if (s > GIMBAL_LOCK) {
+    if (s > gimbalLock) {
         theta = std::atan2(s, cosine);
         phi = std::atan2(m(2, 1), m(2, 0));
     } else {
@@ -340,7 +341,7 @@ void cMatrix33::computeEulerDecompositionZY(double& theta, double& phi) const {
     const cVector3 y = column(*this, 1);
     const cVector3 z = column(*this, 2);
     const cVector3 normal = z0 ^ z;
-    const cVector3 n = normal.norm() > GIMBAL_LOCK ? normal.normalizedVersion() : cVector3(1, 0, 0);
+    const cVector3 n = normal.norm() > gimbalLock ? normal.normalizedVersion() : cVector3(1, 0, 0);
     theta = std::atan2(normal.norm(), z.z);
     const cMatrix33 rPrime = fromAxisAngle(n, theta);
     const cVector3 xPrime = column(rPrime, 0);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <unordered_map>
@@ -13,8 +14,8 @@ namespace {
 
 using position = std::array<double, 3>;
 
-constexpr double RAND_RANGE = 2147483647.0;
-constexpr double NO_ROTATION = 1e-11; // radians
+constexpr double randRange = 2147483647.0;
+constexpr double noRotation = 1e-11; // radians
 
 position toPosition(const cVector3& v) {
     return {v.x, v.y, v.z};
@@ -211,7 +212,7 @@ bool isAlmostNull(const arma::Mat<double>& m, double tol) {
 }
 
 double myRand(double a, double b) {
-    return a + std::rand() / RAND_RANGE * (b - a);
+    return a + std::rand() / randRange * (b - a);
 }
 
 double** new_qcprotAtoms(unsigned long n) {
@@ -278,7 +279,7 @@ void quaternion2AxisAndAngle(const double* q, arma::Col<double>& axis, double& a
         // Deliberate: the axis is not turned round with the angle.
         a = 2 * pi - a;
     }
-    if (std::fabs(a) < NO_ROTATION) {
+    if (std::fabs(a) < noRotation) {
         angle = 0.0;
         axis = {1.0, 0.0, 0.0};
         return;

@@ -15,11 +15,11 @@
 
 namespace {
 
-constexpr double HYDROGEN_LIMIT2 = 1.21;   // Å², of a bond with a hydrogen and inside a water
-constexpr double SAME_PLACE2 = 0.01;       // Å², atoms up to this are alternatives, not neighbours
-constexpr double RADIUS_FRACTION = 0.6;    // of the sum of the van der Waals radii
-constexpr int WATER_TYPE = 24;             // in cPDBAtom::mResType
-constexpr std::string_view SULPHUR = "SG"; // of cysteine
+constexpr double hydrogenLimit2 = 1.21;    // Å², of a bond with a hydrogen and inside a water
+constexpr double samePlace2 = 0.01;        // Å², atoms up to this are alternatives, not neighbours
+constexpr double radiusFraction = 0.6;     // of the sum of the van der Waals radii
+constexpr int waterType = 24;              // in cPDBAtom::mResType
+constexpr std::string_view sulphur = "SG"; // of cysteine
 
 bool isLetter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
@@ -48,7 +48,7 @@ bool areNeighbourResidues(const cPDBAtom& a, const cPDBAtom& b) {
 }
 
 bool isSulphurOfCysteine(const cPDBAtom& atom) {
-    return std::string_view(atom.m_name).substr(0, SULPHUR.size()) == SULPHUR;
+    return std::string_view(atom.m_name).substr(0, sulphur.size()) == sulphur;
 }
 
 void checkIndices(const cPDBAtom& a, const cPDBAtom& b) {
@@ -132,13 +132,13 @@ void BondList::addAngles(std::vector<Arm>& arms) {
 }
 
 double BondList::checkForCovalentBond(const cPDBAtom& a, const cPDBAtom& b, double d2) {
-    const bool isWaterPair = a.m_resType == WATER_TYPE && b.m_resType == WATER_TYPE;
-    if (!isWaterPair && (a.m_resType == WATER_TYPE || b.m_resType == WATER_TYPE)) {
+    const bool isWaterPair = a.m_resType == waterType && b.m_resType == waterType;
+    if (!isWaterPair && (a.m_resType == waterType || b.m_resType == waterType)) {
         return 0.0;
     }
     // Deliberate: at once, whatever their chains and residues and however near.
-    if (isWaterPair && d2 < HYDROGEN_LIMIT2) {
-        return HYDROGEN_LIMIT2;
+    if (isWaterPair && d2 < hydrogenLimit2) {
+        return hydrogenLimit2;
     }
     if (a.m_chain[0] != b.m_chain[0]) {
         return 0.0;
@@ -146,7 +146,7 @@ double BondList::checkForCovalentBond(const cPDBAtom& a, const cPDBAtom& b, doub
     if (a.isHydrogen() && b.isHydrogen()) {
         return 0.0;
     }
-    if ((a.isHydrogen() || b.isHydrogen()) && d2 >= HYDROGEN_LIMIT2) {
+    if ((a.isHydrogen() || b.isHydrogen()) && d2 >= hydrogenLimit2) {
         return 0.0;
     }
     if (areAlternatives(a, b) || !areNeighbourResidues(a, b)) {
@@ -154,9 +154,9 @@ double BondList::checkForCovalentBond(const cPDBAtom& a, const cPDBAtom& b, doub
     }
     // Deliberate: summed in the precision of the tables.
     const float radii = a.m_radius + b.m_radius;
-    const double limit = RADIUS_FRACTION * static_cast<double>(radii);
+    const double limit = radiusFraction * static_cast<double>(radii);
     const double limit2 = limit * limit;
-    if (!(limit2 >= d2 && d2 > SAME_PLACE2)) {
+    if (!(limit2 >= d2 && d2 > samePlace2)) {
         return 0.0;
     }
     // Deliberate: a disulfide bridge is no bond here.

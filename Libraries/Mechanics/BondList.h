@@ -3,6 +3,7 @@
 #define SELVANE_MECHANICS_BONDLIST_H
 
 #include <array>
+#include <cstddef>
 #include <vector>
 
 #include "Math/cVector3.h"

@@ -2,6 +2,8 @@
 #ifndef SELVANE_NMAENGINE_TRIDIAGQR_H
 #define SELVANE_NMAENGINE_TRIDIAGQR_H
 
+#include <stdexcept>
+
 #include "NMAEngine/UpperHessenbergQR.h"
 
 /// The same factorisation of a symmetric tridiagonal matrix with at least two rows, by work on the band

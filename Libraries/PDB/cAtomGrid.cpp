@@ -8,18 +8,18 @@
 
 namespace {
 
-constexpr unsigned long POOL_CHUNK_SIZE = 1048576; // bytes
-constexpr double MARGIN_CELLS = 2.0;               // the empty ring below the box
-constexpr int MARGIN_TOTAL = 5;                    // both rings and the cell of the upper face
-constexpr double MAX_CELLS_PER_AXIS = 2147483647.0;
-constexpr double MAX_CELLS = 9.2e18; // flat indices have 64 bits
+constexpr unsigned long poolChunkSize = 1048576; // bytes
+constexpr double marginCells = 2.0;              // the empty ring below the box
+constexpr int marginTotal = 5;                   // both rings and the cell of the upper face
+constexpr double maxCellsPerAxis = 2147483647.0;
+constexpr double maxCells = 9.2e18; // flat indices have 64 bits
 
 struct Offset {
     int i, j, k;
 };
 
 // The order in which the cells around an atom are searched.
-constexpr Offset WALK[27] = {
+constexpr Offset walk[27] = {
     {0, 0, -1},  {0, 0, 1},    {0, 1, 0},   {0, -1, 0},  {0, -1, -1}, {0, -1, 1}, {0, 1, -1},
     {0, 1, 1},   {0, 0, 0},    {1, 0, -1},  {1, 0, 1},   {1, 1, 0},   {1, -1, 0}, {1, -1, -1},
     {1, -1, 1},  {1, 1, -1},   {1, 1, 1},   {1, 0, 0},   {-1, 0, -1}, {-1, 0, 1}, {-1, 1, 0},
@@ -47,17 +47,17 @@ cIAVector3 boundsOf(const cPDBAtom* atoms, int n) {
 
 unsigned int cellsAlong(const cInterval& side, double invCellSize) {
     const double cells = (side.upper - side.lower) * invCellSize;
-    if (!(cells >= 0.0 && cells < MAX_CELLS_PER_AXIS - MARGIN_TOTAL)) {
+    if (!(cells >= 0.0 && cells < maxCellsPerAxis - marginTotal)) {
         throw std::length_error(
             "cAtomGrid: " + std::to_string(cells) +
             " cells along an axis, at most 2147483641 can be numbered; atoms lie too far apart");
     }
-    return static_cast<unsigned int>(cells) + MARGIN_TOTAL;
+    return static_cast<unsigned int>(cells) + marginTotal;
 }
 
 /// Index of the cell of a coordinate; false below cell 0 or from cell n on.
 bool findIndex(double coordinate, double lower, double invCellSize, unsigned int n, unsigned int& index) {
-    const double cell = (coordinate - lower) * invCellSize + MARGIN_CELLS;
+    const double cell = (coordinate - lower) * invCellSize + marginCells;
     if (!(cell >= 0.0 && cell < n)) {
         return false;
     }
@@ -106,7 +106,7 @@ void cAtomGrid::initPointer(cPDBAtom* atoms, int n, const cIAVector3* box, doubl
     setSizes();
     m_atoms = atoms;
     m_nAtoms = n;
-    m_pool = std::make_unique<cMemoryPool>(POOL_CHUNK_SIZE);
+    m_pool = std::make_unique<cMemoryPool>(poolChunkSize);
     for (int a = 0; a < n; ++a) {
         insert(&atoms[a]);
     }
@@ -116,7 +116,7 @@ void cAtomGrid::setSizes() {
     const unsigned int nx = cellsAlong(m_box.x, m_invCellSize);
     const unsigned int ny = cellsAlong(m_box.y, m_invCellSize);
     const unsigned int nz = cellsAlong(m_box.z, m_invCellSize);
-    if (static_cast<double>(nx) * ny * nz > MAX_CELLS) {
+    if (static_cast<double>(nx) * ny * nz > maxCells) {
         throw std::length_error("cAtomGrid: " + std::to_string(nx) + " x " + std::to_string(ny) + " x " +
                                 std::to_string(nz) + " cells can't be numbered; atoms lie too far apart");
     }
@@ -157,7 +157,7 @@ void cAtomGrid::visitNeighbours(const cVector3& p, Visitor visit) const {
         return;
     }
     const double cutoff2 = m_cellSize * m_cellSize;
-    for (const Offset& offset : WALK) {
+    for (const Offset& offset : walk) {
         const auto i = static_cast<unsigned int>(static_cast<int>(centre.i) + offset.i);
         const auto j = static_cast<unsigned int>(static_cast<int>(centre.j) + offset.j);
         const auto k = static_cast<unsigned int>(static_cast<int>(centre.k) + offset.k);

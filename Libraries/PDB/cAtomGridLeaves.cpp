@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr double MAX_LEAVES = 2147483647.0;
-constexpr double LAYER_MARGIN = 1.0; // the layer begins one cell below the box
+constexpr double maxLeaves = 2147483647.0;
+constexpr double layerMargin = 1.0; // the layer begins one cell below the box
 
 /// Index of a coordinate on a leaf lattice of n leaves; false off the lattice.
 bool findLeafIndex(double cell, int perEdge, std::size_t n, std::size_t& index) {
@@ -44,7 +44,7 @@ void cAtomGrid::initLeafLayer(int k) {
         return;
     }
     const double perCell = std::pow(static_cast<double>(k), 3.0);
-    if (static_cast<double>(m_nCells) * perCell > MAX_LEAVES) {
+    if (static_cast<double>(m_nCells) * perCell > maxLeaves) {
         throw std::length_error("cAtomGrid: " + std::to_string(m_nCells) + " cells of " + std::to_string(k) +
                                 "³ leaves are more than 2147483647 leaves");
     }
@@ -79,9 +79,9 @@ void cAtomGrid::detectBoundaryLeafs(double radius) {
 void cAtomGrid::markLeavesNear(const cVector3& p, double radius) {
     // In leaf edges from the corner of the layer.
     const double perEdge = m_leavesPerEdge;
-    const cVector3 place(((p.x - m_box.x.lower) * m_invCellSize + LAYER_MARGIN) * perEdge,
-                         ((p.y - m_box.y.lower) * m_invCellSize + LAYER_MARGIN) * perEdge,
-                         ((p.z - m_box.z.lower) * m_invCellSize + LAYER_MARGIN) * perEdge);
+    const cVector3 place(((p.x - m_box.x.lower) * m_invCellSize + layerMargin) * perEdge,
+                         ((p.y - m_box.y.lower) * m_invCellSize + layerMargin) * perEdge,
+                         ((p.z - m_box.z.lower) * m_invCellSize + layerMargin) * perEdge);
     const double reach = radius * m_invCellSize * perEdge;
     const std::size_t ny = leavesAlong(m_ny);
     const std::size_t nz = leavesAlong(m_nz);
@@ -108,10 +108,10 @@ bool cAtomGrid::findLeaf(const cVector3& p, std::size_t& leaf) const {
     const std::size_t ny = leavesAlong(m_ny);
     const std::size_t nz = leavesAlong(m_nz);
     const bool isOnLayer =
-        findLeafIndex((p.x - m_box.x.lower) * m_invCellSize + LAYER_MARGIN, m_leavesPerEdge,
-                      leavesAlong(m_nx), i) &&
-        findLeafIndex((p.y - m_box.y.lower) * m_invCellSize + LAYER_MARGIN, m_leavesPerEdge, ny, j) &&
-        findLeafIndex((p.z - m_box.z.lower) * m_invCellSize + LAYER_MARGIN, m_leavesPerEdge, nz, k);
+        findLeafIndex((p.x - m_box.x.lower) * m_invCellSize + layerMargin, m_leavesPerEdge, leavesAlong(m_nx),
+                      i) &&
+        findLeafIndex((p.y - m_box.y.lower) * m_invCellSize + layerMargin, m_leavesPerEdge, ny, j) &&
+        findLeafIndex((p.z - m_box.z.lower) * m_invCellSize + layerMargin, m_leavesPerEdge, nz, k);
     leaf = (i * ny + j) * nz + k;
     return isOnLayer;
 }

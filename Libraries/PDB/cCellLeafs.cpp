@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "PDB/cCellLeafs.h"
 
+#include <cstddef>
+
 cCellLeafs::cCellLeafs(const cVector3& corner, double edge, int perEdge)
     : m_nLeaves(perEdge * perEdge * perEdge), m_leavesPerEdge(perEdge) {
     m_centers.reserve(static_cast<std::size_t>(m_nLeaves));

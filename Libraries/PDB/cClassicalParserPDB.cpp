@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr int BEFORE_FIRST_LINE = -1000;
+constexpr int beforeFirstLine = -1000;
 
 [[noreturn]] void exitForUnreadableFile(const std::string& name, const char* reason) {
     std::printf("Error: could not open pdb file %s", printable(name).c_str());
@@ -92,7 +92,7 @@ struct cClassicalParserPDB::SegmentState {
     int m_resSeq = 0;
     int m_firstAtom = 0;
     int m_firstResidue = 0;
-    int m_previousKind = BEFORE_FIRST_LINE;
+    int m_previousKind = beforeFirstLine;
 };
 
 cClassicalParserPDB::cClassicalParserPDB() {
@@ -175,10 +175,10 @@ void cClassicalParserPDB::readFile(const std::string& name, int& nSegments, int&
             const Line line = lineAt(m_position);
             ++nAtoms;
             if (!line.holdsCoordinates() && nOdd++ == 0) {
-                firstOdd = line.integer(SERIAL_OFFSET, SERIAL_WIDTH);
+                firstOdd = line.integer(serialOffset, serialWidth);
             }
-            nSegments += state.isLeftFor(line.at(CHAIN_OFFSET), m_segmentMode);
-            countResidue(line.at(CHAIN_OFFSET), line.integer(RESSEQ_OFFSET, RESSEQ_WIDTH), state);
+            nSegments += state.isLeftFor(line.at(chainOffset), m_segmentMode);
+            countResidue(line.at(chainOffset), line.integer(resseqOffset, resseqWidth), state);
         } else if (kind == MISSING_RESIDUE) {
             readMissingResidue(lineAt(m_position));
         } else if (state.isClosedBy(kind, m_segmentMode)) {
@@ -263,8 +263,8 @@ void cClassicalParserPDB::parseFields(cPDBSegment* segments, cPDBAtom* atoms, bo
 void cClassicalParserPDB::addAtom(SegmentState& state, cPDBSegment* segments, cPDBAtom* atoms,
                                   bool proteinOnly) {
     const Line line = lineAt(m_position);
-    const char chain = line.at(CHAIN_OFFSET);
-    const int resSeq = line.integer(RESSEQ_OFFSET, RESSEQ_WIDTH);
+    const char chain = line.at(chainOffset);
+    const int resSeq = line.integer(resseqOffset, resseqWidth);
     if (state.m_isNew) {
         state.m_firstResidue = resSeq;
     } else if (state.isLeftFor(chain, m_segmentMode)) {

@@ -119,17 +119,17 @@ public:
 
 private:
     // Offsets and widths of the fields of an atom line that both passes read.
-    static constexpr int SERIAL_OFFSET = 6;
-    static constexpr int SERIAL_WIDTH = 5;
-    static constexpr int NAME_OFFSET = 12;
-    static constexpr int NAME_WIDTH = 4;
-    static constexpr int RESNAME_OFFSET = 17;
-    static constexpr int RESNAME_WIDTH = 3;
-    static constexpr int CHAIN_OFFSET = 21;
-    static constexpr int RESSEQ_OFFSET = 22;
-    static constexpr int RESSEQ_WIDTH = 4;
+    static constexpr int serialOffset = 6;
+    static constexpr int serialWidth = 5;
+    static constexpr int nameOffset = 12;
+    static constexpr int nameWidth = 4;
+    static constexpr int resnameOffset = 17;
+    static constexpr int resnameWidth = 3;
+    static constexpr int chainOffset = 21;
+    static constexpr int resseqOffset = 22;
+    static constexpr int resseqWidth = 4;
     /// What classify returns for the heading of the missing residues, a REMARK to everyone else.
-    static constexpr int MISSING_HEADING_LINE = 0;
+    static constexpr int missingHeadingLine = 0;
 
     /// The buffer from the start of a line on; behind m_size characters stand blanks.
     struct Line {

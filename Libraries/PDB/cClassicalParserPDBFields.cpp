@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Kinds of lines and the fields in them.
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -11,16 +12,16 @@
 
 namespace {
 
-constexpr std::string_view MISSING_HEADING = "REMARK 465   M RES C SSSEQI";
-constexpr std::size_t LONGEST_LINE_READ = 78; // the element ends there
-constexpr int MAX_FIELD_WIDTH = 8;
-constexpr int COORDINATE_OFFSETS[3] = {30, 38, 46};
-constexpr int COORDINATE_WIDTH = 8;
+constexpr std::string_view missingHeading = "REMARK 465   M RES C SSSEQI";
+constexpr std::size_t longestLineRead = 78; // the element ends there
+constexpr int maxFieldWidth = 8;
+constexpr int coordinateOffsets[3] = {30, 38, 46};
+constexpr int coordinateWidth = 8;
 
 // Offsets in an atom line at which the optional fields begin.
-constexpr int OCCUPANCY_OFFSET = 54;
-constexpr int SEGMENT_OFFSET = 72;
-constexpr int ELEMENT_OFFSET = 76;
+constexpr int occupancyOffset = 54;
+constexpr int segmentOffset = 72;
+constexpr int elementOffset = 76;
 
 bool isLetter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
@@ -90,21 +91,21 @@ void cClassicalParserPDB::Line::copy(int offset, int width, char* field) const {
 }
 
 int cClassicalParserPDB::Line::integer(int offset, int width) const {
-    char field[MAX_FIELD_WIDTH + 1];
+    char field[maxFieldWidth + 1];
     copy(offset, width, field);
     return static_cast<int>(std::strtol(field, nullptr, 10)); // at most 5 characters, so it fits
 }
 
 double cClassicalParserPDB::Line::real(int offset, int width) const {
-    char field[MAX_FIELD_WIDTH + 1];
+    char field[maxFieldWidth + 1];
     copy(offset, width, field);
     return std::strtod(field, nullptr);
 }
 
 bool cClassicalParserPDB::Line::holdsCoordinates() const {
-    return std::all_of(std::begin(COORDINATE_OFFSETS), std::end(COORDINATE_OFFSETS), [this](int offset) {
-        char field[MAX_FIELD_WIDTH + 1];
-        copy(offset, COORDINATE_WIDTH, field);
+    return std::all_of(std::begin(coordinateOffsets), std::end(coordinateOffsets), [this](int offset) {
+        char field[maxFieldWidth + 1];
+        copy(offset, coordinateWidth, field);
         char* end = nullptr;
         std::strtod(field, &end);
         return end != field && end[std::strspn(end, " ")] == '\0';
@@ -112,12 +113,12 @@ bool cClassicalParserPDB::Line::holdsCoordinates() const {
 }
 
 cClassicalParserPDB::Line cClassicalParserPDB::lineOf(const char* text) {
-    return {text, static_cast<long>(strnlen(text, LONGEST_LINE_READ))};
+    return {text, static_cast<long>(strnlen(text, longestLineRead))};
 }
 
 int cClassicalParserPDB::readPDBLine(const char* buffer, long position, long size) {
     const int kind = classify(buffer, position, size);
-    if (kind == MISSING_HEADING_LINE) {
+    if (kind == missingHeadingLine) {
         std::printf("Missing Residues:\n");
         return REMARK;
     }
@@ -129,15 +130,15 @@ int cClassicalParserPDB::readPDBLine(const char* buffer, long position, long siz
     const int kind = classify(buffer, position, size);
     if (kind == ATOM || kind == HETATM) {
         const Line line = {buffer + position, size - position};
-        resSeq = line.integer(RESSEQ_OFFSET, RESSEQ_WIDTH);
-        chain = line.at(CHAIN_OFFSET);
+        resSeq = line.integer(resseqOffset, resseqWidth);
+        chain = line.at(chainOffset);
         if (kind == ATOM) {
-            line.copy(RESNAME_OFFSET, RESNAME_WIDTH, resName);
-            line.copy(NAME_OFFSET, NAME_WIDTH, atomName);
-            deleteSpacesInAString(atomName, NAME_WIDTH);
+            line.copy(resnameOffset, resnameWidth, resName);
+            line.copy(nameOffset, nameWidth, atomName);
+            deleteSpacesInAString(atomName, nameWidth);
         }
     }
-    return kind == MISSING_HEADING_LINE ? static_cast<int>(REMARK) : kind;
+    return kind == missingHeadingLine ? static_cast<int>(REMARK) : kind;
 }
 
 int cClassicalParserPDB::classify(const char* buffer, long position, long size) {
@@ -145,9 +146,9 @@ int cClassicalParserPDB::classify(const char* buffer, long position, long size) 
         return NO_LINE;
     }
     const std::string_view line(buffer + position, static_cast<std::size_t>(size - position));
-    if (startsWith(line, MISSING_HEADING)) {
+    if (startsWith(line, missingHeading)) {
         m_inMissingResidues = 1;
-        return MISSING_HEADING_LINE;
+        return missingHeadingLine;
     }
     if (m_inMissingResidues != 0 && startsWith(line, "REMARK 465")) {
         return MISSING_RESIDUE;
@@ -156,9 +157,9 @@ int cClassicalParserPDB::classify(const char* buffer, long position, long size) 
         std::string_view m_text;
         int m_kind;
     };
-    constexpr Prefix PREFIXES[] = {{"ATOM ", ATOM}, {"HETATM", HETATM}, {"REMARK", REMARK},
+    constexpr Prefix prefixes[] = {{"ATOM ", ATOM}, {"HETATM", HETATM}, {"REMARK", REMARK},
                                    {"TER", TER},    {"ENDMDL", ENDMDL}, {"END", END}};
-    for (const Prefix& prefix : PREFIXES) {
+    for (const Prefix& prefix : prefixes) {
         if (startsWith(line, prefix.m_text)) {
             return prefix.m_kind;
         }
@@ -192,29 +193,29 @@ int cClassicalParserPDB::readPDBRecordFields(const char* line, cPDBAtom* atom, i
 }
 
 void cClassicalParserPDB::readFields(const Line& line, cPDBAtom& atom, int n) const {
-    atom.m_serial = line.integer(SERIAL_OFFSET, SERIAL_WIDTH);
-    line.copy(NAME_OFFSET, NAME_WIDTH, atom.m_name);
-    deleteSpacesInAString(atom.m_name, NAME_WIDTH);
+    atom.m_serial = line.integer(serialOffset, serialWidth);
+    line.copy(nameOffset, nameWidth, atom.m_name);
+    deleteSpacesInAString(atom.m_name, nameWidth);
     line.copy(16, 1, atom.m_altLoc);
-    line.copy(RESNAME_OFFSET, RESNAME_WIDTH, atom.m_resName);
-    line.copy(CHAIN_OFFSET, 1, atom.m_chain);
-    atom.m_resSeq = line.integer(RESSEQ_OFFSET, RESSEQ_WIDTH);
+    line.copy(resnameOffset, resnameWidth, atom.m_resName);
+    line.copy(chainOffset, 1, atom.m_chain);
+    atom.m_resSeq = line.integer(resseqOffset, resseqWidth);
     line.copy(26, 1, atom.m_iCode);
     readCoords(line, atom.m_position);
     atom.m_occupancy = atom.m_tempFactor = atom.m_charge = atom.m_pqrRadius = 0.0F;
-    if (n > OCCUPANCY_OFFSET) {
-        const auto first = static_cast<float>(line.real(OCCUPANCY_OFFSET, 6));
-        const auto second = static_cast<float>(line.real(OCCUPANCY_OFFSET + 6, 6));
+    if (n > occupancyOffset) {
+        const auto first = static_cast<float>(line.real(occupancyOffset, 6));
+        const auto second = static_cast<float>(line.real(occupancyOffset + 6, 6));
         (m_fileType == PQR ? atom.m_charge : atom.m_occupancy) = first;
         (m_fileType == PQR ? atom.m_pqrRadius : atom.m_tempFactor) = second;
     }
     atom.m_segId[0] = '\0';
-    if (n > SEGMENT_OFFSET) {
-        line.copy(SEGMENT_OFFSET, 4, atom.m_segId);
+    if (n > segmentOffset) {
+        line.copy(segmentOffset, 4, atom.m_segId);
         deleteSpacesInAString(atom.m_segId, 4);
     }
-    const char first = n > ELEMENT_OFFSET ? line.at(ELEMENT_OFFSET) : ' ';
-    const char second = n > ELEMENT_OFFSET ? line.at(ELEMENT_OFFSET + 1) : ' ';
+    const char first = n > elementOffset ? line.at(elementOffset) : ' ';
+    const char second = n > elementOffset ? line.at(elementOffset + 1) : ' ';
     if (isLetter(first)) {
         setElement(atom, first, second);
     } else if (isLetter(second)) {
@@ -227,10 +228,10 @@ void cClassicalParserPDB::readFields(const Line& line, cPDBAtom& atom, int n) co
 void cClassicalParserPDB::readCoords(const Line& line, cVector3& out) {
     // Deliberate: every coordinate of a run is a float.
     const auto coordinate = [&](int offset) {
-        return static_cast<double>(static_cast<float>(line.real(offset, COORDINATE_WIDTH)));
+        return static_cast<double>(static_cast<float>(line.real(offset, coordinateWidth)));
     };
-    out = cVector3(coordinate(COORDINATE_OFFSETS[0]), coordinate(COORDINATE_OFFSETS[1]),
-                   coordinate(COORDINATE_OFFSETS[2]));
+    out = cVector3(coordinate(coordinateOffsets[0]), coordinate(coordinateOffsets[1]),
+                   coordinate(coordinateOffsets[2]));
 }
 
 void cClassicalParserPDB::readPDBCoords(const char* line, cVector3& out) const {

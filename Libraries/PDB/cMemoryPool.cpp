@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iostream>
 #include <new>
+#include <utility>
 
 namespace {
 

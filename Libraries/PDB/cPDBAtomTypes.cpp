@@ -28,7 +28,7 @@ void fill(std::map<std::string, int>& table, const Rows& rows) {
     }
 }
 
-const Row RESIDUE_TYPES[] = {
+const Row residueTypes[] = {
     {1, "ALA"},
     {2, "ARG"},
     {3, "ASN"},
@@ -57,7 +57,7 @@ const Row RESIDUE_TYPES[] = {
 };
 
 // Names of residues and atoms joined with nothing between.
-const Row ITSCORE_TYPES[] = {
+const Row itscoreTypes[] = {
     {0, "HOHO WATO TIPO SOLO H2OO TIPOH2"},
     {1, "ARGCZ"},
     {2, "ASPCG GLUCD"},
@@ -82,10 +82,10 @@ const Row ITSCORE_TYPES[] = {
     {19, "CYSSG"},
     {20, "METSD MSESE"},
 };
-const Row ITSCORE_BACKBONE[] = {{3, "C"}, {7, "CA"}, {9, "N"}, {15, "O"}};
-const Row ITSCORE_TERMINAL[] = {{2, "C"}, {7, "CA"}, {10, "N"}, {18, "O OXT OT2"}};
+const Row itscoreBackbone[] = {{3, "C"}, {7, "CA"}, {9, "N"}, {15, "O"}};
+const Row itscoreTerminal[] = {{2, "C"}, {7, "CA"}, {10, "N"}, {18, "O OXT OT2"}};
 
-const Row VERSION2_TYPES[] = {
+const Row version2Types[] = {
     {0, "HOHO WATO TIPO SOLO H2OO TIPOH2"},
     {1, "ARGCZ"},
     {2, "ASPCG"},
@@ -126,13 +126,13 @@ const Row VERSION2_TYPES[] = {
     {40, "CYSSG"},
     {41, "METSD MSESE"},
 };
-const Row VERSION2_BACKBONE[] = {{5, "C"}, {17, "CA"}, {23, "N"}, {32, "O"}};
-const Row VERSION2_TERMINAL[] = {{4, "C"}, {17, "CA"}, {26, "N"}, {39, "O OXT OT2"}};
+const Row version2Backbone[] = {{5, "C"}, {17, "CA"}, {23, "N"}, {32, "O"}};
+const Row version2Terminal[] = {{4, "C"}, {17, "CA"}, {26, "N"}, {39, "O OXT OT2"}};
 
 } // namespace
 
 void cPDBAtom::initMaps() {
-    fill(mResType, RESIDUE_TYPES);
+    fill(mResType, residueTypes);
 }
 
 void cPDBAtom::initResCodes() {
@@ -143,13 +143,13 @@ void cPDBAtom::initResCodes() {
 }
 
 void cPDBAtom::initAtomTypesITScore() {
-    fill(mResName, ITSCORE_TYPES);
-    fill(mName, ITSCORE_BACKBONE);
-    fill(mNameTerm, ITSCORE_TERMINAL);
+    fill(mResName, itscoreTypes);
+    fill(mName, itscoreBackbone);
+    fill(mNameTerm, itscoreTerminal);
 }
 
 void cPDBAtom::initAtomTypesVersion2() {
-    fill(mResName, VERSION2_TYPES);
-    fill(mName, VERSION2_BACKBONE);
-    fill(mNameTerm, VERSION2_TERMINAL);
+    fill(mResName, version2Types);
+    fill(mName, version2Backbone);
+    fill(mNameTerm, version2Terminal);
 }

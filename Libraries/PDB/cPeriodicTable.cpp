@@ -11,7 +11,7 @@ struct Element {
 
 // In the order of the atomic number. Deliberate: arsenic stands as "Aa", so an arsenic atom has no row, and
 // calcium has the radius 1.2.
-const Element ELEMENTS[] = {
+const Element elements[] = {
     // clang-format off
     {"H", 1.2F, 1.00794F}, {"He", 1.4F, 4.0026F}, {"Li", 1.82F, 6.941F}, {"Be", 2.0F, 9.012182F},
     {"B", 2.0F, 10.811F}, {"C", 1.7F, 12.0107F}, {"N", 1.55F, 14.0067F}, {"O", 1.52F, 15.9994F},
@@ -61,7 +61,7 @@ const elementInformation* cPeriodicTable::find(const char* symbol) const {
 }
 
 void cPeriodicTable::initializePeriodicTableMap() {
-    for (const Element& element : ELEMENTS) {
+    for (const Element& element : elements) {
         m_elements[key(element.m_symbol)] = {element.m_radius, element.m_mass};
     }
 }

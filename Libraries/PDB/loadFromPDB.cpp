@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "PDB/loadFromPDB.h"
 
+#include <cstddef>
+
 #include "Math/structure.h"
 #include "PDB/cClassicalParserPDB.h"
 

@@ -2,6 +2,7 @@
 #ifndef SELVANE_QCPROT_RMSD_H
 #define SELVANE_QCPROT_RMSD_H
 
+#include <cstddef>
 #include <vector>
 
 #include "Math/structure.h"

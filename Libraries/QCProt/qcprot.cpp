@@ -10,11 +10,11 @@
 
 namespace {
 
-constexpr int MAX_ROUNDS = 50;
-constexpr double ROOT_PRECISION = 1e-11;   // relative to the root x
-constexpr double LOST_VALUE = 1e-14;       // of the polynomial, relative to x^4: the rounding of its sum
-constexpr double LOST_SLOPE = 1e-6;        // relative to x^3, where a double root has lost its value
-constexpr double SHORTEST_COLUMN_2 = 1e-6; // squared norm below which a column of the adjugate counts as null
+constexpr int maxRounds = 50;
+constexpr double rootPrecision = 1e-11;  // relative to the root x
+constexpr double lostValue = 1e-14;      // of the polynomial, relative to x^4: the rounding of its sum
+constexpr double lostSlope = 1e-6;       // relative to x^3, where a double root has lost its value
+constexpr double shortestColumn2 = 1e-6; // squared norm below which a column of the adjugate counts as null
 
 using Quaternion = std::array<double, 4>;
 using KeyMatrix = std::array<std::array<double, 4>, 4>;
@@ -63,23 +63,23 @@ CharacteristicPolynomial makePolynomial(const double* A) {
 /// rounding.
 double findLargestRoot(const CharacteristicPolynomial& polynomial, double start) {
     double x = start;
-    for (int round = 0; round < MAX_ROUNDS; ++round) {
+    for (int round = 0; round < maxRounds; ++round) {
         const double x2 = x * x;
         const double b = (x2 + polynomial.c2) * x;
         const double a = b + polynomial.c1;
         const double value = a * x + polynomial.c0;
         const double slope = 2.0 * x2 * x + b + a;
-        if (std::abs(value) <= LOST_VALUE * x2 * x2 && std::abs(slope) <= LOST_SLOPE * x2 * std::abs(x)) {
+        if (std::abs(value) <= lostValue * x2 * x2 && std::abs(slope) <= lostSlope * x2 * std::abs(x)) {
             return x;
         }
         const double next = x - value / slope;
-        const bool isConverged = std::abs(next - x) < std::abs(next * ROOT_PRECISION);
+        const bool isConverged = std::abs(next - x) < std::abs(next * rootPrecision);
         x = next;
         if (isConverged) {
             return x;
         }
     }
-    std::fprintf(stderr, "\nMore than %d iterations needed!\n", MAX_ROUNDS);
+    std::fprintf(stderr, "\nMore than %d iterations needed!\n", maxRounds);
     return x;
 }
 
@@ -114,7 +114,7 @@ bool findNullVector(const KeyMatrix& m, Quaternion& q) {
             q[row] = cofactor(m, column, row);
             norm2 += square(q[row]);
         }
-        if (norm2 < SHORTEST_COLUMN_2) {
+        if (norm2 < shortestColumn2) {
             continue;
         }
         for (double& component : q) {

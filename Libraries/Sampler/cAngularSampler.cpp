@@ -14,12 +14,12 @@
 
 namespace {
 
-constexpr double TWO_PI = 2.0 * pi;
-constexpr double HALF_PI = 0.5 * pi;
-constexpr double FULL_TURN = 360.0;            // degrees
-constexpr double SQUARED_FULL_TURN = 129600.0; // the sphere has this over pi square degrees
-constexpr double SPIRAL_CONSTANT = 3.6;        // spreads successive windings as far as neighbours
-constexpr double LARGEST_COUNT = std::numeric_limits<int>::max();
+constexpr double twoPi = 2.0 * pi;
+constexpr double halfPi = 0.5 * pi;
+constexpr double fullTurn = 360.0;           // degrees
+constexpr double squaredFullTurn = 129600.0; // the sphere has this over pi square degrees
+constexpr double spiralConstant = 3.6;       // spreads successive windings as far as neighbours
+constexpr double largestCount = std::numeric_limits<int>::max();
 
 [[noreturn]] void endEmptyTurn() {
     std::exit(-1);
@@ -37,8 +37,8 @@ struct Direction {
 
 /// Number of directions for a step in degrees, one per patch of step^2 square degrees.
 int directionCount(double step) {
-    const double count = std::ceil(SQUARED_FULL_TURN / (step * step * pi));
-    if (!(step > 0.0) || !std::isfinite(step) || !(count <= LARGEST_COUNT)) {
+    const double count = std::ceil(squaredFullTurn / (step * step * pi));
+    if (!(step > 0.0) || !std::isfinite(step) || !(count <= largestCount)) {
         throw std::invalid_argument("angular step " + std::to_string(step) +
                                     " degrees: it must be above 0 and large enough to count the rotations");
     }
@@ -48,7 +48,7 @@ int directionCount(double step) {
 /// The turns psi in degrees. Deliberate: by repeated addition, whose rounding decides whether the last is in.
 std::vector<double> walkTurns(const Interval& bounds, double step) {
     std::vector<double> turns;
-    for (double psi = bounds.low; psi <= bounds.high && psi < FULL_TURN; psi += step) {
+    for (double psi = bounds.low; psi <= bounds.high && psi < fullTurn; psi += step) {
         turns.push_back(psi);
     }
     return turns;
@@ -58,7 +58,7 @@ std::vector<double> walkTurns(const Interval& bounds, double step) {
 void checkBounds(double bounds[3][2], double step) {
     const bool finite = std::all_of(bounds[0], bounds[0] + 6, [](double b) { return std::isfinite(b); });
     const double low = bounds[2][0], high = bounds[2][1];
-    if (!finite || low + step == low || (high - low) / step > LARGEST_COUNT) {
+    if (!finite || low + step == low || (high - low) / step > largestCount) {
         throw std::invalid_argument("angular bounds that are not finite or too far apart for a step of " +
                                     std::to_string(step) + " degrees");
     }
@@ -84,7 +84,7 @@ public:
             0.0; // Deliberate: the running sum starts here, not at the pole's phi, and is not wrapped
         for (int k = 1; k < m_count - 1; ++k) {
             const double h = 2.0 * k / (m_count - 1) - 1.0;
-            phi += SPIRAL_CONSTANT / std::sqrt((1.0 - h * h) * m_count);
+            phi += spiralConstant / std::sqrt((1.0 - h * h) * m_count);
             const Direction point = remap({phi, std::acos(h)});
             if (m_phi.contains(point.phi) && m_theta.contains(point.theta)) {
                 visitor(point);
@@ -133,13 +133,13 @@ double turnCount(const Interval& bounds, double step, const std::vector<double>&
 double wrap(double x, double low) {
     // Deliberate: whole turns below low end at low + 2 pi, not at low.
     const double r = x - low;
-    return r >= 0.0 ? low + std::fmod(r, TWO_PI) : low + (TWO_PI - std::fmod(-r, TWO_PI));
+    return r >= 0.0 ? low + std::fmod(r, twoPi) : low + (twoPi - std::fmod(-r, twoPi));
 }
 
 } // namespace
 
 std::vector<std::array<double, 3>> cAngularSampler::constructRotations(double step) {
-    double bounds[3][2] = {{0.0, FULL_TURN}, {0.0, 180.0}, {0.0, FULL_TURN}};
+    double bounds[3][2] = {{0.0, fullTurn}, {0.0, 180.0}, {0.0, fullTurn}};
     unsigned long count = 0;
     double* angles = nullptr;
     eu_spiral(bounds, step, &count, angles);
@@ -160,7 +160,7 @@ void cAngularSampler::eu_spiral(double bounds[3][2], double step, unsigned long*
     unsigned long directions = 0;
     spiral.visit([&](const Direction&) { ++directions; });
     const double total = static_cast<double>(directions) * perDirection;
-    if (total > LARGEST_COUNT) {
+    if (total > largestCount) {
         throw std::invalid_argument("angular step " + std::to_string(step) + " degrees gives " +
                                     std::to_string(total) + " rotations");
     }
@@ -206,9 +206,9 @@ void cAngularSampler::convertZXZtoXYZ(double a, double b, double c, std::array<d
 
     // Deliberate: the angle from the arcsine, about y, stands first, where the scan takes the one about x.
     const double s = std::asin(sinA * sinB);
-    if (s >= HALF_PI) {
+    if (s >= halfPi) {
         out = {s, std::atan2(m10, m11), 0.0};
-    } else if (s <= -HALF_PI) {
+    } else if (s <= -halfPi) {
         out = {s, -std::atan2(m10, m11), 0.0};
     } else {
         out = {s, std::atan2(-m12, m22), std::atan2(-m01, m00)};
@@ -223,7 +223,7 @@ void cAngularSampler::convertZXZtoXYZ(double a, double b, double c, cVector3& ou
 
 int cAngularSampler::ToEulerAnglesXYZ(double& x, double& y, double& z, double m[3][3]) {
     y = std::asin(m[0][2]);
-    if (y >= HALF_PI || y <= -HALF_PI) {
+    if (y >= halfPi || y <= -halfPi) {
         x = y > 0.0 ? std::atan2(m[1][0], m[1][1]) : -std::atan2(m[1][0], m[1][1]);
         z = 0.0;
         return 0;

@@ -42,7 +42,7 @@ TEST(SimulatedDensity, EqualsTheDirectSum) {
                 }
                 const auto flat = static_cast<std::size_t>(i + 9 * (j + 11 * k));
                 // each atom may lack what lies beyond the cut
-                EXPECT_NEAR(values[flat], sum, 3.0 * std::exp(-0.5 * CUT * CUT) + 1e-14);
+                EXPECT_NEAR(values[flat], sum, 3.0 * std::exp(-0.5 * cut * cut) + 1e-14);
             }
         }
     }

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
+#include <cmath>
 #include <map>
 #include <set>
 #include <string>
@@ -79,9 +81,9 @@ bool isPolar(const Atom& atom) {
 double shortestAllowed(const Atom& a, const Atom& b) {
     const int apart = a.chain == b.chain ? std::abs(a.residueNumber - b.residueNumber) : 2;
     if (apart < 2) {
-        return contact::NEAR_IN_CHAIN;
+        return contact::nearInChain;
     }
-    return isPolar(a) && isPolar(b) ? contact::POLAR : contact::OTHER;
+    return isPolar(a) && isPolar(b) ? contact::polar : contact::anyOther;
 }
 
 TEST(BuildProtein, HasTwoChainsOfDifferentLength) {
@@ -194,7 +196,7 @@ TEST(BuildProtein, ChainsTouch) {
             }
         }
     }
-    EXPECT_NEAR(shortest, contact::OTHER, 1e-6);
+    EXPECT_NEAR(shortest, contact::anyOther, 1e-6);
 }
 
 TEST(BuildChain, HelicesHaveTheirHydrogenBonds) {

@@ -2,6 +2,7 @@
 #include "lints.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "tests/robustness/cases.h"
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <cstddef>
+#include <cstdio>
 
 #include "tests/robustness/cases.h"
 

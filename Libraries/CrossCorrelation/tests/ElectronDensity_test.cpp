@@ -4,6 +4,8 @@
 #include <functional>
 #include <numeric>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 

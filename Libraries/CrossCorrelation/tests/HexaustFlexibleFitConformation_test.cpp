@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -11,7 +12,7 @@
 namespace {
 
 /// The solver meets the radius to a relative 1e-11; sums of a few products add rounding.
-constexpr double TOLERANCE = 1e-9;
+constexpr double tolerance = 1e-9;
 
 arma::Mat<double> randomMatrix(arma::uword rows, arma::uword cols, unsigned int seed) {
     std::mt19937 generator(seed);
@@ -67,8 +68,8 @@ TEST_P(ConvexSubProblem, TakesTheNewtonStepInsideTheBall) {
     HexaustFlexibleFitConformation candidate = concaveCandidate(GetParam(), 1);
     const arma::Col<double> newton = -arma::solve(candidate.m_hessian, candidate.m_gradient);
     EXPECT_TRUE(candidate.solveConvexSubProblem(10.0 * arma::norm(newton)));
-    EXPECT_LT(arma::norm(incrementsOf(candidate) - newton), TOLERANCE);
-    EXPECT_NEAR(candidate.m_flexScore, 3.0 + 0.5 * arma::dot(candidate.m_gradient, newton), TOLERANCE);
+    EXPECT_LT(arma::norm(incrementsOf(candidate) - newton), tolerance);
+    EXPECT_NEAR(candidate.m_flexScore, 3.0 + 0.5 * arma::dot(candidate.m_gradient, newton), tolerance);
     EXPECT_GE(candidate.m_flexScore, candidate.m_rigidScore);
 }
 
@@ -78,10 +79,10 @@ TEST_P(ConvexSubProblem, StopsOnTheSphereOfASmallerRadius) {
     const double radius = 0.4 * newton;
     EXPECT_TRUE(candidate.solveConvexSubProblem(radius));
     const arma::Col<double> step = incrementsOf(candidate);
-    EXPECT_NEAR(arma::norm(step), radius, TOLERANCE * radius);
+    EXPECT_NEAR(arma::norm(step), radius, tolerance * radius);
     // At a maximum on the sphere the model's gradient points outwards along the step.
     const arma::Col<double> slope = candidate.m_gradient + candidate.m_hessian * step;
-    EXPECT_NEAR(arma::dot(slope, step), arma::norm(slope) * radius, TOLERANCE);
+    EXPECT_NEAR(arma::dot(slope, step), arma::norm(slope) * radius, tolerance);
 }
 
 TEST_P(ConvexSubProblem, NoPointOfTheBallIsBetter) {
@@ -91,7 +92,7 @@ TEST_P(ConvexSubProblem, NoPointOfTheBallIsBetter) {
         const double sampled = sampledMaximum(candidate, radius);
         EXPECT_TRUE(candidate.solveConvexSubProblem(radius));
         EXPECT_GE(candidate.m_flexScore, sampled);
-        EXPECT_NEAR(candidate.m_flexScore, model(candidate, incrementsOf(candidate)), TOLERANCE);
+        EXPECT_NEAR(candidate.m_flexScore, model(candidate, incrementsOf(candidate)), tolerance);
     }
 }
 
@@ -104,7 +105,7 @@ TEST_P(ConvexSubProblem, StepIsAddedToTheIncrementsHeld) {
     const arma::Col<double> before = incrementsOf(moved);
     EXPECT_TRUE(fresh.solveConvexSubProblem(0.5));
     EXPECT_TRUE(moved.solveConvexSubProblem(0.5));
-    EXPECT_LT(arma::norm(incrementsOf(moved) - before - incrementsOf(fresh)), TOLERANCE);
+    EXPECT_LT(arma::norm(incrementsOf(moved) - before - incrementsOf(fresh)), tolerance);
     EXPECT_EQ(moved.m_flexScore, fresh.m_flexScore);
 }
 

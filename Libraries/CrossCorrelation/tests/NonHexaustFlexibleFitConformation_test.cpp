@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <memory>
 #include <random>
@@ -13,14 +14,14 @@
 
 namespace {
 
-constexpr int NX = 3;
-constexpr int NY = 4;
-constexpr int NZ = 5;
-constexpr std::size_t VOXELS = NX * NY * NZ;
+constexpr int nx = 3;
+constexpr int ny = 4;
+constexpr int nz = 5;
+constexpr std::size_t voxels = nx * ny * nz;
 
 std::shared_ptr<const cGrid> makeGrid() {
     auto grid = std::make_shared<cGrid>();
-    grid->setSize(NX, NY, NZ);
+    grid->setSize(nx, ny, nz);
     return grid;
 }
 
@@ -31,29 +32,29 @@ NonHexaustFlexibleFitConformation atNode(int i, int j, int k) {
 std::vector<double> randomField(unsigned int seed) {
     std::mt19937 generator(seed);
     std::normal_distribution<double> normal;
-    std::vector<double> field(VOXELS);
+    std::vector<double> field(voxels);
     std::generate(field.begin(), field.end(), [&] { return normal(generator); });
     return field;
 }
 
 std::size_t flat(int i, int j, int k) {
-    return static_cast<std::size_t>((i * NY + j) * NZ + k);
+    return static_cast<std::size_t>((i * ny + j) * nz + k);
 }
 
 } // namespace
 
 TEST(NonHexaustFlexibleFitConformation, ShiftMovesEveryNodeCyclically) {
     const std::vector<double> field = randomField(1);
-    for (int i = 0; i < NX; ++i) {
-        for (int j = 0; j < NY; ++j) {
-            for (int k = 0; k < NZ; ++k) {
+    for (int i = 0; i < nx; ++i) {
+        for (int j = 0; j < ny; ++j) {
+            for (int k = 0; k < nz; ++k) {
                 const std::vector<double> shifted = atNode(i, j, k).shiftValues(field);
-                ASSERT_EQ(shifted.size(), VOXELS);
-                for (int v = 0; v < static_cast<int>(VOXELS); ++v) {
-                    const int a = v / (NY * NZ);
-                    const int b = v / NZ % NY;
-                    const int c = v % NZ;
-                    ASSERT_EQ(shifted[flat((a + i) % NX, (b + j) % NY, (c + k) % NZ)], field[flat(a, b, c)]);
+                ASSERT_EQ(shifted.size(), voxels);
+                for (int v = 0; v < static_cast<int>(voxels); ++v) {
+                    const int a = v / (ny * nz);
+                    const int b = v / nz % ny;
+                    const int c = v % nz;
+                    ASSERT_EQ(shifted[flat((a + i) % nx, (b + j) % ny, (c + k) % nz)], field[flat(a, b, c)]);
                 }
             }
         }
@@ -67,17 +68,17 @@ TEST(NonHexaustFlexibleFitConformation, ShiftByTheFirstNodeIsTheIdentity) {
 
 TEST(NonHexaustFlexibleFitConformation, ShiftOffTheGridEndsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // the matrix library may hold threads
-    const std::vector<double> field(VOXELS, 1.0);
+    const std::vector<double> field(voxels, 1.0);
     constexpr int huge = std::numeric_limits<int>::max();
     const char* message = "iig >= shiftedValues.size\\(\\)";
-    EXPECT_EXIT(atNode(NX * 3, 0, 0).shiftValues(field), testing::ExitedWithCode(1), message);
-    EXPECT_EXIT(atNode(0, -NY * 2, 0).shiftValues(field), testing::ExitedWithCode(1), message);
+    EXPECT_EXIT(atNode(nx * 3, 0, 0).shiftValues(field), testing::ExitedWithCode(1), message);
+    EXPECT_EXIT(atNode(0, -ny * 2, 0).shiftValues(field), testing::ExitedWithCode(1), message);
     EXPECT_EXIT(atNode(0, 0, huge).shiftValues(field), testing::ExitedWithCode(1), message);
 }
 
 TEST(NonHexaustFlexibleFitConformation, ShiftOfAShortFieldEndsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // the matrix library may hold threads
-    EXPECT_EXIT(atNode(1, 1, 1).shiftValues(std::vector<double>(VOXELS - 1)), testing::ExitedWithCode(1),
+    EXPECT_EXIT(atNode(1, 1, 1).shiftValues(std::vector<double>(voxels - 1)), testing::ExitedWithCode(1),
                 "iig >= shiftedValues.size\\(\\)");
 }
 
@@ -98,7 +99,7 @@ protected:
             // With a share of -s on the diagonal maps the sums with s make a dominant negative diagonal.
             std::vector<double> map = randomField(static_cast<unsigned int>(100 + p));
             const double share = p % (n + 1) == 0 ? -5.0 : 0.0;
-            for (std::size_t v = 0; v < VOXELS; ++v) {
+            for (std::size_t v = 0; v < voxels; ++v) {
                 map[v] = 0.1 * map[v] + share * shifted[v];
             }
             hessMaps.push_back(map);
@@ -122,11 +123,11 @@ TEST_P(MapSolve, EqualsTheSolveWithTheSummedDerivatives) {
     expected.setTweenDof({1, 2, 3}, {4, 5, 6}, eta);
     expected.m_gradient.zeros(n);
     expected.m_hessian.zeros(n, n);
-    for (int a = 0; a < NX; ++a) {
-        for (int b = 0; b < NY; ++b) {
-            for (int c = 0; c < NZ; ++c) {
+    for (int a = 0; a < nx; ++a) {
+        for (int b = 0; b < ny; ++b) {
+            for (int c = 0; c < nz; ++c) {
                 const double s = target[flat(a, b, c)];
-                const std::size_t v = flat((a + 1) % NX, (b + 3) % NY, (c + 2) % NZ);
+                const std::size_t v = flat((a + 1) % nx, (b + 3) % ny, (c + 2) % nz);
                 for (std::size_t i = 0; i < n; ++i) {
                     expected.m_gradient(i) += s * gradMaps[i][v];
                     for (std::size_t j = 0; j < n; ++j) {

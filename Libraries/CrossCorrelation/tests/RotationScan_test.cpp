@@ -2,6 +2,7 @@
 // The step of a scan against the plain one: padded target, whole correlation, derivatives from whole grids.
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <ostream>
 #include <stdexcept>
 

@@ -3,7 +3,9 @@
 #define SELVANE_CROSSCORRELATION_TESTS_ORDERSCENE_H
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <vector>

@@ -3,6 +3,7 @@
 #define SELVANE_CROSSCORRELATION_TESTS_TESTMODEL_H
 
 #include <array>
+#include <cstddef>
 #include <memory>
 #include <random>
 #include <vector>

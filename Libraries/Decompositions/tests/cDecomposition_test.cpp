@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr double ROUNDING = 1e-12;
+constexpr double rounding = 1e-12;
 
 /// f = 1 + 2 i - 3 j + 0.5 k, which trilinear interpolation reproduces between the nodes.
 class LinearField : public cDecomposition {
@@ -36,7 +36,7 @@ TEST(cDecomposition, AverageValueReproducesALinearField) {
     for (const double i : {0.01, 0.5, 1.25, 1.99}) {
         for (const double j : {0.3, 1.75, 2.99}) {
             for (const double k : {0.2, 2.5, 3.9}) {
-                EXPECT_NEAR(field.getAverageValue(field.place(i, j, k)), LinearField::at(i, j, k), ROUNDING);
+                EXPECT_NEAR(field.getAverageValue(field.place(i, j, k)), LinearField::at(i, j, k), rounding);
             }
         }
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Files that are broken, cut short or no maps at all.
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <utility>
 
@@ -11,9 +12,9 @@
 
 namespace {
 
-const std::string TRUNCATED = "Error: File appears truncated and doesn't match header. \n";
-const std::string NO_MAP_WORD = "Error: 'MAP' string missing, not a valid CCP4 file \n";
-const std::string WRONG_MODE = "Error: Non-real (32-bit float) data types are unsupported \n";
+const std::string truncatedText = "Error: File appears truncated and doesn't match header. \n";
+const std::string noMapWord = "Error: 'MAP' string missing, not a valid CCP4 file \n";
+const std::string wrongMode = "Error: Non-real (32-bit float) data types are unsupported \n";
 
 std::string sizeLine(long fileSize, long dataOffset) {
     return "filesize = " + std::to_string(fileSize) + " dataOffset = " + std::to_string(dataOffset) +
@@ -39,7 +40,7 @@ TEST(cDensityMapCCP4HostileInput, ModeThatIsNeitherByteOrdersTwo) {
         file.mode = mode;
         const auto [map, errors] = loadBytes(file.bytes());
         expectEmpty(map);
-        EXPECT_TRUE(startsWith(errors, WRONG_MODE)) << errors;
+        EXPECT_TRUE(startsWith(errors, wrongMode)) << errors;
         EXPECT_NE(errors.find("mode " + std::to_string(mode)), std::string::npos);
     }
 }
@@ -49,7 +50,7 @@ TEST(cDensityMapCCP4HostileInput, FileOneByteShort) {
     bytes.pop_back();
     const auto [map, errors] = loadBytes(bytes);
     expectEmpty(map);
-    EXPECT_EQ(errors, TRUNCATED + sizeLine(1263, 1023));
+    EXPECT_EQ(errors, truncatedText + sizeLine(1263, 1023));
 }
 
 TEST(cDensityMapCCP4HostileInput, FilesShorterThanAHeader) {
@@ -57,13 +58,13 @@ TEST(cDensityMapCCP4HostileInput, FilesShorterThanAHeader) {
     for (const std::size_t size : {0U, 1U, 8U, 12U, 13U, 15U}) {
         const auto [map, errors] = loadBytes(bytes.substr(0, size));
         expectEmpty(map);
-        EXPECT_TRUE(startsWith(errors, NO_MAP_WORD + TRUNCATED + "filesize = " + std::to_string(size)))
+        EXPECT_TRUE(startsWith(errors, noMapWord + truncatedText + "filesize = " + std::to_string(size)))
             << errors;
     }
-    EXPECT_EQ(loadBytes(bytes.substr(0, 16)).errors, NO_MAP_WORD + TRUNCATED + sizeLine(16, 16 - 240));
-    EXPECT_EQ(loadBytes(bytes.substr(0, 210)).errors, NO_MAP_WORD + TRUNCATED + sizeLine(210, 210 - 240));
-    EXPECT_EQ(loadBytes(bytes.substr(0, 1023)).errors, TRUNCATED + sizeLine(1023, 1023 - 240));
-    EXPECT_EQ(loadBytes(bytes.substr(0, 1024)).errors, TRUNCATED + sizeLine(1024, 1024 - 240));
+    EXPECT_EQ(loadBytes(bytes.substr(0, 16)).errors, noMapWord + truncatedText + sizeLine(16, 16 - 240));
+    EXPECT_EQ(loadBytes(bytes.substr(0, 210)).errors, noMapWord + truncatedText + sizeLine(210, 210 - 240));
+    EXPECT_EQ(loadBytes(bytes.substr(0, 1023)).errors, truncatedText + sizeLine(1023, 1023 - 240));
+    EXPECT_EQ(loadBytes(bytes.substr(0, 1024)).errors, truncatedText + sizeLine(1024, 1024 - 240));
 }
 
 TEST(cDensityMapCCP4HostileInput, ShortFileWithExtentsThatWouldMakeItLong) {
@@ -71,7 +72,7 @@ TEST(cDensityMapCCP4HostileInput, ShortFileWithExtentsThatWouldMakeItLong) {
     file.extent = {-1, 1000, 1000};
     const auto [map, errors] = loadBytes(file.bytes().substr(0, 1000));
     expectEmpty(map);
-    EXPECT_TRUE(startsWith(errors, TRUNCATED)) << errors;
+    EXPECT_TRUE(startsWith(errors, truncatedText)) << errors;
 }
 
 TEST(cDensityMapCCP4HostileInput, FailedLoadEmptiesAMapThatHeldVoxels) {
@@ -108,7 +109,7 @@ TEST(cDensityMapCCP4HostileInput, GzipIsNamedAsSuch) {
     expectEmpty(map);
     EXPECT_NE(errors.find("gzip"), std::string::npos);
     EXPECT_NE(errors.find("gunzip"), std::string::npos);
-    EXPECT_NE(errors.find(WRONG_MODE), std::string::npos);
+    EXPECT_NE(errors.find(wrongMode), std::string::npos);
 }
 
 TEST(cDensityMapCCP4HostileInput, ExtentsBelowOneLeaveTheMapEmpty) {
@@ -127,9 +128,9 @@ TEST(cDensityMapCCP4HostileInput, ExtentsBelowOneLeaveTheMapEmpty) {
 TEST(cDensityMapCCP4HostileInput, ExtentsWhoseProductOverflows) {
     const std::string muchLarger = "Error: File is MUCH larger than expected and doesn't match header. \n";
     const std::vector<std::pair<std::array<int, 3>, std::string>> cases{
-        {{65536, 65536, 1}, TRUNCATED + sizeLine(1264, 1264)},         // 2^34 bytes wrap to 0
-        {{1 << 30, 60, 1073741825}, TRUNCATED + sizeLine(1264, 1264)}, // so does every multiple of 2^32
-        {{70000, 70000, 70000}, muchLarger}};                          // the wrapped number is negative
+        {{65536, 65536, 1}, truncatedText + sizeLine(1264, 1264)},         // 2^34 bytes wrap to 0
+        {{1 << 30, 60, 1073741825}, truncatedText + sizeLine(1264, 1264)}, // so does every multiple of 2^32
+        {{70000, 70000, 70000}, muchLarger}};                              // the wrapped number is negative
     for (const auto& [extent, message] : cases) {
         MapBytes file;
         file.extent = extent;
@@ -145,7 +146,7 @@ TEST(cDensityMapCCP4HostileInput, WrappedExtentsThatMatchTheFileExactly) {
     file.voxels.clear(); // 1024 bytes: by the wrapped product the header alone is the whole map
     const auto [map, errors] = loadBytes(file.bytes());
     expectEmpty(map);
-    EXPECT_EQ(errors, TRUNCATED + sizeLine(1024, 1024));
+    EXPECT_EQ(errors, truncatedText + sizeLine(1024, 1024));
 }
 
 TEST(cDensityMapCCP4HostileInput, MoreVoxelsThanTheCallerTakesAreNotRead) {
@@ -169,7 +170,7 @@ TEST(cDensityMapCCP4HostileInput, SymmetryCountBeyondTheFileIsTruncated) {
         const std::string bytes = file.bytes() + std::string(40, 'x');
         const auto [map, errors] = loadBytes(bytes);
         expectEmpty(map);
-        EXPECT_EQ(errors, TRUNCATED + sizeLine(1304, 1064));
+        EXPECT_EQ(errors, truncatedText + sizeLine(1304, 1064));
     }
 }
 
@@ -213,9 +214,9 @@ TEST(cDensityMapCCP4HostileInput, AxisOfOneVoxelReadsZeroEverywhere) {
 }
 
 TEST(cDensityMapCCP4HostileInput, CellThatIsNotFiniteAndPositive) {
-    constexpr float INFINITE = std::numeric_limits<float>::infinity();
-    constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
-    for (const float length : {-3.0F, 0.0F, INFINITE, NOT_A_NUMBER, 1e38F}) {
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+    for (const float length : {-3.0F, 0.0F, infinity, notANumber, 1e38F}) {
         MapBytes file;
         file.cell[0] = length;
         file.sampling[0] = length > 1e37F ? 1 : 3;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cmath>
+#include <cstddef>
 #include <limits>
 
 #include "DensityReader/cDensityMapCCP4.h"
@@ -8,8 +9,8 @@
 
 namespace {
 
-constexpr double ROUNDING = 1e-12;
-constexpr double SINGLE_ROUNDING = 1e-6;
+constexpr double rounding = 1e-12;
+constexpr double singleRounding = 1e-6;
 
 void expectNear(const cVector3& found, const cVector3& expected, double tolerance) {
     for (int axis = 0; axis < 3; ++axis) {
@@ -102,8 +103,8 @@ TEST(cDensityMapCCP4, RightAngledCellStartsOneVoxelUp) {
     file.voxels = MapBytes::numbered(1000);
     const cDensityMapCCP4 map = loadBytes(file.bytes()).map;
     EXPECT_EQ(map.m_delta, cVector3(1.0));
-    expectNear(map.m_origin, cVector3(1.0), ROUNDING);
-    expectNear(map.m_grid.m_box.m_max, cVector3(10.0), ROUNDING);
+    expectNear(map.m_origin, cVector3(1.0), rounding);
+    expectNear(map.m_grid.m_box.m_max, cVector3(10.0), rounding);
     EXPECT_EQ(map.getValue(map.m_origin), 0.0);
 }
 
@@ -120,7 +121,7 @@ TEST(cDensityMapCCP4, AxisOrder312PutsRowsAlongX) {
             }
         }
     }
-    expectNear(map.m_delta, cVector3(1.0, 2.0, 0.5), ROUNDING); // cell and sampling are not permuted
+    expectNear(map.m_delta, cVector3(1.0, 2.0, 0.5), rounding); // cell and sampling are not permuted
     expectNear(map.m_firstVoxelByStartWords, cVector3(20.0, 60.0, 5.0), 1e-10);
 }
 
@@ -186,20 +187,20 @@ TEST(cDensityMapCCP4, SkewCellKeepsItsAxesAndSpansTheDiagonal) {
     const cDensityMapCCP4 map = loadBytes(file.bytes()).map;
     const auto cosine = [](double degrees) { return std::cos(degrees * radiansPerDegree); };
     for (const cVector3& axis : {map.m_xAxis, map.m_yAxis, map.m_zAxis}) {
-        EXPECT_NEAR(axis.norm(), 1.0, ROUNDING);
+        EXPECT_NEAR(axis.norm(), 1.0, rounding);
     }
-    EXPECT_NEAR(map.m_yAxis | map.m_zAxis, cosine(80.0), ROUNDING);
-    EXPECT_NEAR(map.m_xAxis | map.m_zAxis, cosine(100.0), ROUNDING);
-    EXPECT_NEAR(map.m_xAxis | map.m_yAxis, cosine(110.0), ROUNDING);
+    EXPECT_NEAR(map.m_yAxis | map.m_zAxis, cosine(80.0), rounding);
+    EXPECT_NEAR(map.m_xAxis | map.m_zAxis, cosine(100.0), rounding);
+    EXPECT_NEAR(map.m_xAxis | map.m_yAxis, cosine(110.0), rounding);
     EXPECT_GT(map.m_zAxis.z, 0.0);
 
     const cVector3 delta(1.0, 2.0, 0.5);
     const cVector3 first = 1 * delta.x * map.m_xAxis + 2 * delta.y * map.m_yAxis + 3 * delta.z * map.m_zAxis;
-    expectNear(map.m_origin, first + delta, ROUNDING);
+    expectNear(map.m_origin, first + delta, rounding);
     cVector3 last;
     map.mapToWorld(2, 3, 4, last);
-    expectNear(map.m_grid.m_box.m_max, last, ROUNDING);
-    expectNear(map.m_grid.m_cellDim, (last - map.m_origin) / cVector3(2.0, 3.0, 4.0), ROUNDING);
+    expectNear(map.m_grid.m_box.m_max, last, rounding);
+    expectNear(map.m_grid.m_cellDim, (last - map.m_origin) / cVector3(2.0, 3.0, 4.0), rounding);
 }
 
 TEST(cDensityMapCCP4, VoxelSizeIsFormedInSinglePrecision) {
@@ -241,7 +242,7 @@ TEST(cDensityMapCCP4, ZeroAxisOrderAndZeroCellGetDefaults) {
     const cDensityMapCCP4 map = loadBytes(file.bytes()).map;
     EXPECT_EQ(map.m_axisOrder, (std::array<int, 3>{1, 2, 3}));
     // One angstrom in total along each edge.
-    expectNear(map.m_delta * cVector3(3.0, 4.0, 5.0), cVector3(1.0), SINGLE_ROUNDING);
+    expectNear(map.m_delta * cVector3(3.0, 4.0, 5.0), cVector3(1.0), singleRounding);
 }
 
 TEST(cDensityMapCCP4, SymmetryRecordsAreSkipped) {

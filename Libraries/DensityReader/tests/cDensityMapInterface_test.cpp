@@ -3,16 +3,17 @@
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+#include <tuple>
 
 #include "DensityReader/cDensityMapInterface.h"
 #include "testMaps.h"
 
 namespace {
 
-constexpr double ROUNDING = 1e-12;
-constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
+constexpr double rounding = 1e-12;
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
-const cBBox UNEQUAL_BOX(cVector3(-1.0, 2.0, 5.0), cVector3(1.0, 3.5, 7.0));
+const cBBox unequalBox(cVector3(-1.0, 2.0, 5.0), cVector3(1.0, 3.5, 7.0));
 
 /// The look-up of every node by itself, through the position.
 std::vector<double> lookUpNodeByNode(const cDensityMapInterface& map) {
@@ -34,7 +35,7 @@ std::vector<double> lookUpNodeByNode(const cDensityMapInterface& map) {
 
 /// A skew frame with unequal edges, over voxels linear in the crystal coordinates.
 cDensityMapCCP4 skewLinearMap() {
-    cDensityMapCCP4 map = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    cDensityMapCCP4 map = numberedMap(unequalBox, 3, 4, 5);
     map.m_origin = cVector3(10.0, -20.0, 3.0);
     map.m_delta = cVector3(1.5, 0.5, 2.0);
     map.m_yAxis = cVector3(-0.5, std::sqrt(0.75), 0.0);
@@ -63,7 +64,7 @@ public:
 class FieldOfOnes : public cDecomposition {
 public:
     FieldOfOnes() {
-        m_grid.m_box = UNEQUAL_BOX;
+        m_grid.m_box = unequalBox;
         m_grid.setSize(3, 4, 5);
     }
     double getCoef(int i, int j, int k) const override { return i + j + k == 0 ? -7.0 : 1.0; }
@@ -72,22 +73,22 @@ public:
 } // namespace
 
 TEST(cDensityMapInterface, ValueIsTheVoxelAtOrBelowThePosition) {
-    const cDensityMapCCP4 map = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    const cDensityMapCCP4 map = numberedMap(unequalBox, 3, 4, 5);
     EXPECT_EQ(map.getValue(cVector3(0.3, 2.6, 6.7)), linearInIndex(1, 1, 3));
     EXPECT_EQ(map.getValue(0.3, 2.6, 6.7), linearInIndex(1, 1, 3));
     EXPECT_EQ(map.getDensity(1, 1, 3), linearInIndex(1, 1, 3));
 }
 
 TEST(cDensityMapInterface, ValueIsZeroOnAndOutsideTheFacesOfTheBox) {
-    const cDensityMapCCP4 map = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    const cDensityMapCCP4 map = numberedMap(unequalBox, 3, 4, 5);
     EXPECT_EQ(map.getValue(map.m_origin), 0.0);
     EXPECT_EQ(map.getValue(map.m_grid.m_box.m_max), 0.0);
     EXPECT_EQ(map.getValue(cVector3(0.3, 2.6, 7.0)), 0.0);
-    EXPECT_EQ(map.getValue(cVector3(NOT_A_NUMBER, 2.6, 6.0)), 0.0);
+    EXPECT_EQ(map.getValue(cVector3(notANumber, 2.6, 6.0)), 0.0);
 }
 
 TEST(cDensityMapInterface, ValueIsZeroInABoxThatReachesBeyondTheVoxels) {
-    cDensityMapCCP4 map = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    cDensityMapCCP4 map = numberedMap(unequalBox, 3, 4, 5);
     map.m_grid.m_box.m_max += cVector3(100.0); // a nominal extent, as padded grids have
     EXPECT_EQ(map.getValue(cVector3(50.0, 2.6, 6.7)), 0.0);
     EXPECT_EQ(map.getValue(cVector3(0.3, 2.6, 90.0)), 0.0);
@@ -163,7 +164,7 @@ TEST(cDensityMapInterface, EmptyMapHasNoValues) {
 }
 
 TEST(cDensityMapInterface, DensityOffTheMapThrows) {
-    const cDensityMapCCP4 map = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    const cDensityMapCCP4 map = numberedMap(unequalBox, 3, 4, 5);
     EXPECT_THROW(map.getDensity(3, 0, 0), std::out_of_range);
     EXPECT_THROW(map.getDensity(0, -1, 0), std::out_of_range);
     EXPECT_THROW(map.getDensity(0, 0, 5), std::out_of_range);
@@ -189,7 +190,7 @@ TEST(cDensityMapInterface, LoadFromValuesTakesGridFrameAndExtremes) {
 }
 
 TEST(cDensityMapInterface, LoadFromTooFewValuesThrows) {
-    cDensityMapCCP4 map = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    cDensityMapCCP4 map = numberedMap(unequalBox, 3, 4, 5);
     try {
         map.loadFromValues(std::vector<double>(59), cGrid(map.m_grid));
         FAIL() << "59 values for 60 nodes";
@@ -200,7 +201,7 @@ TEST(cDensityMapInterface, LoadFromTooFewValuesThrows) {
 }
 
 TEST(cDensityMapInterface, LoadOntoAGridWhoseSizesAreNotItsTotalThrows) {
-    cDensityMapCCP4 map = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    cDensityMapCCP4 map = numberedMap(unequalBox, 3, 4, 5);
     cGrid grid(map.m_grid);
     grid.m_size[2] = 6; // behind setSize's back
     EXPECT_THROW(map.loadFromValues(std::vector<double>(72), grid), std::invalid_argument);
@@ -208,7 +209,7 @@ TEST(cDensityMapInterface, LoadOntoAGridWhoseSizesAreNotItsTotalThrows) {
 }
 
 TEST(cDensityMapInterface, CopySharesVoxelsUntilItIsLoadedFromValues) {
-    const cDensityMapCCP4 original = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    const cDensityMapCCP4 original = numberedMap(unequalBox, 3, 4, 5);
     cDensityMapCCP4 copy = original;
     EXPECT_EQ(copy.m_data, original.m_data);
     copy.loadFromValues(std::vector<double>(60, 0.5), original.m_grid);
@@ -223,13 +224,13 @@ TEST(cDensityMapInterface, LoadFromDecompositionSamplesTheSource) {
     EXPECT_EQ(map.m_grid, source.m_grid);
     EXPECT_EQ(map.m_minDensity, -7.0F); // of the coefficients, although no node in the box reads it
     EXPECT_EQ(map.m_maxDensity, 1.0F);
-    EXPECT_NEAR(map.getDensity(1, 1, 1), 1.0, ROUNDING);
+    EXPECT_NEAR(map.getDensity(1, 1, 1), 1.0, rounding);
     EXPECT_EQ(map.getDensity(0, 0, 0), 0.0);
 }
 
 TEST(cDensityMapInterface, DensityMapAsADecompositionSourceEndsTheProcess) {
     // Seen to fail with the voxels for coefficients.
-    const cDensityMapCCP4 source = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    const cDensityMapCCP4 source = numberedMap(unequalBox, 3, 4, 5);
     cDensityMapCCP4 map;
     EXPECT_EXIT(map.loadFromDecomposition(source), testing::ExitedWithCode(255), "");
 }
@@ -241,7 +242,7 @@ TEST(cDensityMapInterface, WorldToMapInvertsMapToWorldInASkewFrame) {
             for (const int k : {0, 4}) {
                 cVector3 corner;
                 map.mapToWorld(i, j, k, corner);
-                EXPECT_NEAR((corner - skewPlace(map, i, j, k)).norm(), 0.0, ROUNDING);
+                EXPECT_NEAR((corner - skewPlace(map, i, j, k)).norm(), 0.0, rounding);
                 int a = 0, b = 0, c = 0;
                 map.worldToMap(skewPlace(map, i + 0.3, j + 0.6, k + 0.9), a, b, c);
                 EXPECT_EQ(std::make_tuple(a, b, c), std::make_tuple(i, j, k));
@@ -253,7 +254,7 @@ TEST(cDensityMapInterface, WorldToMapInvertsMapToWorldInASkewFrame) {
 TEST(cDensityMapInterface, WorldToMapOfAnUnusableFrameStaysInRange) {
     cDensityMapCCP4 map = skewLinearMap();
     map.m_delta.x = 0.0;
-    map.m_zAxis.z = NOT_A_NUMBER;
+    map.m_zAxis.z = notANumber;
     int i = 0, j = 0, k = 0;
     map.worldToMap(cVector3(1e300, 0.0, 0.0), i, j, k);
     EXPECT_EQ(k, std::numeric_limits<int>::lowest());
@@ -283,8 +284,8 @@ TEST(cDensityMapInterface, FlatArrayOfAveragesRunsOverTheNodes) {
     const cDensityMapCCP4 map = numberedMap(cBBox(cVector3(0.0), cVector3(2.0, 3.0, 4.0)), 3, 4, 5);
     const std::vector<double> averages = map.getAverageValue();
     ASSERT_EQ(averages.size(), 60U);
-    EXPECT_NEAR(averages[map.m_grid.indexToFlatIndex(0, 0, 0)], linearInIndex(0, 0, 0), ROUNDING);
-    EXPECT_NEAR(averages[map.m_grid.indexToFlatIndex(1, 2, 3)], linearInIndex(1, 2, 3), ROUNDING);
+    EXPECT_NEAR(averages[map.m_grid.indexToFlatIndex(0, 0, 0)], linearInIndex(0, 0, 0), rounding);
+    EXPECT_NEAR(averages[map.m_grid.indexToFlatIndex(1, 2, 3)], linearInIndex(1, 2, 3), rounding);
     EXPECT_EQ(averages[map.m_grid.indexToFlatIndex(2, 2, 3)], 0.0);
 }
 
@@ -294,23 +295,22 @@ TEST(cDensityMapInterface, WeightedCenterOfTwoVoxels) {
     (*map.m_data)(0, 1, 2) = 3.0;
     (*map.m_data)(2, 3, 4) = 1.0;
     const cVector3 expected = 0.75 * skewPlace(map, 0, 1, 2) + 0.25 * skewPlace(map, 2, 3, 4);
-    EXPECT_NEAR((map.getWeightedCenter() - expected).norm(), 0.0, ROUNDING);
+    EXPECT_NEAR((map.getWeightedCenter() - expected).norm(), 0.0, rounding);
 }
 
 TEST(cDensityMapInterface, DefectNamesWhyAMapIsUnusable) {
-    EXPECT_EQ(numberedMap(UNEQUAL_BOX, 3, 4, 5).getDefect(), "");
+    EXPECT_EQ(numberedMap(unequalBox, 3, 4, 5).getDefect(), "");
     EXPECT_NE(cDensityMapCCP4().getDefect().find("no voxels"), std::string::npos);
-    EXPECT_NE(numberedMap(UNEQUAL_BOX, 3, 1, 5).getDefect().find("one voxel only along y"),
-              std::string::npos);
+    EXPECT_NE(numberedMap(unequalBox, 3, 1, 5).getDefect().find("one voxel only along y"), std::string::npos);
     const cBBox inverted(cVector3(0.0), cVector3(1.0, 1.0, -1.0));
     EXPECT_NE(numberedMap(inverted, 3, 4, 5).getDefect().find("along z"), std::string::npos);
     const cBBox endless(cVector3(0.0), cVector3(1.0, std::numeric_limits<double>::infinity(), 1.0));
     EXPECT_NE(numberedMap(endless, 3, 4, 5).getDefect().find("along y"), std::string::npos);
-    cDensityMapCCP4 misplaced = numberedMap(UNEQUAL_BOX, 3, 4, 5);
-    misplaced.m_grid.m_box.m_min.y = NOT_A_NUMBER;
+    cDensityMapCCP4 misplaced = numberedMap(unequalBox, 3, 4, 5);
+    misplaced.m_grid.m_box.m_min.y = notANumber;
     EXPECT_NE(misplaced.getDefect().find("the place of the map along y"), std::string::npos);
-    cDensityMapCCP4 map = numberedMap(UNEQUAL_BOX, 3, 4, 5);
-    (*map.m_data)(1, 1, 1) = NOT_A_NUMBER;
+    cDensityMapCCP4 map = numberedMap(unequalBox, 3, 4, 5);
+    (*map.m_data)(1, 1, 1) = notANumber;
     (*map.m_data)(1, 1, 2) = -std::numeric_limits<double>::infinity();
     EXPECT_NE(map.getDefect().find("2 voxels"), std::string::npos);
 }

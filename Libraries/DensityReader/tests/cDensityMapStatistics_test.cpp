@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -9,7 +10,7 @@
 
 namespace {
 
-const cBBox BOX(cVector3(-1.0, 2.0, 5.0), cVector3(0.0, 6.0, 11.0));
+const cBBox box(cVector3(-1.0, 2.0, 5.0), cVector3(0.0, 6.0, 11.0));
 
 /// In single precision their difference rounds up.
 constexpr float MINIMUM_OF_UNEVEN_RANGE = -0.7F;
@@ -18,7 +19,7 @@ constexpr float MAXIMUM_OF_UNEVEN_RANGE = 1.3F;
 /// A map of 2 x 3 x 4 voxels with the given values.
 cDensityMapCCP4 mapOf(const std::vector<double>& values) {
     cGrid grid;
-    grid.m_box = BOX;
+    grid.m_box = box;
     grid.setSize(2, 3, 4);
     cDensityMapCCP4 map;
     map.loadFromValues(values, grid);
@@ -233,10 +234,10 @@ TEST(cDensityMapStatistics, ChooseTypeCopiesOneTypedValue) {
 
 TEST(cDensityMapStatistics, MeanDensityIsTheFreeEnergyOfTheTypes) {
     cDensityMapCCP4 map = typedMap();
-    constexpr float TEMPERATURE = 0.6F;
-    map.meanDensity(TEMPERATURE);
+    constexpr float temperature = 0.6F;
+    map.meanDensity(temperature);
     const double u = (*map.m_typedData)(1, 0, 2, 0), v = (*map.m_typedData)(1, 0, 2, 1);
-    const double expected = -TEMPERATURE * std::log(std::exp(-u / TEMPERATURE) + std::exp(-v / TEMPERATURE));
+    const double expected = -temperature * std::log(std::exp(-u / temperature) + std::exp(-v / temperature));
     EXPECT_NEAR(map.getDensity(1, 0, 2), expected, 1e-5); // single precision exponentials
 }
 

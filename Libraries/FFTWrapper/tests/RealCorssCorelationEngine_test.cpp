@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <stdexcept>
@@ -24,7 +25,7 @@ class Engine : public testing::TestWithParam<Shape> {};
 void expectNear(const std::vector<double>& actual, const std::vector<double>& expected) {
     ASSERT_EQ(actual.size(), expected.size());
     for (std::size_t s = 0; s < actual.size(); ++s) {
-        EXPECT_NEAR(actual[s], expected[s], TOLERANCE) << "shift " << s;
+        EXPECT_NEAR(actual[s], expected[s], tolerance) << "shift " << s;
     }
 }
 

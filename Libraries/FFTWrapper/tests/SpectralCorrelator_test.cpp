@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -64,7 +65,7 @@ TEST_P(Correlator, RecoversTheTargetOfTheSnapshot) {
     for (int repeat = 0; repeat < 2; ++repeat) {
         correlator.recoverTarget(recovered.data());
         for (std::size_t v = 0; v < n.size(); ++v) {
-            ASSERT_NEAR(recovered[v], snapshot[v], TOLERANCE);
+            ASSERT_NEAR(recovered[v], snapshot[v], tolerance);
         }
     }
     EXPECT_EQ(result, correlation) << "the result array is left alone";
@@ -82,7 +83,7 @@ TEST(SpectralCorrelator, EqualsDirectSumOnUnequalAxes) {
     correlator.correlate(correlator.spectrumOf(pattern.data()));
     const std::vector<double> expected = directCorrelation(n, target, pattern);
     for (std::size_t s = 0; s < n.size(); ++s) {
-        EXPECT_NEAR(result[s], expected[s], TOLERANCE) << "shift " << s;
+        EXPECT_NEAR(result[s], expected[s], tolerance) << "shift " << s;
     }
 }
 
@@ -98,7 +99,7 @@ TEST(SpectralCorrelator, TransformsAPatternAtAnyAlignment) {
     correlator.correlate(correlator.spectrumOf(shifted.data() + 1));
     const std::vector<double> expected = directCorrelation(n, target, pattern);
     for (std::size_t s = 0; s < n.size(); ++s) {
-        EXPECT_NEAR(result[s], expected[s], TOLERANCE) << "shift " << s;
+        EXPECT_NEAR(result[s], expected[s], tolerance) << "shift " << s;
     }
 }
 

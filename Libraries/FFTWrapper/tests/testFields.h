@@ -74,7 +74,7 @@ inline std::vector<double> directCorrelation(const Shape& n, const std::vector<d
 }
 
 /// Rounding of sums of some hundred terms of order 1, with room.
-constexpr double TOLERANCE = 1e-13;
+constexpr double tolerance = 1e-13;
 
 } // namespace testfields
 

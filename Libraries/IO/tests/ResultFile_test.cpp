@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +11,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include <fcntl.h>
@@ -28,7 +30,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uid_t SOMEBODY = 65534;
+constexpr uid_t somebody = 65534;
 
 /// A folder for temporary files that the present user may enter: TMPDIR may lie in the home of another.
 fs::path openTemporaryFolder() {
@@ -47,7 +49,7 @@ fs::path openTemporaryFolder() {
 class ResultFiles : public testing::Test {
 protected:
     ResultFiles() : m_mask(umask(022)) {
-        if (isSuperuser() && (setegid(SOMEBODY) != 0 || seteuid(SOMEBODY) != 0)) {
+        if (isSuperuser() && (setegid(somebody) != 0 || seteuid(somebody) != 0)) {
             throw std::runtime_error("the superuser can't become another user");
         }
         std::string name = (openTemporaryFolder() / "selvane_result_XXXXXX").string();
@@ -305,7 +307,7 @@ TEST_F(ResultFiles, OwnerStaysWhoeverWrites) {
         EXPECT_EQ(statusOf("result").st_uid, mine.st_uid);
         EXPECT_EQ(statusOf("result").st_gid, mine.st_gid);
         ASSERT_EQ(chown(path("result").c_str(), 0, 0), 0);
-        ASSERT_TRUE(setegid(SOMEBODY) == 0 && seteuid(SOMEBODY) == 0);
+        ASSERT_TRUE(setegid(somebody) == 0 && seteuid(somebody) == 0);
     }
     const struct stat before = statusOf("result");
     EXPECT_TRUE(save(path("result"), "by its reader"));

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr double ROUNDING = 1e-9;
+constexpr double rounding = 1e-9;
 
 void sleepShortly() {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -27,8 +27,8 @@ TEST(cSequentialTimer, IntervalsAddUpToTheWholeTime) {
     const double after = timer.getTime();
     EXPECT_GE(first, 0.01);
     EXPECT_GE(second, 0.01);
-    EXPECT_GE(first + second, before - ROUNDING);
-    EXPECT_LE(first + second, after + ROUNDING);
+    EXPECT_GE(first + second, before - rounding);
+    EXPECT_LE(first + second, after + rounding);
     EXPECT_EQ(timer.getIntervals(), (std::vector<double>{first, second}));
 }
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>

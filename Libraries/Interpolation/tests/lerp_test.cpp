@@ -17,7 +17,7 @@
 namespace {
 
 /// Values of order 10 after a few roundings.
-constexpr double TOLERANCE = 1e-12;
+constexpr double tolerance = 1e-12;
 
 /// Nodes 3 x 4 x 5 around the origin, spaced 1, 0.5 and 2 angstrom, with random values.
 class Lerp : public testing::Test {
@@ -123,8 +123,8 @@ TEST_F(Lerp, LinearFieldIsExact) {
     const std::vector<double> a = first(points), b = second(points);
     for (std::size_t n = 0; n < points.size(); ++n) {
         const double expected = m_grid.m_box.inBox(points[n]) ? linear(points[n]) : 0.0;
-        EXPECT_NEAR(a[n], expected, TOLERANCE);
-        EXPECT_NEAR(b[n], expected, TOLERANCE);
+        EXPECT_NEAR(a[n], expected, tolerance);
+        EXPECT_NEAR(b[n], expected, tolerance);
     }
 }
 
@@ -139,7 +139,7 @@ TEST_F(Lerp, RotationOfALinearFieldIsExactAboutTheWorldOrigin) {
         const cVector3 p = rotation * node(static_cast<unsigned int>(i), static_cast<unsigned int>(j),
                                            static_cast<unsigned int>(k));
         inside += m_grid.m_box.inBox(p);
-        EXPECT_NEAR(values[f], m_grid.m_box.inBox(p) ? linear(p) : 0.0, TOLERANCE);
+        EXPECT_NEAR(values[f], m_grid.m_box.inBox(p) ? linear(p) : 0.0, tolerance);
     }
     EXPECT_GT(inside, 0);
 }
@@ -148,7 +148,7 @@ TEST_F(Lerp, BothWaysGiveTheSameBlendOfAnyField) {
     const std::vector<cVector3> points = randomPoints(500);
     const std::vector<double> a = first(points), b = second(points);
     for (std::size_t n = 0; n < points.size(); ++n) {
-        EXPECT_NEAR(a[n], b[n], TOLERANCE);
+        EXPECT_NEAR(a[n], b[n], tolerance);
     }
 }
 
@@ -175,8 +175,8 @@ TEST_F(Lerp, EachCornerHasItsOwnWeight) {
         m_f.assign(m_f.size(), 0.0);
         m_f[m_grid.indexToFlatIndex(di, 1 + dj, 2 + dk)] = 1;
         const double weight = (di ? 0.25 : 0.75) * 0.5 * (dk ? 0.125 : 0.875);
-        EXPECT_NEAR(first({p})[0], weight, TOLERANCE);
-        EXPECT_NEAR(second({p})[0], weight, TOLERANCE);
+        EXPECT_NEAR(first({p})[0], weight, tolerance);
+        EXPECT_NEAR(second({p})[0], weight, tolerance);
     }
 }
 
@@ -185,8 +185,8 @@ TEST_F(Lerp, OneCellInXIsItsOwnNeighbour) {
     m_grid.setSize(1, 2, 2);
     m_grid.m_cellDim.x = 1;
     m_f = {1, 2, 3, 4};
-    EXPECT_NEAR(first({{0.7, 0.5, 0.5}})[0], 2.5, TOLERANCE);
-    EXPECT_NEAR(first({{0.1, 0.25, 0.75}})[0], 2.25, TOLERANCE);
+    EXPECT_NEAR(first({{0.7, 0.5, 0.5}})[0], 2.5, tolerance);
+    EXPECT_NEAR(first({{0.1, 0.25, 0.75}})[0], 2.25, tolerance);
 }
 
 TEST_F(Lerp, NominalBoxBeyondTheLastNodeStaysOnTheGrid) {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstddef>
 #include <stdexcept>
 #include <vector>
 
@@ -11,7 +12,7 @@
 namespace {
 
 /// Coordinates up to about 30 angstrom, a few roundings each.
-constexpr double TOLERANCE = 1e-13;
+constexpr double tolerance = 1e-13;
 
 class RotatedLatticeTest : public testing::Test {
 protected:
@@ -29,7 +30,7 @@ TEST_F(RotatedLatticeTest, TurnsEachNodeAboutTheCentre) {
             for (unsigned int k = 0; k < 5; ++k) {
                 const cVector3 p = m_grid.m_box.m_min + cVector3(i, j, k) * m_grid.m_cellDim;
                 const cVector3 expected = m_center + m_rotation * (p - m_center);
-                EXPECT_LT((lattice(i, j, k) - expected).norm(), TOLERANCE);
+                EXPECT_LT((lattice(i, j, k) - expected).norm(), tolerance);
             }
         }
     }
@@ -53,7 +54,7 @@ TEST_F(RotatedLatticeTest, BothFormsOfGetRotatedPosAgreeUpToRounding) {
     const std::vector<cVector3> returned = m_grid.getRotatedPos(m_rotation, m_center);
     ASSERT_EQ(returned.size(), positions.size());
     for (std::size_t f = 0; f < positions.size(); ++f) {
-        EXPECT_LT((positions[f] - returned[f]).norm(), TOLERANCE);
+        EXPECT_LT((positions[f] - returned[f]).norm(), tolerance);
     }
 }
 

@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr double ROUNDING = 1e-14;
+constexpr double rounding = 1e-14;
 
-void expectNear(const cVector3& a, const cVector3& b, double tolerance = ROUNDING) {
+void expectNear(const cVector3& a, const cVector3& b, double tolerance = rounding) {
     for (int axis = 0; axis < 3; ++axis) {
         EXPECT_NEAR(a[axis], b[axis], tolerance) << "component " << axis;
     }

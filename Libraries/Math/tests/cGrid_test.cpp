@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr double INF = std::numeric_limits<double>::infinity();
+constexpr double infinity = std::numeric_limits<double>::infinity();
 
 cBBox boxTo(double x, double y, double z) {
     return {{0, 0, 0}, {x, y, z}};
@@ -246,7 +246,7 @@ TEST(cGrid, VectorToIndexOutsideTheBoxIsOffTheGrid) {
     EXPECT_EQ(grid.vectorToIndex(cVector3(-0.1, 100, 14)), cVector3(-1, 50, 7));
     EXPECT_FALSE(grid.isIndexOnGrid(grid.vectorToIndex(cVector3(-0.1, 1, 1))));
     EXPECT_FALSE(grid.isIndexOnGrid(grid.vectorToIndex(cVector3(1, std::nan(""), 1))));
-    EXPECT_FALSE(grid.isIndexOnGrid(grid.vectorToIndex(cVector3(1, 1, INF))));
+    EXPECT_FALSE(grid.isIndexOnGrid(grid.vectorToIndex(cVector3(1, 1, infinity))));
 }
 
 TEST(cGrid, VectorToIndexFormsTheQuotientOfTheDifference) {

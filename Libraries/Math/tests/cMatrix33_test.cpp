@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -13,11 +14,11 @@
 namespace {
 
 /// A few roundings of numbers of order one.
-constexpr double ROUNDING = 1e-14;
+constexpr double rounding = 1e-14;
 /// Where a cosine near one was turned into an angle.
-constexpr double ANGLE_ROUNDING = 1e-7;
+constexpr double angleRounding = 1e-7;
 
-void expectNear(const cMatrix33& a, const cMatrix33& b, double tolerance = ROUNDING) {
+void expectNear(const cMatrix33& a, const cMatrix33& b, double tolerance = rounding) {
     for (int r = 0; r < 3; ++r) {
         for (int c = 0; c < 3; ++c) {
             EXPECT_NEAR(a(r, c), b(r, c), tolerance) << "row " << r << ", column " << c;
@@ -25,7 +26,7 @@ void expectNear(const cMatrix33& a, const cMatrix33& b, double tolerance = ROUND
     }
 }
 
-void expectNear(const cVector3& a, const cVector3& b, double tolerance = ROUNDING) {
+void expectNear(const cVector3& a, const cVector3& b, double tolerance = rounding) {
     for (int axis = 0; axis < 3; ++axis) {
         EXPECT_NEAR(a[axis], b[axis], tolerance) << "component " << axis;
     }
@@ -41,8 +42,8 @@ cMatrix33 rz(double t) {
     return {std::cos(t), -std::sin(t), 0, std::sin(t), std::cos(t), 0, 0, 0, 1};
 }
 
-const cMatrix33 COUNTED(1, 2, 3, 4, 5, 6, 7, 8, 10);
-const cMatrix33 SYMMETRIC(4, 1, -2, 1, 3, 0.5, -2, 0.5, 6);
+const cMatrix33 counted(1, 2, 3, 4, 5, 6, 7, 8, 10);
+const cMatrix33 symmetric(4, 1, -2, 1, 3, 0.5, -2, 0.5, 6);
 
 /// Rotations with all signs of the angles, quarter turns left out.
 std::vector<cMatrix33> generalRotations() {
@@ -58,15 +59,15 @@ std::vector<cMatrix33> generalRotations() {
 }
 
 TEST(cMatrix33, IsRowMajor) {
-    EXPECT_EQ(COUNTED(0, 2), 3);
-    EXPECT_EQ(COUNTED(1, 0), 4);
-    EXPECT_EQ(COUNTED(2, 2), 10);
+    EXPECT_EQ(counted(0, 2), 3);
+    EXPECT_EQ(counted(1, 0), 4);
+    EXPECT_EQ(counted(2, 2), 10);
     double values[9];
-    COUNTED.toArray(values);
+    counted.toArray(values);
     EXPECT_EQ(values[5], 6);
     cMatrix33 m;
     m.fromArray(values);
-    expectNear(m, COUNTED, 0);
+    expectNear(m, counted, 0);
 }
 
 TEST(cMatrix33, ConstructorsSetTheElements) {
@@ -75,12 +76,12 @@ TEST(cMatrix33, ConstructorsSetTheElements) {
     expectNear(cMatrix33(cVector3(1, 2, 3)), {1, 0, 0, 0, 2, 0, 0, 0, 3}, 0);
     expectNear(cMatrix33::diagMat(cVector3(1, 2, 3)), cMatrix33(cVector3(1, 2, 3)), 0);
     const double rows[3][3] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 10}};
-    expectNear(cMatrix33(rows), COUNTED, 0);
-    expectNear(cMatrix33(cVector3(1, 4, 7), cVector3(2, 5, 8), cVector3(3, 6, 10)), COUNTED, 0);
+    expectNear(cMatrix33(rows), counted, 0);
+    expectNear(cMatrix33(cVector3(1, 4, 7), cVector3(2, 5, 8), cVector3(3, 6, 10)), counted, 0);
 }
 
 TEST(cMatrix33, SetIdentityAndSetZero) {
-    cMatrix33 m = COUNTED;
+    cMatrix33 m = counted;
     m.setIdentity();
     expectNear(m, {1, 0, 0, 0, 1, 0, 0, 0, 1}, 0);
     m.setZero();
@@ -88,34 +89,34 @@ TEST(cMatrix33, SetIdentityAndSetZero) {
 }
 
 TEST(cMatrix33, ElementwiseArithmetic) {
-    expectNear(COUNTED + cMatrix33(1.0), {2, 3, 4, 5, 6, 7, 8, 9, 11}, 0);
-    expectNear(COUNTED - cMatrix33(1.0), {0, 1, 2, 3, 4, 5, 6, 7, 9}, 0);
-    expectNear(COUNTED * 2, {2, 4, 6, 8, 10, 12, 14, 16, 20}, 0);
-    cMatrix33 m = COUNTED;
+    expectNear(counted + cMatrix33(1.0), {2, 3, 4, 5, 6, 7, 8, 9, 11}, 0);
+    expectNear(counted - cMatrix33(1.0), {0, 1, 2, 3, 4, 5, 6, 7, 9}, 0);
+    expectNear(counted * 2, {2, 4, 6, 8, 10, 12, 14, 16, 20}, 0);
+    cMatrix33 m = counted;
     m += cMatrix33(1.0);
     m *= 2;
     expectNear(m, {4, 6, 8, 10, 12, 14, 16, 18, 22}, 0);
 }
 
 TEST(cMatrix33, ProductsEqualTheTripleLoop) {
-    const cMatrix33 product = COUNTED * SYMMETRIC;
+    const cMatrix33 product = counted * symmetric;
     for (int r = 0; r < 3; ++r) {
         for (int c = 0; c < 3; ++c) {
             double sum = 0;
             for (int k = 0; k < 3; ++k) {
-                sum += COUNTED(r, k) * SYMMETRIC(k, c);
+                sum += counted(r, k) * symmetric(k, c);
             }
-            EXPECT_NEAR(product(r, c), sum, ROUNDING * 100);
+            EXPECT_NEAR(product(r, c), sum, rounding * 100);
         }
     }
-    EXPECT_EQ(COUNTED * cVector3(1, 10, 100), cVector3(321, 654, 1087));
+    EXPECT_EQ(counted * cVector3(1, 10, 100), cVector3(321, 654, 1087));
 }
 
 TEST(cMatrix33, TransposeDeterminantAndInverse) {
-    expectNear(COUNTED.getTranspose(), {1, 4, 7, 2, 5, 8, 3, 6, 10}, 0);
-    EXPECT_NEAR(COUNTED.det(), -3, ROUNDING * 100);
-    expectNear(COUNTED * COUNTED.Inverse(), cMatrix33::identity(), ROUNDING * 100);
-    expectNear(COUNTED.Inverse() * COUNTED, cMatrix33::identity(), ROUNDING * 100);
+    expectNear(counted.getTranspose(), {1, 4, 7, 2, 5, 8, 3, 6, 10}, 0);
+    EXPECT_NEAR(counted.det(), -3, rounding * 100);
+    expectNear(counted * counted.Inverse(), cMatrix33::identity(), rounding * 100);
+    expectNear(counted.Inverse() * counted, cMatrix33::identity(), rounding * 100);
 }
 
 TEST(cMatrix33, InverseOfASingularMatrixIsNotFinite) {
@@ -164,7 +165,7 @@ TEST(cMatrix33, RevoluteJointFrameIsRightHandedWithTheAxisLast) {
         const cMatrix33 frame = cMatrix33::revoluteJointZAxisMatrix(a);
         expectNear(frame * cVector3(0, 0, 1), a.normalizedVersion());
         expectNear(frame * frame.getTranspose(), cMatrix33::identity());
-        EXPECT_NEAR(frame.det(), 1, ROUNDING);
+        EXPECT_NEAR(frame.det(), 1, rounding);
     }
 }
 
@@ -187,8 +188,8 @@ TEST(cMatrix33, RotateToAxisBringsZToTheAxisInEveryQuadrant) {
                 const cVector3 angles = r.rotateToAxis(axis);
                 expectNear(r * cVector3(0, 0, 1), axis.normalizedVersion());
                 expectNear(r * r.getTranspose(), cMatrix33::identity());
-                EXPECT_NEAR(r.det(), 1, ROUNDING);
-                expectNear(r, rz(angles.x) * ry(angles.y), ANGLE_ROUNDING);
+                EXPECT_NEAR(r.det(), 1, rounding);
+                expectNear(r, rz(angles.x) * ry(angles.y), angleRounding);
                 EXPECT_EQ(angles.z, 0);
             }
         }
@@ -226,17 +227,17 @@ TEST(cMatrix33, ToQuaternionGivesAxisAndHalfAngle) {
     for (double angle : {-3.0, -1.0, 0.0, 0.5, 3.1}) {
         double w, x, y, z;
         cMatrix33::fromAxisAngle(u, angle).toQuaternion(w, x, y, z);
-        EXPECT_NEAR(w, std::cos(angle / 2), ROUNDING);
+        EXPECT_NEAR(w, std::cos(angle / 2), rounding);
         expectNear({x, y, z}, std::sin(angle / 2) * u, 1e-13);
     }
 }
 
 TEST(cMatrix33, OrthonormalizeRepairsARotationAndKeepsHalfTurns) {
     for (const cMatrix33& rotation : generalRotations()) {
-        cMatrix33 m = rotation + COUNTED * 1e-6;
+        cMatrix33 m = rotation + counted * 1e-6;
         m.orthonormalize();
         expectNear(m * m.getTranspose(), cMatrix33::identity());
-        EXPECT_NEAR(m.det(), 1, ROUNDING);
+        EXPECT_NEAR(m.det(), 1, rounding);
         expectNear(m, rotation, 1e-3);
     }
     for (const cVector3& axis : {cVector3(1, 0, 0), cVector3(0, 1, 0), cVector3(0, 0, 1)}) {
@@ -257,7 +258,7 @@ TEST(cMatrix33, EulerDecompositionRebuildsTheMatrix) {
 TEST(cMatrix33, EulerDecompositionOfATurnAboutZ) {
     double phi, theta, psi;
     rz(0.4).computeEulerDecomposition(phi, theta, psi);
-    EXPECT_NEAR(phi, 0.4, ROUNDING);
+    EXPECT_NEAR(phi, 0.4, rounding);
     EXPECT_EQ(theta, 0);
     EXPECT_EQ(psi, 0);
 }
@@ -311,42 +312,42 @@ TEST(cMatrix33, DiagonalizeOfADiagonalMatrixReturnsItAsItStands) {
 TEST(cMatrix33, DiagonalizeRebuildsSymmetricMatrices) {
     const cMatrix33 nearlyDegenerate(1, 1e-9, 1e-12, 1e-9, 1, 1e-10, 1e-12, 1e-10, 1 + 1e-9);
     const cMatrix33 wide(1e12, 3, 1, 3, 1e-3, 2, 1, 2, 5);
-    for (const cMatrix33& m : {SYMMETRIC, cMatrix33(1.0), nearlyDegenerate, wide}) {
+    for (const cMatrix33& m : {symmetric, cMatrix33(1.0), nearlyDegenerate, wide}) {
         cVector3 d;
         cMatrix33 v;
         m.diagonalize(d, v);
         const double scale = m.norm2();
         expectNear(v * v.getTranspose(), cMatrix33::identity());
-        expectNear(v * cMatrix33::diagMat(d) * v.getTranspose(), m, ROUNDING * scale);
+        expectNear(v * cMatrix33::diagMat(d) * v.getTranspose(), m, rounding * scale);
     }
 }
 
 TEST(cMatrix33, DiagonalizeReadsTheUpperTriangleAndKeepsTheMatrix) {
-    cMatrix33 m = SYMMETRIC;
+    cMatrix33 m = symmetric;
     m(1, 0) = m(2, 0) = m(2, 1) = 77;
     const cMatrix33 before = m;
     cVector3 d, expected;
     cMatrix33 v;
     m.diagonalize(d, v);
-    SYMMETRIC.diagonalize(expected, v);
+    symmetric.diagonalize(expected, v);
     EXPECT_EQ(d, expected);
     expectNear(m, before, 0);
 }
 
 TEST(cMatrix33, DiagonalizeWithoutConvergenceReportsAndLeavesItsOutputs) {
     cVector3 values(1, 2, 3);
-    cMatrix33 vectors = COUNTED;
+    cMatrix33 vectors = counted;
     testing::internal::CaptureStdout();
     cMatrix33(std::numeric_limits<double>::quiet_NaN()).diagonalize(values, vectors);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error in diagonalization in Matrix33\n");
     EXPECT_EQ(values, cVector3(1, 2, 3));
-    expectNear(vectors, COUNTED, 0);
+    expectNear(vectors, counted, 0);
 }
 
 TEST(cMatrix33, RootsOfASymmetricMatrixSquareBack) {
-    const cMatrix33 root = SYMMETRIC.getSquareRoot();
-    expectNear(root * root, SYMMETRIC, 1e-13);
-    expectNear(root * SYMMETRIC.getInverseSquareRoot(), cMatrix33::identity(), 1e-13);
+    const cMatrix33 root = symmetric.getSquareRoot();
+    expectNear(root * root, symmetric, 1e-13);
+    expectNear(root * symmetric.getInverseSquareRoot(), cMatrix33::identity(), 1e-13);
 }
 
 TEST(cMatrix33, RootOfANegativeEigenvalueIsNotANumber) {
@@ -376,10 +377,10 @@ TEST(cMatrix33, GetAxisPrintsTheEigenvaluesAndChangesNothing) {
 
 TEST(cMatrix33, PrintsAndStreamsARowALine) {
     testing::internal::CaptureStdout();
-    COUNTED.print();
+    counted.print();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "1 2 3\n4 5 6\n7 8 10\n");
     std::ostringstream out;
-    out << COUNTED;
+    out << counted;
     EXPECT_EQ(out.str(), "\n1 2 3\n4 5 6\n7 8 10\n");
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cmath>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -18,10 +19,10 @@
 
 namespace {
 
-constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
-constexpr double INF = std::numeric_limits<double>::infinity();
-constexpr double LOWEST_INT = std::numeric_limits<int>::lowest();
-constexpr double HIGHEST_INT = std::numeric_limits<int>::max();
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double lowestInt = std::numeric_limits<int>::lowest();
+constexpr double highestInt = std::numeric_limits<int>::max();
 
 TEST(cVector3, ConstructorsSetTheComponents) {
     const double values[3] = {4, 5, 6};
@@ -112,7 +113,7 @@ TEST(cVector3, InPlaceArithmeticEqualsTheBinaryForm) {
 TEST(cVector3, ComparisonIsExactAndNotANumberDiffers) {
     EXPECT_TRUE(cVector3(1, 2, 3) == cVector3(1, 2, 3));
     EXPECT_FALSE(cVector3(1, 2, 3) == cVector3(1, 2, std::nextafter(3, 4)));
-    const cVector3 v(1, NOT_A_NUMBER, 3);
+    const cVector3 v(1, notANumber, 3);
     EXPECT_TRUE(v != v);
     EXPECT_FALSE(v == v);
 }
@@ -131,19 +132,19 @@ TEST(cVector3, RoundFloors) {
 }
 
 TEST(cVector3, RoundEndsAtTheLimitsOf32Bits) {
-    cVector3 v(1e10, -1e10, NOT_A_NUMBER);
+    cVector3 v(1e10, -1e10, notANumber);
     v.round();
-    EXPECT_EQ(v, cVector3(HIGHEST_INT, LOWEST_INT, LOWEST_INT));
-    v = cVector3(INF, -INF, HIGHEST_INT + 0.5);
+    EXPECT_EQ(v, cVector3(highestInt, lowestInt, lowestInt));
+    v = cVector3(infinity, -infinity, highestInt + 0.5);
     v.round();
-    EXPECT_EQ(v, cVector3(HIGHEST_INT, LOWEST_INT, HIGHEST_INT));
+    EXPECT_EQ(v, cVector3(highestInt, lowestInt, highestInt));
 }
 
 TEST(truncateToInt, TruncatesTowardsZeroUpToTheLimits) {
     EXPECT_EQ(truncateToInt(-1.9), -1);
     EXPECT_EQ(truncateToInt(1.9), 1);
-    EXPECT_EQ(truncateToInt(HIGHEST_INT - 0.5), HIGHEST_INT - 1);
-    EXPECT_EQ(truncateToInt(LOWEST_INT + 0.5), LOWEST_INT + 1);
+    EXPECT_EQ(truncateToInt(highestInt - 0.5), highestInt - 1);
+    EXPECT_EQ(truncateToInt(lowestInt + 0.5), lowestInt + 1);
 }
 
 TEST(cVector3, UpdateMinMaxWidensTheRange) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <random>
 #include <stdexcept>
@@ -13,7 +14,7 @@ namespace {
 
 using position = std::array<double, 3>;
 
-constexpr double TOLERANCE = 1e-12; // of values of order one after a few operations
+constexpr double tolerance = 1e-12; // of values of order one after a few operations
 
 cPDBAtom makeAtom(const char* name, int resSeq, const cVector3& p = cVector3(0.0, 0.0, 0.0),
                   float mass = 1.0F) {
@@ -124,9 +125,9 @@ TEST(Structure, VectorAlgebra) {
     position c = a;
     cross(c, b, c);
     EXPECT_EQ(c, (position{7, -10, 6.5}));
-    EXPECT_NEAR(dot(c, a), 0.0, TOLERANCE);
+    EXPECT_NEAR(dot(c, a), 0.0, tolerance);
     normalize(c);
-    EXPECT_NEAR(norm(c), 1.0, TOLERANCE);
+    EXPECT_NEAR(norm(c), 1.0, tolerance);
     position zero = {0, 0, 0};
     normalize(zero);
     EXPECT_TRUE(std::isnan(zero[0]));
@@ -198,8 +199,8 @@ TEST(Structure, AxisAndAngleSurviveARoundTrip) {
         arma::Col<double> backAxis(3);
         double backAngle = 0.0;
         quaternion2AxisAndAngle(q, backAxis, backAngle);
-        EXPECT_NEAR(backAngle, angle, TOLERANCE);
-        EXPECT_TRUE(arma::approx_equal(backAxis, axis, "absdiff", TOLERANCE));
+        EXPECT_NEAR(backAngle, angle, tolerance);
+        EXPECT_TRUE(arma::approx_equal(backAxis, axis, "absdiff", tolerance));
     }
 }
 
@@ -211,8 +212,8 @@ TEST(Structure, NegativeQuaternionKeepsItsAxisWithTheShorterAngle) {
     arma::Col<double> backAxis(3);
     double backAngle = 0.0;
     quaternion2AxisAndAngle(q, backAxis, backAngle);
-    EXPECT_NEAR(backAngle, 2 * std::acos(-1.0) - 4.0, TOLERANCE);
-    EXPECT_TRUE(arma::approx_equal(backAxis, axis, "absdiff", TOLERANCE)); // not turned round
+    EXPECT_NEAR(backAngle, 2 * std::acos(-1.0) - 4.0, tolerance);
+    EXPECT_TRUE(arma::approx_equal(backAxis, axis, "absdiff", tolerance)); // not turned round
 }
 
 TEST(Structure, QuaternionMatrixIsTheTransposedRotation) {
@@ -221,7 +222,7 @@ TEST(Structure, QuaternionMatrixIsTheTransposedRotation) {
     axisAndAngle2Quaternion(axis, 0.8, q);
     arma::Mat<double> rot;
     quaternion2RotationMatrix(q, rot);
-    EXPECT_TRUE(arma::approx_equal(rot, rodrigues(axis, 0.8).t(), "absdiff", TOLERANCE));
+    EXPECT_TRUE(arma::approx_equal(rot, rodrigues(axis, 0.8).t(), "absdiff", tolerance));
     double flat[9];
     quaternion2RotationMatrix(q, flat);
     for (arma::uword i = 0; i < 9; ++i) {
@@ -235,11 +236,11 @@ TEST(Structure, ProductMatrices) {
     const arma::Col<double> vector = {v[0], v[1], v[2]};
     arma::Mat<double> m;
     computeTensorProductMatrix(p, m);
-    EXPECT_TRUE(arma::approx_equal(m * vector, dot(p, v) * arma::Col<double>{1, 2, 3}, "absdiff", TOLERANCE));
+    EXPECT_TRUE(arma::approx_equal(m * vector, dot(p, v) * arma::Col<double>{1, 2, 3}, "absdiff", tolerance));
     computeCrossProductMatrix(p, m);
     position c;
     cross(p, v, c);
-    EXPECT_TRUE(arma::approx_equal(m * vector, arma::Col<double>{c[0], c[1], c[2]}, "absdiff", TOLERANCE));
+    EXPECT_TRUE(arma::approx_equal(m * vector, arma::Col<double>{c[0], c[1], c[2]}, "absdiff", tolerance));
 }
 
 TEST(Structure, AtomsConvertToPositionsVectorsAndFlags) {

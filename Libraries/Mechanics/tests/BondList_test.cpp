@@ -32,13 +32,13 @@ namespace {
 using Atoms = std::vector<cPDBAtom>;
 using Pair = std::pair<std::size_t, std::size_t>;
 
-constexpr double LONG_CUTOFF = 4.0; // Å, beyond every bond
-constexpr double NEAR2 = 1.3 * 1.3; // Å², a usual bond
-constexpr double HYDROGEN_NEAR2 = 1.0;
-constexpr double CARBON_LIMIT2 = 4.1616;          // (0.6 * 3.4)²
-constexpr double CARBON_NITROGEN_LIMIT2 = 3.8025; // (0.6 * 3.25)²
-constexpr double WATER_LIMIT2 = 1.21;
-constexpr double FLOAT_TOLERANCE = 1e-6; // of radii in single precision
+constexpr double longCutoff = 4.0;  // Å, beyond every bond
+constexpr double near2 = 1.3 * 1.3; // Å², a usual bond
+constexpr double hydrogenNear2 = 1.0;
+constexpr double carbonLimit2 = 4.1616;         // (0.6 * 3.4)²
+constexpr double carbonNitrogenLimit2 = 3.8025; // (0.6 * 3.25)²
+constexpr double waterLimit2 = 1.21;
+constexpr double floatTolerance = 1e-6; // of radii in single precision
 
 cPDBAtom makeAtom(const char* name, const char* element, int resSeq = 10, const char* resName = "ALA") {
     static const cPeriodicTable table;
@@ -78,7 +78,7 @@ cPDBAtom inserted(char iCode, int resSeq = 10) {
 }
 
 /// The same both ways round.
-double limit2(const cPDBAtom& a, const cPDBAtom& b, double d2 = NEAR2) {
+double limit2(const cPDBAtom& a, const cPDBAtom& b, double d2 = near2) {
     const double limit = BondList::checkForCovalentBond(a, b, d2);
     EXPECT_EQ(BondList::checkForCovalentBond(b, a, d2), limit);
     return limit;
@@ -162,7 +162,7 @@ Atoms cutBehind(int resSeq, double shift) {
 
 TEST(BondListRules, CarbonAndNitrogenOfNeighbouringResiduesAreBonded) {
     const double limit = limit2(makeAtom("C", "C", 10), makeAtom("N", "N", 11), 1.3 * 1.3);
-    EXPECT_NEAR(limit, CARBON_NITROGEN_LIMIT2, FLOAT_TOLERANCE);
+    EXPECT_NEAR(limit, carbonNitrogenLimit2, floatTolerance);
 }
 
 TEST(BondListRules, RadiiAreSummedInSinglePrecision) {
@@ -191,7 +191,7 @@ TEST(BondListRules, AtomsCloserThanATenthOfAnAngstromAreNotBonded) {
 
 TEST(BondListRules, AtomsUpToTheLimitAreBonded) {
     const double limit = limit2(carbon(), carbon());
-    EXPECT_NEAR(limit, CARBON_LIMIT2, FLOAT_TOLERANCE);
+    EXPECT_NEAR(limit, carbonLimit2, floatTolerance);
     EXPECT_EQ(limit2(carbon(), carbon(), limit), limit);
     EXPECT_EQ(limit2(carbon(), carbon(), std::nextafter(limit, 5.0)), 0.0);
     EXPECT_EQ(limit2(carbon(), carbon(), std::numeric_limits<double>::quiet_NaN()), 0.0);
@@ -205,7 +205,7 @@ TEST(BondListRules, AtomsOfDifferentChainsAreNeverBonded) {
 
 TEST(BondListRules, AWaterIsBondedToNoOtherResidue) {
     EXPECT_EQ(limit2(waterOxygen(), carbon()), 0.0);
-    EXPECT_EQ(limit2(waterOxygen(), hydrogen(), HYDROGEN_NEAR2), 0.0);
+    EXPECT_EQ(limit2(waterOxygen(), hydrogen(), hydrogenNear2), 0.0);
 }
 
 // Neither chain, nor residue, nor element, nor a lower bound of the distance counts.
@@ -213,15 +213,15 @@ TEST(BondListRules, WatersNearerThanAHydrogenBondLengthAreBondedAtOnce) {
     // Seen to fail with one chain, one residue and a least distance asked of waters.
     cPDBAtom far = makeAtom("H1", "H", 99, "HOH");
     far.m_chain[0] = 'B';
-    EXPECT_EQ(limit2(waterOxygen(), far, 0.9), WATER_LIMIT2);
-    EXPECT_EQ(limit2(far, far, 0.9), WATER_LIMIT2);
-    EXPECT_EQ(limit2(waterOxygen(), waterOxygen(), 0.0), WATER_LIMIT2);
+    EXPECT_EQ(limit2(waterOxygen(), far, 0.9), waterLimit2);
+    EXPECT_EQ(limit2(far, far, 0.9), waterLimit2);
+    EXPECT_EQ(limit2(waterOxygen(), waterOxygen(), 0.0), waterLimit2);
     EXPECT_EQ(limit2(waterOxygen(), far, 1.21), 0.0);
 }
 
 TEST(BondListRules, WatersFartherApartFollowTheRulesOfOtherAtoms) {
-    EXPECT_NEAR(limit2(waterOxygen(), waterOxygen(11), NEAR2), 1.824 * 1.824, FLOAT_TOLERANCE);
-    EXPECT_EQ(limit2(waterOxygen(), waterOxygen(12), NEAR2), 0.0);
+    EXPECT_NEAR(limit2(waterOxygen(), waterOxygen(11), near2), 1.824 * 1.824, floatTolerance);
+    EXPECT_EQ(limit2(waterOxygen(), waterOxygen(12), near2), 0.0);
 }
 
 TEST(BondListRules, HydrogensAreNotBondedToEachOther) {
@@ -229,7 +229,7 @@ TEST(BondListRules, HydrogensAreNotBondedToEachOther) {
 }
 
 TEST(BondListRules, AHydrogenIsBondedBelow1Point1Angstrom) {
-    EXPECT_NEAR(limit2(hydrogen(), carbon(), HYDROGEN_NEAR2), 1.74 * 1.74, FLOAT_TOLERANCE);
+    EXPECT_NEAR(limit2(hydrogen(), carbon(), hydrogenNear2), 1.74 * 1.74, floatTolerance);
     EXPECT_GT(limit2(hydrogen(), carbon(), std::nextafter(1.21, 0.0)), 0.0);
     EXPECT_EQ(limit2(hydrogen(), carbon(), 1.21), 0.0);
 }
@@ -238,7 +238,7 @@ TEST(BondListRules, AHydrogenIsBondedBelow1Point1Angstrom) {
 TEST(BondListRules, MercuryCountsAsAHydrogen) {
     // Seen to fail with the whole symbol looked at.
     EXPECT_EQ(limit2(makeAtom("HG", "Hg"), carbon(), 1.3), 0.0);
-    EXPECT_EQ(limit2(makeAtom("HG", "Hg"), hydrogen(), HYDROGEN_NEAR2), 0.0);
+    EXPECT_EQ(limit2(makeAtom("HG", "Hg"), hydrogen(), hydrogenNear2), 0.0);
 }
 
 TEST(BondListRules, DifferentAlternativesOfOneResidueAreNotBonded) {
@@ -278,7 +278,7 @@ TEST(BondListRules, ADisulfideBridgeIsNoBond) {
     const cPDBAtom sulphur = makeAtom("SG", "S", 10, "CYS");
     EXPECT_EQ(limit2(sulphur, makeAtom("SG", "S", 11, "CYS"), 2.05 * 2.05), 0.0);
     EXPECT_EQ(limit2(sulphur, makeAtom("SG1", "S", 11, "CYS"), 2.05 * 2.05), 0.0);
-    EXPECT_NEAR(limit2(sulphur, makeAtom("SD", "S", 11, "MET"), 2.05 * 2.05), 2.16 * 2.16, FLOAT_TOLERANCE);
+    EXPECT_NEAR(limit2(sulphur, makeAtom("SD", "S", 11, "MET"), 2.05 * 2.05), 2.16 * 2.16, floatTolerance);
     EXPECT_GT(limit2(sulphur, makeAtom("CB", "C", 10, "CYS"), 1.81 * 1.81), 0.0);
 }
 
@@ -312,7 +312,7 @@ TEST(BondListAngle, AnArmWithoutLengthHasNoAngle) {
 
 TEST(BondList, NoAtomsHaveNoBonds) {
     Atoms none;
-    const BondList list(none, LONG_CUTOFF);
+    const BondList list(none, longCutoff);
     EXPECT_TRUE(list.getBonds().empty());
     EXPECT_TRUE(list.getAngles().empty());
     EXPECT_FALSE(list.hasBrokenBonds());
@@ -324,7 +324,7 @@ TEST(BondList, NoAtomsHaveNoBonds) {
 
 TEST(BondList, ABondStandsTwiceAndAnAngleOnce) {
     Atoms atoms = corner();
-    const BondList list(atoms, LONG_CUTOFF);
+    const BondList list(atoms, longCutoff);
     EXPECT_EQ(pairsOf(list), (std::multiset<Pair>{{0, 1}, {1, 0}, {1, 2}, {2, 1}}));
     ASSERT_EQ(list.getAngles().size(), 1u);
     const BondedAngle& angle = list.getAngles()[0];
@@ -335,11 +335,11 @@ TEST(BondList, ABondStandsTwiceAndAnAngleOnce) {
 
 TEST(BondList, StartsAtTheRestLengths) {
     Atoms atoms = corner();
-    const BondList list(atoms, LONG_CUTOFF);
+    const BondList list(atoms, longCutoff);
     for (const BondedPair& bond : list.getBonds()) {
         EXPECT_NEAR(bond.m_restLength, std::max(bond.m_first, bond.m_second) == 2 ? 1.4 : 1.5, 1e-15);
         EXPECT_EQ(bond.m_length, bond.m_restLength);
-        EXPECT_NEAR(bond.m_limit2, CARBON_LIMIT2, FLOAT_TOLERANCE);
+        EXPECT_NEAR(bond.m_limit2, carbonLimit2, floatTolerance);
     }
 }
 
@@ -361,7 +361,7 @@ TEST(BondList, AGivenListKeepsItsOrderAndMayHoldAPairOnce) {
 TEST(BondList, FourNeighboursMakeSixAngles) {
     Atoms atoms =
         carbonsAt({{0, 0, 0}, {0.9, 0.9, 0.9}, {0.9, -0.9, -0.9}, {-0.9, 0.9, -0.9}, {-0.9, -0.9, 0.9}});
-    const BondList list(atoms, LONG_CUTOFF);
+    const BondList list(atoms, longCutoff);
     ASSERT_EQ(list.getAngles().size(), 6u);
     for (const BondedAngle& angle : list.getAngles()) {
         EXPECT_EQ(angle.m_centre, 0);
@@ -375,7 +375,7 @@ TEST(BondList, AWaterHasNoBondWithItself) {
     Atoms atoms = {waterOxygen(), makeAtom("H1", "H", 10, "HOH")};
     atoms[1].m_index = 1;
     atoms[1].m_position = cVector3(0.96, 0, 0);
-    const BondList list(atoms, LONG_CUTOFF);
+    const BondList list(atoms, longCutoff);
     EXPECT_EQ(pairsOf(list), (std::multiset<Pair>{{0, 1}, {1, 0}}));
     EXPECT_TRUE(list.getAngles().empty());
 }
@@ -383,16 +383,16 @@ TEST(BondList, AWaterHasNoBondWithItself) {
 TEST(BondList, ImpossibleIndicesAreErrors) {
     Atoms same = corner();
     same[2].m_index = 1;
-    EXPECT_THROW(BondList(same, LONG_CUTOFF), std::logic_error);
+    EXPECT_THROW(BondList(same, longCutoff), std::logic_error);
     Atoms negative = corner();
     negative[0].m_index = -1;
-    EXPECT_THROW(BondList(negative, LONG_CUTOFF), std::out_of_range);
+    EXPECT_THROW(BondList(negative, longCutoff), std::out_of_range);
 }
 
 TEST(BondList, UpdateTakesAtomsOrPositions) {
     Atoms atoms = corner();
-    BondList byAtoms(atoms, LONG_CUTOFF);
-    BondList byPositions(atoms, LONG_CUTOFF);
+    BondList byAtoms(atoms, longCutoff);
+    BondList byPositions(atoms, longCutoff);
     atoms[0].m_position = cVector3(3, 3, 0);
     byAtoms.updateAtomPosition(atoms);
     byPositions.updateAtomPosition(std::vector<std::array<double, 3>>{{3, 3, 0}, {0, 0, 0}, {0, 1.4, 0}});
@@ -408,7 +408,7 @@ TEST(BondList, UpdateTakesAtomsOrPositions) {
 
 TEST(BondList, UpdateWantsAPlaceForEveryBondedAtom) {
     Atoms atoms = corner();
-    BondList list(atoms, LONG_CUTOFF);
+    BondList list(atoms, longCutoff);
     EXPECT_THROW(list.updateAtomPosition(std::vector<std::array<double, 3>>(2)), std::length_error);
     EXPECT_THROW(list.updateAtomPosition(Atoms(2)), std::length_error);
     EXPECT_NO_THROW(list.updateAtomPosition(Atoms(4)));
@@ -416,7 +416,7 @@ TEST(BondList, UpdateWantsAPlaceForEveryBondedAtom) {
 
 TEST(BondList, ABondAtItsLimitIsNotBroken) {
     Atoms atoms = corner();
-    BondList list(atoms, LONG_CUTOFF);
+    BondList list(atoms, longCutoff);
     const double limit = std::sqrt(list.getBonds()[0].m_limit2);
     atoms[0].m_position = cVector3(limit * (1.0 - 1e-12), 0, 0);
     list.updateAtomPosition(atoms);
@@ -429,7 +429,7 @@ TEST(BondList, ABondAtItsLimitIsNotBroken) {
 
 TEST(BondList, SeverityIsTheExcessOverTheLimitOrZero) {
     Atoms atoms = corner();
-    BondList list(atoms, LONG_CUTOFF);
+    BondList list(atoms, longCutoff);
     atoms[0].m_position = cVector3(2.5, 0, 0);
     atoms[2].m_position = cVector3(0, 0.5, 0); // shorter than at rest is not broken
     list.updateAtomPosition(atoms);
@@ -439,9 +439,9 @@ TEST(BondList, SeverityIsTheExcessOverTheLimitOrZero) {
     for (std::size_t b = 0; b < 4; ++b) {
         const BondedPair& bond = list.getBonds()[b];
         const bool stretched = std::min(bond.m_first, bond.m_second) == 0;
-        EXPECT_NEAR(severity[b], stretched ? 2.5 - 2.04 : 0.0, FLOAT_TOLERANCE);
+        EXPECT_NEAR(severity[b], stretched ? 2.5 - 2.04 : 0.0, floatTolerance);
     }
-    EXPECT_NEAR(list.getBrokenBondSeverity(), 2.5 - 2.04, FLOAT_TOLERANCE);
+    EXPECT_NEAR(list.getBrokenBondSeverity(), 2.5 - 2.04, floatTolerance);
 }
 
 TEST(BondListExample, EveryCovalentBondAndNoOtherIsFound) {
@@ -452,7 +452,7 @@ TEST(BondListExample, EveryCovalentBondAndNoOtherIsFound) {
         expected.emplace(a, b);
         expected.emplace(b, a);
     }
-    EXPECT_EQ(pairsOf(BondList(atoms, LONG_CUTOFF)), expected);
+    EXPECT_EQ(pairsOf(BondList(atoms, longCutoff)), expected);
 }
 
 TEST(BondListExample, AnglesAreThoseOfTheCovalentBonds) {
@@ -474,7 +474,7 @@ TEST(BondListExample, AnglesAreThoseOfTheCovalentBonds) {
             }
         }
     }
-    const BondList list(atoms, LONG_CUTOFF);
+    const BondList list(atoms, longCutoff);
     ASSERT_EQ(list.getAngles().size(), expected.size());
     for (const BondedAngle& angle : list.getAngles()) {
         const std::tuple<std::size_t, std::size_t, std::size_t> key(angle.m_first, angle.m_centre,
@@ -487,7 +487,7 @@ TEST(BondListExample, AnglesAreThoseOfTheCovalentBonds) {
 
 TEST(BondListExample, IsNotBrokenAtRest) {
     Atoms atoms = shippedExample().m_atoms;
-    BondList list(atoms, LONG_CUTOFF);
+    BondList list(atoms, longCutoff);
     list.updateAtomPosition(atoms);
     EXPECT_FALSE(list.hasBrokenBonds());
     EXPECT_EQ(list.getBrokenBondCount(), 0);
@@ -496,7 +496,7 @@ TEST(BondListExample, IsNotBrokenAtRest) {
 
 TEST(BondListExample, PullingAChainApartBreaksTheOneBondThere) {
     Atoms atoms = shippedExample().m_atoms;
-    BondList list(atoms, LONG_CUTOFF);
+    BondList list(atoms, longCutoff);
     list.updateAtomPosition(cutBehind(40, 0.60));
     EXPECT_FALSE(list.hasBrokenBonds());
     list.updateAtomPosition(cutBehind(40, 0.65));
@@ -508,7 +508,7 @@ TEST(BondListExample, PullingAChainApartBreaksTheOneBondThere) {
 
 TEST(BondListExample, SwellingBreaksTheBondsThatItTakesBeyondTheirLimit) {
     Atoms atoms = shippedExample().m_atoms;
-    BondList list(atoms, LONG_CUTOFF);
+    BondList list(atoms, longCutoff);
     const double factor = 1.355;
     Atoms swollen = atoms;
     for (cPDBAtom& atom : swollen) {

@@ -5,15 +5,15 @@
 
 namespace {
 
-const double ENDS[] = {-3.0, -1.5, 0.0, 0.5, 2.0};
+const double ends[] = {-3.0, -1.5, 0.0, 0.5, 2.0};
 
 /// Calls check(a, b, x, y) for intervals a, b and members x of a, y of b.
 template <typename Check>
 void forAllMembers(Check check) {
-    for (const double a0 : ENDS) {
-        for (const double a1 : ENDS) {
-            for (const double b0 : ENDS) {
-                for (const double b1 : ENDS) {
+    for (const double a0 : ends) {
+        for (const double a1 : ends) {
+            for (const double b0 : ends) {
+                for (const double b1 : ends) {
                     for (const double s : {0.0, 0.25, 1.0}) {
                         if (a0 > a1 || b0 > b1) {
                             continue;

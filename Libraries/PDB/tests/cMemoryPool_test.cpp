@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstddef>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -9,7 +10,7 @@
 
 namespace {
 
-const std::string TOO_LARGE = "memory requested higher than chunk size of our pool!!!\n";
+const std::string tooLarge = "memory requested higher than chunk size of our pool!!!\n";
 
 } // namespace
 
@@ -37,7 +38,7 @@ TEST(CMemoryPool, LargeRequestGrowsAnUnusedChunk) {
     cMemoryPool pool(16);
     ::testing::internal::CaptureStderr();
     std::memset(pool.alloc(1000), 1, 1000);
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), TOO_LARGE);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), tooLarge);
     std::memset(pool.alloc(1000), 2, 1000); // fits the capacity now, so no note
 }
 
@@ -47,7 +48,7 @@ TEST(CMemoryPool, LargeRequestGetsAChunkOfItsOwn) {
     std::memset(small, 7, 8);
     ::testing::internal::CaptureStderr();
     std::memset(pool.alloc(1000), 1, 1000);
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), TOO_LARGE);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), tooLarge);
     EXPECT_EQ(small[7], 7);
 }
 

@@ -12,7 +12,7 @@ namespace {
 
 using Frame = cTrajectory::Frame;
 
-const std::vector<double> MASSES = {12.0, 16.0, 1.5};
+const std::vector<double> testMasses = {12.0, 16.0, 1.5};
 
 /// Three atoms, five frames without any symmetry.
 std::vector<Frame> someFrames() {
@@ -111,7 +111,7 @@ TEST(Trajectory, AverageIsTheMeanOfTheFrames) {
 TEST(Trajectory, CovarianceIsTheDirectMassWeightedSum) {
     cTrajectory trajectory = someTrajectory();
     const Frame average = trajectory.getAverageFrame();
-    const auto covariance = trajectory.getCovariance(MASSES);
+    const auto covariance = trajectory.getCovariance(testMasses);
     ASSERT_EQ(covariance->n_rows, 9U);
     ASSERT_EQ(covariance->n_cols, 9U);
     for (std::size_t i = 0; i < 9; ++i) {
@@ -122,7 +122,8 @@ TEST(Trajectory, CovarianceIsTheDirectMassWeightedSum) {
                        (frame[j / 3][j % 3] - average[j / 3][j % 3]);
             }
             // a few roundings of terms below 16 * 10 * 10
-            EXPECT_NEAR((*covariance)(i, j), std::sqrt(MASSES[i / 3] * MASSES[j / 3]) * sum / 5.0, 1e-11);
+            EXPECT_NEAR((*covariance)(i, j), std::sqrt(testMasses[i / 3] * testMasses[j / 3]) * sum / 5.0,
+                        1e-11);
             EXPECT_EQ((*covariance)(i, j), (*covariance)(j, i));
         }
     }
@@ -131,14 +132,14 @@ TEST(Trajectory, CovarianceIsTheDirectMassWeightedSum) {
 TEST(Trajectory, CovarianceOfOneFrameIsZero) {
     cTrajectory trajectory;
     trajectory.appendFrame(someFrames()[0]);
-    EXPECT_EQ(arma::abs(*trajectory.getCovariance(MASSES)).max(), 0.0);
+    EXPECT_EQ(arma::abs(*trajectory.getCovariance(testMasses)).max(), 0.0);
 }
 
 TEST(Trajectory, CovarianceIsKeptUntilFramesOrMassesChange) {
     cTrajectory trajectory = someTrajectory();
-    const auto covariance = trajectory.getCovariance(MASSES);
+    const auto covariance = trajectory.getCovariance(testMasses);
     const arma::Mat<double> before = *covariance;
-    EXPECT_EQ(trajectory.getCovariance(MASSES), covariance);
+    EXPECT_EQ(trajectory.getCovariance(testMasses), covariance);
 
     const auto ofUnitMasses = trajectory.getCovariance({1.0, 1.0, 1.0});
     EXPECT_NEAR((*ofUnitMasses)(0, 3) * std::sqrt(12.0 * 16.0), before(0, 3), 1e-11);

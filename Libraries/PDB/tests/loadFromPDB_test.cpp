@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -21,16 +23,17 @@ void load(const std::string& text, std::vector<cPDBAtom>& atoms, std::vector<dou
     std::remove(path.c_str());
 }
 
-const char* const MODEL = "ATOM      1  N   ALA A   5       1.000   2.000   3.000  1.00  0.00           N\n"
-                          "ATOM      2  CA  ALA A   5       2.000   2.000   3.000  1.00  0.00           C\n"
-                          "ATOM      3  HA  ALA A   5       2.000   2.500   3.000  1.00  0.00           H\n"
-                          "ATOM      4  CA BALA A   6       2.000   2.500   3.000  1.00  0.00           C\n"
-                          "ATOM      5  N   GLY B   5       1.000   2.000   4.000  1.00  0.00           N\n"
-                          "TER\n"
-                          "ATOM      6  CA  GLY B   5       1.000   2.000   4.000  1.00  0.00           C\n"
-                          "HETATM    7  O   HOH B 101       1.000   9.000   4.000  1.00  0.00           O\n"
-                          "HETATM    8 ZN    ZN B 102       1.000   9.000   4.000  1.00  0.00          ZN\n"
-                          "END\n";
+const char* const modelText =
+    "ATOM      1  N   ALA A   5       1.000   2.000   3.000  1.00  0.00           N\n"
+    "ATOM      2  CA  ALA A   5       2.000   2.000   3.000  1.00  0.00           C\n"
+    "ATOM      3  HA  ALA A   5       2.000   2.500   3.000  1.00  0.00           H\n"
+    "ATOM      4  CA BALA A   6       2.000   2.500   3.000  1.00  0.00           C\n"
+    "ATOM      5  N   GLY B   5       1.000   2.000   4.000  1.00  0.00           N\n"
+    "TER\n"
+    "ATOM      6  CA  GLY B   5       1.000   2.000   4.000  1.00  0.00           C\n"
+    "HETATM    7  O   HOH B 101       1.000   9.000   4.000  1.00  0.00           O\n"
+    "HETATM    8 ZN    ZN B 102       1.000   9.000   4.000  1.00  0.00          ZN\n"
+    "END\n";
 
 } // namespace
 
@@ -38,7 +41,7 @@ TEST(LoadFromPDB, KeepsAtomsAndGivesMassesAndBlocks) {
     std::vector<cPDBAtom> atoms(99);
     std::vector<double> masses(99, 5.0);
     std::vector<int> ids(99, 5);
-    load(MODEL, atoms, masses, ids);
+    load(modelText, atoms, masses, ids);
     ASSERT_EQ(atoms.size(), 5U);
     const double nitrogen = static_cast<double>(14.0067F);
     const double carbon = static_cast<double>(12.0107F);

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstddef>
+
 #include <gtest/gtest.h>
 
 #include "QCProt/RMSD.h"
@@ -8,9 +10,9 @@ namespace {
 
 using Structure = RMSD<std::array<double, 3>>;
 
-constexpr double TOLERANCE = 1e-12; // relative to the squares of the lengths that enter
+constexpr double tolerance = 1e-12; // relative to the squares of the lengths that enter
 
-const std::array<double, 9> IDENTITY = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+const std::array<double, 9> identity = {1, 0, 0, 0, 1, 0, 0, 0, 1};
 
 /// The mean over the points, one by one.
 double meanSquareDistance(const Points& points, const arma::Mat<double>& R1, const arma::Mat<double>& R2,
@@ -39,7 +41,7 @@ TEST(RMSD, EqualsTheLoopOverThePointsForRandomPoses) {
         const double expected = meanSquareDistance(points, R1, R2, t1, t2);
         EXPECT_NEAR(Structure(points).getMSDTwoTransforms(rowMajor(R1).data(), rowMajor(R2).data(),
                                                           t1.memptr(), t2.memptr()),
-                    expected, TOLERANCE * (expected + 1e4));
+                    expected, tolerance * (expected + 1e4));
     }
 }
 
@@ -65,7 +67,7 @@ TEST(RMSD, EqualPosesAreAtDistanceZero) {
     for (int trial = 0; trial < 20; ++trial) {
         const std::array<double, 9> R = rowMajor(randomRotation(random));
         const double t[3] = {1.0 * trial, 20.0, -7.0};
-        EXPECT_NEAR(structure.getMSDTwoTransforms(R.data(), R.data(), t, t), 0.0, TOLERANCE * 1e3);
+        EXPECT_NEAR(structure.getMSDTwoTransforms(R.data(), R.data(), t, t), 0.0, tolerance * 1e3);
     }
 }
 
@@ -74,7 +76,7 @@ TEST(RMSD, EqualPosesWithoutRotationAreAtDistanceZeroExactly) {
     std::mt19937 random(3);
     const Structure structure(randomPoints(random, 50, {9.0, 4.0, 15.0}));
     const double t[3] = {3.0, 20.0, -7.0};
-    EXPECT_EQ(structure.getMSDTwoTransforms(IDENTITY.data(), IDENTITY.data(), t, t), 0.0);
+    EXPECT_EQ(structure.getMSDTwoTransforms(identity.data(), identity.data(), t, t), 0.0);
 }
 
 TEST(RMSD, PosesWithoutRotationAreAsFarApartAsTheirTranslations) {
@@ -82,7 +84,7 @@ TEST(RMSD, PosesWithoutRotationAreAsFarApartAsTheirTranslations) {
     const Structure structure(randomPoints(random, 50, {9.0, 4.0, 15.0}));
     const double t1[3] = {3.0, 20.0, -7.0};
     const double t2[3] = {4.0, 18.0, -5.0};
-    EXPECT_EQ(structure.getMSDTwoTransforms(IDENTITY.data(), IDENTITY.data(), t1, t2), 9.0);
+    EXPECT_EQ(structure.getMSDTwoTransforms(identity.data(), identity.data(), t1, t2), 9.0);
 }
 
 TEST(RMSD, IsSymmetricInThePoses) {
@@ -94,13 +96,13 @@ TEST(RMSD, IsSymmetricInThePoses) {
     const double t2[3] = {4.0, 18.0, -5.0};
     const double forth = structure.getMSDTwoTransforms(R1.data(), R2.data(), t1, t2);
     const double back = structure.getMSDTwoTransforms(R2.data(), R1.data(), t2, t1);
-    EXPECT_NEAR(forth, back, TOLERANCE * 1e3);
+    EXPECT_NEAR(forth, back, tolerance * 1e3);
 }
 
 TEST(RMSD, StructureWithoutPointsStandsAtTheOrigin) {
     const double t1[3] = {3.0, 4.0, 0.0};
     const double t2[3] = {0.0, 0.0, 12.0};
     const std::array<double, 9> turned = {0, -1, 0, 1, 0, 0, 0, 0, 1};
-    EXPECT_EQ(Structure(Points{}).getMSDTwoTransforms(IDENTITY.data(), turned.data(), t1, t2), 169.0);
-    EXPECT_EQ(Structure().getMSDTwoTransforms(IDENTITY.data(), turned.data(), t1, t2), 169.0);
+    EXPECT_EQ(Structure(Points{}).getMSDTwoTransforms(identity.data(), turned.data(), t1, t2), 169.0);
+    EXPECT_EQ(Structure().getMSDTwoTransforms(identity.data(), turned.data(), t1, t2), 169.0);
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
+#include <cstddef>
 #include <limits>
+#include <list>
 #include <memory>
 #include <numeric>
 #include <string>
@@ -12,11 +14,11 @@
 
 namespace {
 
-constexpr double TOLERANCE = 1e-12; // of values of order one after a few operations
+constexpr double tolerance = 1e-12; // of values of order one after a few operations
 // An RMSD is the root of 2 (E0 - lambda) / len. When sets coincide all digits of the difference cancel; with
 // E0 / len up to 1e4 here, 1e-10 remains.
-constexpr double ROOT_TOLERANCE = 1e-5;
-constexpr double ROTATION_TOLERANCE = 1e-7; // of sets whose axes differ by more than a tenth
+constexpr double rootTolerance = 1e-5;
+constexpr double rotationTolerance = 1e-7; // of sets whose axes differ by more than a tenth
 
 /// Coordinates in three rows.
 class Rows {
@@ -133,7 +135,7 @@ double largestDifference(const arma::Mat<double>& a, const arma::Mat<double>& b)
 }
 
 void expectProperRotation(const arma::Mat<double>& rotation) {
-    EXPECT_LT(largestDifference(rotation * rotation.t(), arma::eye(3, 3)), TOLERANCE);
+    EXPECT_LT(largestDifference(rotation * rotation.t(), arma::eye(3, 3)), tolerance);
     EXPECT_GT(arma::det(rotation), 0.0);
 }
 
@@ -165,12 +167,12 @@ void expectAgreementWithSvd(unsigned seed, std::array<double, 3> spread, double 
         for (const std::vector<double>& weights : {std::vector<double>{}, randomWeights(random, count)}) {
             const Superposition expected = superposeBySvd(set1, set2, weights);
             const Superposition actual = superpose(set1, set2, weights);
-            EXPECT_NEAR(actual.rmsd, expected.rmsd, ROOT_TOLERANCE) << trial;
-            EXPECT_NEAR(deviation(set1, set2, weights, actual.rotation), expected.rmsd, ROOT_TOLERANCE)
+            EXPECT_NEAR(actual.rmsd, expected.rmsd, rootTolerance) << trial;
+            EXPECT_NEAR(deviation(set1, set2, weights, actual.rotation), expected.rmsd, rootTolerance)
                 << trial;
             expectProperRotation(actual.rotation);
             if (!isMirrored) {
-                EXPECT_LT(largestDifference(actual.rotation, expected.rotation), ROTATION_TOLERANCE) << trial;
+                EXPECT_LT(largestDifference(actual.rotation, expected.rotation), rotationTolerance) << trial;
             }
         }
     }
@@ -215,8 +217,8 @@ TEST(CalcRMSDRotationalMatrix, UnrelatedSetsAgreeWithTheSingularValueDecompositi
         const Points set2 = randomPoints(random, 20, {3.0, 12.0, 6.0});
         const std::vector<double> weights = randomWeights(random, 20);
         const Superposition actual = superpose(set1, set2, weights);
-        EXPECT_NEAR(actual.rmsd, superposeBySvd(set1, set2, weights).rmsd, ROOT_TOLERANCE);
-        EXPECT_NEAR(actual.rmsd, deviation(set1, set2, weights, actual.rotation), ROOT_TOLERANCE);
+        EXPECT_NEAR(actual.rmsd, superposeBySvd(set1, set2, weights).rmsd, rootTolerance);
+        EXPECT_NEAR(actual.rmsd, deviation(set1, set2, weights, actual.rotation), rootTolerance);
     }
 }
 
@@ -226,8 +228,8 @@ TEST(CalcRMSDRotationalMatrix, IdenticalSetsGiveZeroAndTheIdentity) {
     testing::internal::CaptureStderr();
     const Superposition result = superpose(points, points);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "Newton's iteration stops in its first rounds";
-    EXPECT_NEAR(result.rmsd, 0.0, ROOT_TOLERANCE);
-    EXPECT_LT(largestDifference(result.rotation, arma::eye(3, 3)), ROTATION_TOLERANCE);
+    EXPECT_NEAR(result.rmsd, 0.0, rootTolerance);
+    EXPECT_LT(largestDifference(result.rotation, arma::eye(3, 3)), rotationTolerance);
 }
 
 TEST(CalcRMSDRotationalMatrix, CentresBothSetsAndRotatesNeither) {
@@ -244,7 +246,7 @@ TEST(CalcRMSDRotationalMatrix, WeightsDoNotEnterTheDivisor) {
     const Points set1 = {{-3.0, 0.0, 0.0}, {3.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.0, -1.0, 0.0}};
     const Points set2 = {{-4.0, 0.0, 0.0}, {4.0, 0.0, 0.0}, {0.0, 1.0, 0.0}, {0.0, -1.0, 0.0}};
     // two points of weight 8 are 1 away: sqrt(16 / 4)
-    EXPECT_NEAR(superpose(set1, set2, {8.0, 8.0, 1.0, 1.0}).rmsd, 2.0, ROOT_TOLERANCE);
+    EXPECT_NEAR(superpose(set1, set2, {8.0, 8.0, 1.0, 1.0}).rmsd, 2.0, rootTolerance);
 }
 
 TEST(CalcRMSDRotationalMatrix, EmptySetsGiveZeroAndTheIdentity) {
@@ -318,11 +320,11 @@ TEST(FastCalcRMSDAndRotation, QuaternionTurnsBackwards) {
     double A[9], rot[9], q[4], rmsd;
     const double E0 = InnerProduct(A, rows1.data(), rows2.data(), 3, nullptr);
     ASSERT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, E0, -1.0), 1);
-    EXPECT_LT(largestDifference(matrixOf(rot), turn), ROTATION_TOLERANCE);
+    EXPECT_LT(largestDifference(matrixOf(rot), turn), rotationTolerance);
     const double sign = q[0] > 0.0 ? 1.0 : -1.0;
-    EXPECT_NEAR(sign * q[0], std::cos(angle / 2), ROTATION_TOLERANCE);
+    EXPECT_NEAR(sign * q[0], std::cos(angle / 2), rotationTolerance);
     for (arma::uword i = 0; i < 3; ++i) {
-        EXPECT_NEAR(sign * q[1 + i], -std::sin(angle / 2) * axis[i], ROTATION_TOLERANCE);
+        EXPECT_NEAR(sign * q[1 + i], -std::sin(angle / 2) * axis[i], rotationTolerance);
     }
 }
 
@@ -334,7 +336,7 @@ TEST(FastCalcRMSDAndRotation, HalfTurnsTakeALaterColumnOfTheAdjugate) {
         const arma::Mat<double> turn = 2.0 * axis * axis.t() - arma::eye(3, 3);
         const Superposition result = fastCalc(transformed(set1, turn, arma::zeros(3)), set1);
         EXPECT_EQ(result.status, 1);
-        EXPECT_LT(largestDifference(result.rotation, turn), ROTATION_TOLERANCE);
+        EXPECT_LT(largestDifference(result.rotation, turn), rotationTolerance);
     }
 }
 
@@ -346,7 +348,7 @@ TEST(FastCalcRMSDAndRotation, BelowTheLeastScoreRotationAndQuaternionStay) {
     double q[4] = {5.0, 5.0, 5.0, 5.0};
     const double E0 = InnerProduct(A, rows.data(), rows.data(), 3, nullptr);
     EXPECT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, E0, 0.5), -1);
-    EXPECT_NEAR(rmsd, 0.0, ROOT_TOLERANCE);
+    EXPECT_NEAR(rmsd, 0.0, rootTolerance);
     EXPECT_TRUE(std::all_of(rot, rot + 9, [](double r) { return r == 7.0; }));
     EXPECT_TRUE(std::all_of(q, q + 4, [](double r) { return r == 5.0; }));
     EXPECT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, E0, 0.0), 1) << "0 sets no least score";
@@ -401,8 +403,8 @@ TEST(InnerProduct, IsTheWeightedCorrelationOfTheSets) {
         double A[9];
         EXPECT_NEAR(
             InnerProduct(A, rows1.data(), rows2.data(), 7, weights.empty() ? nullptr : weights.data()), E0,
-            TOLERANCE * E0);
-        EXPECT_LT(largestDifference(matrixOf(A), expected), TOLERANCE * E0);
+            tolerance * E0);
+        EXPECT_LT(largestDifference(matrixOf(A), expected), tolerance * E0);
     }
 }
 

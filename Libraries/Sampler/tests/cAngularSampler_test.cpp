@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <memory>
 #include <random>
 #include <stdexcept>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -14,7 +16,7 @@
 
 namespace {
 
-constexpr double ROUNDING = 1e-12;
+constexpr double rounding = 1e-12;
 
 using Triple = std::array<double, 3>;
 
@@ -69,7 +71,7 @@ Triple remap(double a, double b, double c, double aLow = 0.0, double bLow = 0.0,
 
 void expectTriple(const Triple& found, const Triple& expected) {
     for (std::size_t n = 0; n < 3; ++n) {
-        EXPECT_NEAR(found[n], expected[n], ROUNDING) << "angle " << n;
+        EXPECT_NEAR(found[n], expected[n], rounding) << "angle " << n;
     }
 }
 
@@ -162,8 +164,8 @@ TEST(cAngularSampler, BothPolesStandWhereTheStepAsksForOnePoint) {
 }
 
 TEST(cAngularSampler, DirectionsCoverTheSphereEvenly) {
-    constexpr double STEP = 15.0;
-    std::vector<Triple> list = fullSpiral(STEP);
+    constexpr double angularStep = 15.0;
+    std::vector<Triple> list = fullSpiral(angularStep);
     list.erase(std::remove_if(list.begin(), list.end(), [](const Triple& t) { return t[2] != 0.0; }),
                list.end());
     ASSERT_EQ(list.size(), 184U);
@@ -176,7 +178,7 @@ TEST(cAngularSampler, DirectionsCoverTheSphereEvenly) {
         for (const Triple& t : list) {
             nearest = std::min(nearest, std::acos(std::clamp(direction(t) | any, -1.0, 1.0)));
         }
-        EXPECT_LT(nearest, STEP * radiansPerDegree);
+        EXPECT_LT(nearest, angularStep * radiansPerDegree);
     }
     for (const double theta : {45.0, 90.0, 120.0}) { // a cap's share of points is its share of the sphere
         const double limit = theta * radiansPerDegree;
@@ -212,7 +214,7 @@ TEST(cAngularSampler, BoundsSelectDirectionsAndTurns) {
     EXPECT_EQ(part.size(), static_cast<std::size_t>(inside) * 6U);
     for (std::size_t n = 0; n < part.size(); ++n) {
         EXPECT_TRUE(low <= part[n][0] && part[n][0] <= high && low <= part[n][1] && part[n][1] <= high);
-        EXPECT_NEAR(part[n][2], static_cast<double>(n % 6) * 15.0 * radiansPerDegree, ROUNDING);
+        EXPECT_NEAR(part[n][2], static_cast<double>(n % 6) * 15.0 * radiansPerDegree, rounding);
     }
 }
 
@@ -252,9 +254,9 @@ TEST(cAngularSampler, EmptyTurnWithoutTheSouthPoleEndsTheProcess) {
 }
 
 TEST(cAngularSampler, StepThatCountsNothingThrows) {
-    constexpr double INFINITE = std::numeric_limits<double>::infinity();
-    constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
-    for (const double step : {0.0, -10.0, NOT_A_NUMBER, INFINITE, -INFINITE, 1e-3, 1e-300}) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+    for (const double step : {0.0, -10.0, notANumber, infinity, -infinity, 1e-3, 1e-300}) {
         EXPECT_THROW(cAngularSampler::constructRotations(step), std::invalid_argument) << step;
     }
     try {
@@ -265,8 +267,8 @@ TEST(cAngularSampler, StepThatCountsNothingThrows) {
 }
 
 TEST(cAngularSampler, BoundsThatCountNothingThrow) {
-    constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_THROW(spiral(0, NOT_A_NUMBER, 0, 180, 0, 360, 30), std::invalid_argument);
+    constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_THROW(spiral(0, notANumber, 0, 180, 0, 360, 30), std::invalid_argument);
     EXPECT_THROW(spiral(0, 360, 0, 180, -1e18, 360, 30), std::invalid_argument);
     EXPECT_THROW(spiral(0, 360, 0, 180, 0, 1e300, 30), std::invalid_argument);
 }
@@ -296,7 +298,7 @@ TEST(cAngularSampler, RemapKeepsTheRotation) {
         for (const double b : {-2.0, 1.0, 3.5, 8.0}) {
             for (const double c : {-0.1, 2.0, 12.0}) {
                 const Triple t = remap(a, b, c);
-                EXPECT_LT(largestDifference(matrixZXZ(t), matrixZXZ({a, b, c})), ROUNDING);
+                EXPECT_LT(largestDifference(matrixZXZ(t), matrixZXZ({a, b, c})), rounding);
                 EXPECT_TRUE(t[1] >= 0.0 && t[1] <= pi);
             }
         }
@@ -309,7 +311,7 @@ TEST(cAngularSampler, ConversionPutsTheAngleAboutYFirst) {
         Triple out{};
         cAngularSampler::convertZXZtoXYZ(t[0], t[1], t[2], out);
         // Exchanged, the first two angles make the z-x-z matrix; as they stand they make another rotation.
-        EXPECT_LT(largestDifference(cMatrix33::rotationXYZ(out[1], out[0], out[2]), matrixZXZ(t)), ROUNDING);
+        EXPECT_LT(largestDifference(cMatrix33::rotationXYZ(out[1], out[0], out[2]), matrixZXZ(t)), rounding);
         EXPECT_GT(largestDifference(cMatrix33::rotationXYZ(out[0], out[1], out[2]), matrixZXZ(t)), 0.1);
         cVector3 vector;
         cAngularSampler::convertZXZtoXYZ(t[0], t[1], t[2], vector);
@@ -344,7 +346,7 @@ TEST(cAngularSampler, EulerAnglesOfALockedMatrixLeaveZAtZero) {
         double a = 0.0, b = 0.0, c = 1.0;
         EXPECT_EQ(cAngularSampler::ToEulerAnglesXYZ(a, b, c, m), 0);
         EXPECT_EQ(c, 0.0);
-        EXPECT_NEAR(b, y, ROUNDING);
-        EXPECT_LT(largestDifference(cMatrix33::rotationXYZ(a, b, c), rotation), ROUNDING);
+        EXPECT_NEAR(b, y, rounding);
+        EXPECT_LT(largestDifference(cMatrix33::rotationXYZ(a, b, c), rotation), rounding);
     }
 }
