@@ -34,7 +34,8 @@ std::int64_t voxelsInMemory() {
     return static_cast<std::int64_t>(std::min(resources::memory().total / bytesPerVoxel, most));
 }
 
-constexpr const char* SWAPPED = "The inputs look swapped: give the map to --iedm and the model to --ipdb.";
+constexpr const char* swappedInputs =
+    "The inputs look swapped: give the map to --iedm and the model to --ipdb.";
 
 bool looksLikeModel(const std::string& path) {
     constexpr std::size_t probeSize = 1 << 20; // bytes; headers of models are shorter
@@ -64,7 +65,7 @@ void Vantor::checkMap() const {
     const std::string defect = m_edm.getDefect();
     if (!defect.empty()) {
         if (looksLikeModel(path)) {
-            warn(path + " looks like a model and not like a map. " + SWAPPED);
+            warn(path + " looks like a model and not like a map. " + swappedInputs);
         }
         fail(path + ": " + defect +
              ". It must be a CCP4 map of 32-bit floats (mode 2) with at least two voxels "
@@ -127,7 +128,7 @@ void Vantor::checkModel() const {
     const std::string path = m_workflow.m_ipdb.getValue();
     if (m_atoms.empty()) {
         if (cDensityMapCCP4::looksLikeMap(path)) {
-            warn(path + " looks like a CCP4 map and not like a model. " + SWAPPED);
+            warn(path + " looks like a CCP4 map and not like a model. " + swappedInputs);
         }
         fail(path +
              ": no atoms were kept. It must hold ATOM or HETATM records of a model; waters, hydrogens and "

@@ -27,7 +27,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* USAGE =
+constexpr const char* usageText =
     "usage: whole_runs SELVANE DIR [--large | --trial]\n"
     "\n"
     "Prints what runs of the program SELVANE cost. Their files go to DIR and are removed.\n"
@@ -286,7 +286,7 @@ int main(int argc, char** argv) {
     const std::string option = arguments.size() == 3 ? arguments[2] : "";
     if (arguments.size() < 2 || arguments.size() > 3 ||
         (arguments.size() == 3 && option != "--large" && option != "--trial")) {
-        std::fputs(USAGE, stderr);
+        std::fputs(usageText, stderr);
         return EXIT_FAILURE;
     }
     try {

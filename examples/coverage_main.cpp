@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr const char* USAGE =
+constexpr const char* usageText =
     "usage: selvane-coverage STEP...\n"
     "\n"
     "For each STEP of a scan (--dangle, degrees), the angle from 40,000 random orientations to the\n"
@@ -133,7 +133,7 @@ double stepFrom(const std::string& text) {
 
 int main(int argc, char** argv) {
     if (argc < 2) {
-        std::fputs(USAGE, stderr);
+        std::fputs(usageText, stderr);
         return EXIT_FAILURE;
     }
     try {

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr double CUTOFF = 10.0; // angstrom, of a run's default
+constexpr double cutoff = 10.0; // angstrom, of a run's default
 
 bool isTerminated(const char* field, std::size_t size) {
     return strnlen(field, size) < size;
@@ -70,7 +70,7 @@ void findNeighbours(std::vector<cPDBAtom>& atoms) {
     const int count = static_cast<int>(atoms.size());
     cAtomGrid grid;
     try {
-        grid.initPointer(atoms.data(), count, nullptr, CUTOFF);
+        grid.initPointer(atoms.data(), count, nullptr, cutoff);
     } catch (const std::length_error&) {
         return; // too far apart
     }

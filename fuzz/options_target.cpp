@@ -11,12 +11,12 @@
 
 namespace {
 
-constexpr std::size_t MOST_WORDS = 64;
+constexpr std::size_t mostWords = 64;
 
 std::vector<std::string> wordsOf(const std::uint8_t* data, std::size_t size) {
     std::vector<std::string> words{"selvane"};
     std::string word;
-    for (std::size_t i = 0; i < size && words.size() < MOST_WORDS; ++i) {
+    for (std::size_t i = 0; i < size && words.size() < mostWords; ++i) {
         if (data[i] == 0) {
             words.push_back(word);
             word.clear();

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int RESIDUE_ATOMS = 5;
+constexpr int residueAtoms = 5;
 
 void write(const fs::path& path, const std::string& content) {
     fs::create_directories(path.parent_path());
@@ -62,7 +62,7 @@ std::string models(const std::string& atoms) {
 
 void writeModels(const fs::path& directory) {
     const std::vector<TestAtom> whole = makeModel({10.0, -20.0, 30.0});
-    const std::vector<TestAtom> few(whole.begin() + 11 * RESIDUE_ATOMS, whole.begin() + 13 * RESIDUE_ATOMS);
+    const std::vector<TestAtom> few(whole.begin() + 11 * residueAtoms, whole.begin() + 13 * residueAtoms);
     const std::string text = pdbText(few);
     write(directory / "two_chains", text);
     write(directory / "two_models", models(text));

@@ -65,14 +65,14 @@ cVector3 rotationVector(const double* q) {
 /// with it is the inverse.
 cVector3 fitTurn(const Points& undeformed, const Points& deformed, int n, const double* masses) {
     double A[9];
-    const double E0 = InnerProduct(A, undeformed.get(), deformed.get(), n, masses);
+    const double e0 = InnerProduct(A, undeformed.get(), deformed.get(), n, masses);
     if (isLine(A)) {
         return shortestTurn(A);
     }
     double inverse[9];
     double quaternion[4];
     double rmsd = 0.0;
-    if (FastCalcRMSDAndRotation(inverse, quaternion, A, &rmsd, n, E0, -1.0) != 1) {
+    if (FastCalcRMSDAndRotation(inverse, quaternion, A, &rmsd, n, e0, -1.0) != 1) {
         return shortestTurn(A);
     }
     return rotationVector(quaternion);

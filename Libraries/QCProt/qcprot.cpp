@@ -58,7 +58,7 @@ CharacteristicPolynomial makePolynomial(const double* A) {
     return result;
 }
 
-/// Newton's iteration downwards from `start`, the upper bound E0 of the roots. A multiple root, which points
+/// Newton's iteration downwards from `start`, the upper bound e0 of the roots. A multiple root, which points
 /// on a line or in one place have, is a quotient of two values that vanish: it ends where both are lost in
 /// rounding.
 double findLargestRoot(const CharacteristicPolynomial& polynomial, double start) {
@@ -158,10 +158,10 @@ double InnerProduct(double* A, const double* const* coords1, const double* const
 }
 
 int FastCalcRMSDAndRotation(double* rot, double* quaternion, const double* A, double* rmsd, int len,
-                            double E0, double minScore) {
-    const double lambda = findLargestRoot(makePolynomial(A), E0);
+                            double e0, double minScore) {
+    const double lambda = findLargestRoot(makePolynomial(A), e0);
     // Deliberate: the divisor is the number of points, whatever their weights.
-    *rmsd = len < 1 ? 0.0 : std::sqrt(std::abs(2.0 * (E0 - lambda) / len));
+    *rmsd = len < 1 ? 0.0 : std::sqrt(std::abs(2.0 * (e0 - lambda) / len));
     if (minScore > 0.0 && *rmsd < minScore) {
         return -1;
     }
@@ -181,8 +181,8 @@ double CalcRMSDRotationalMatrix(double** coords1, double** coords2, int len, dou
     double A[9];
     double quaternion[4];
     double rmsd = 0.0;
-    const double E0 = InnerProduct(A, coords1, coords2, len, weight);
-    FastCalcRMSDAndRotation(rot, quaternion, A, &rmsd, len, E0, -1.0);
+    const double e0 = InnerProduct(A, coords1, coords2, len, weight);
+    FastCalcRMSDAndRotation(rot, quaternion, A, &rmsd, len, e0, -1.0);
     return rmsd;
 }
 

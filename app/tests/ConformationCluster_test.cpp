@@ -16,8 +16,8 @@ using Pose = HexaustFlexibleFitConformation;
 using Cluster = ConformationCluster<Pose>;
 using Positions = std::vector<std::array<double, 3>>;
 
-constexpr double PI = 3.141592653589793;
-constexpr unsigned long NO_LIMIT = 1000000;
+constexpr double pi = 3.141592653589793;
+constexpr unsigned long noLimit = 1000000;
 
 /// Thirty atoms around (4, 6, 3).
 Positions makePositions() {
@@ -98,7 +98,7 @@ protected:
     std::vector<Pose> randomPoses(unsigned seed, std::size_t count) const {
         std::mt19937 random(seed);
         std::uniform_int_distribution<int> node(0, 15);
-        std::uniform_real_distribution<double> angle(-PI, PI);
+        std::uniform_real_distribution<double> angle(-pi, pi);
         std::vector<Pose> poses;
         for (std::size_t n = 0; n < count; ++n) {
             const double score = static_cast<double>(count - n);
@@ -126,7 +126,7 @@ protected:
 
     /// Places along x of what is kept, in cells.
     std::vector<int> placesAfter(double threshold, const std::vector<Pose>& list,
-                                 unsigned long capacity = NO_LIMIT) const {
+                                 unsigned long capacity = noLimit) const {
         Cluster cluster = makeCluster(threshold);
         for (const Pose& pose : list) {
             cluster.insertToMap(pose, capacity);

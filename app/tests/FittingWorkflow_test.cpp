@@ -119,12 +119,12 @@ bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-const unsigned int MAP_SIZE[3] = {60, 100, 80};
+const unsigned int mapSize[3] = {60, 100, 80};
 
 std::string logOf(const FittingWorkflow& workflow) {
     const TemporaryDirectory directory;
     const std::vector<std::array<double, 3>> positions = {{-3.0, 0.0, 0.0}, {3.0, 0.0, 0.0}};
-    workflow.saveArgumentLog(directory / "log.txt", cVector3(1.0, 1.25, 0.5), MAP_SIZE, positions);
+    workflow.saveArgumentLog(directory / "log.txt", cVector3(1.0, 1.25, 0.5), mapSize, positions);
     return contents(directory / "log.txt");
 }
 
@@ -212,10 +212,10 @@ TEST(FittingWorkflow, DerivedSigmaIsTheLargestEdgeOfTheCell) {
 }
 
 TEST(FittingWorkflow, DerivedDangleFollowsTheLargestNodeCount) {
-    EXPECT_EQ(Workflow({}).getDangle(MAP_SIZE),
+    EXPECT_EQ(Workflow({}).getDangle(mapSize),
               360.0 / std::pow(100.0 * 4.0 * 3.141592653589793, 0.3333333333333333));
-    EXPECT_NEAR(Workflow({}).getDangle(MAP_SIZE), 33.36, 0.01);
-    EXPECT_EQ(Workflow({"--dangle", "20"}).getDangle(MAP_SIZE), 20.0);
+    EXPECT_NEAR(Workflow({}).getDangle(mapSize), 33.36, 0.01);
+    EXPECT_EQ(Workflow({"--dangle", "20"}).getDangle(mapSize), 20.0);
 }
 
 TEST(FittingWorkflow, DerivedClusterThresholdIsTheRadiusOfGyration) {
@@ -394,9 +394,9 @@ TEST(FittingWorkflow, LogLeavesOutHiddenOptionsAndNoPadding) {
 TEST(FittingWorkflow, LogIsAppended) {
     const TemporaryDirectory directory;
     const Workflow workflow({});
-    workflow.saveArgumentLog(directory / "log.txt", cVector3(1.0), MAP_SIZE, {});
+    workflow.saveArgumentLog(directory / "log.txt", cVector3(1.0), mapSize, {});
     const std::size_t once = contents(directory / "log.txt").size();
-    workflow.saveArgumentLog(directory / "log.txt", cVector3(1.0), MAP_SIZE, {});
+    workflow.saveArgumentLog(directory / "log.txt", cVector3(1.0), mapSize, {});
     EXPECT_EQ(contents(directory / "log.txt").size(), 2 * once);
 }
 
@@ -409,8 +409,8 @@ TEST(FittingWorkflow, LogShowsControlCharactersByTheirNumbers) {
 TEST(FittingWorkflow, LogThatCannotBeWrittenStaysSilent) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    EXPECT_FALSE(Workflow({}).saveArgumentLog("/nonexistent/directory/log.txt", cVector3(1.0), MAP_SIZE, {}));
-    EXPECT_FALSE(Workflow({}).saveArgumentLog("/dev/full", cVector3(1.0), MAP_SIZE, {}));
+    EXPECT_FALSE(Workflow({}).saveArgumentLog("/nonexistent/directory/log.txt", cVector3(1.0), mapSize, {}));
+    EXPECT_FALSE(Workflow({}).saveArgumentLog("/dev/full", cVector3(1.0), mapSize, {}));
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }

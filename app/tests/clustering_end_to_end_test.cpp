@@ -12,9 +12,9 @@ namespace {
 
 using PoseList = std::vector<WrittenPose>;
 
-constexpr double PRINTED = 0.0011; ///< angstrom: what three printed decimals leave of a distance
+constexpr double printedDigits = 0.0011; ///< angstrom: what three printed decimals leave of a distance
 
-const char* const TITLE = " Clustering the Solutions ";
+const char* const stageTitle = " Clustering the Solutions ";
 
 double separation(const WrittenPose& a, const WrittenPose& b) {
     return rmsd(a.positions, b.positions);
@@ -139,7 +139,7 @@ TEST_F(Clustering, NoTwoWrittenPosesLieNearerThanTheThreshold) {
         for (std::size_t a = 0; a < poses.size(); ++a) {
             for (std::size_t b = a + 1; b < poses.size(); ++b) {
                 EXPECT_TRUE(poses[a].score() == poses[b].score() ||
-                            separation(poses[a], poses[b]) >= threshold - PRINTED)
+                            separation(poses[a], poses[b]) >= threshold - printedDigits)
                     << a << " and " << b << " at " << threshold;
             }
         }
@@ -182,20 +182,20 @@ TEST_F(Clustering, NumberOfWorkersMakesNoDifferenceToTheClusters) {
 TEST_F(Clustering, TitleAndRowStandBehindTheMergeAndOnlyThen) {
     scanned({"--nclusters", "2", "--nsolutions", "5"});
     const std::string& out = m_result.out;
-    const std::size_t title = out.find(TITLE);
+    const std::size_t title = out.find(stageTitle);
     ASSERT_NE(title, std::string::npos);
     EXPECT_LT(out.find(" Merging 1 local conformations"), title);
     EXPECT_GT(out.find(" Saving solutions "), title);
     const std::vector<std::string> lines = linesOf(out);
     const auto row = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
-        return line.rfind(TITLE, 0) == 0 && contains(line, "... : ");
+        return line.rfind(stageTitle, 0) == 0 && contains(line, "... : ");
     });
     ASSERT_NE(row, lines.end());
     EXPECT_EQ((row - 1)->rfind(" Merging 1 local conformations", 0), 0U);
     EXPECT_EQ((row + 1)->rfind(" Saving solutions ", 0), 0U);
 
     scanned({"--nsolutions", "5"});
-    EXPECT_FALSE(contains(m_result.out, TITLE));
+    EXPECT_FALSE(contains(m_result.out, stageTitle));
     EXPECT_FALSE(contains(logged(), "cluster"));
 }
 

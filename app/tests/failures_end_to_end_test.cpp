@@ -396,7 +396,7 @@ TEST_F(Failures, CopyOfTheInputThatCannotBeOpenedSparesTheOtherFiles) {
 }
 
 /// Bytes that are enough for the report of a quick run and too few for any of its results.
-constexpr std::uintmax_t REPORT_ONLY = 7000;
+constexpr std::uintmax_t reportOnly = 7000;
 
 TEST_F(Failures, FullDiskLeavesTheResultsOfAnEarlierRun) {
     writeInputs();
@@ -410,7 +410,7 @@ TEST_F(Failures, FullDiskLeavesTheResultsOfAnEarlierRun) {
     const std::set<std::string> entriesBefore = entries();
     const std::set<std::string> resultsBefore = entries("out");
 
-    m_largestFile = REPORT_ONLY;
+    m_largestFile = reportOnly;
     const RunResult result = fit(quick({"--odir", "out", "--sigma", "3"}));
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.signal, 0);
@@ -547,7 +547,7 @@ TEST_F(Failures, WithoutAnyWorkerNothingIsWritten) {
 
 TEST_F(Failures, FullDiskLeavesNoHalfResult) {
     writeInputs();
-    m_largestFile = REPORT_ONLY;
+    m_largestFile = reportOnly;
     EXPECT_EQ(fit(quick({"--odir", "out"})).status, 1);
     EXPECT_EQ(entries(), (std::set<std::string>{"model.pdb", "map.ccp4", "out"}));
     EXPECT_EQ(entries("out"), std::set<std::string>{"log.txt"});

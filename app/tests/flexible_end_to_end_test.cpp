@@ -16,13 +16,13 @@
 
 namespace {
 
-constexpr double CUTOFF = 10.0;   ///< angstrom, the default
-constexpr double STIFFNESS = 1.0; ///< the default
-constexpr unsigned int MODES = 2;
+constexpr double cutoff = 10.0;   ///< angstrom, the default
+constexpr double stiffness = 1.0; ///< the default
+constexpr unsigned int modeCount = 2;
 
 /// By which the two lowest modes bend the model, as mass-weighted RMSD in angstrom.
-constexpr double FIRST_RMSD = 1.2;
-constexpr double SECOND_RMSD = -0.9;
+constexpr double firstRmsd = 1.2;
+constexpr double secondRmsd = -0.9;
 
 class FlexibleFit : public RunFixture {
 protected:
@@ -33,7 +33,7 @@ protected:
         m_reference = makeBentChain(map.centre() + Vec{0.6, -0.9, 0.4});
         write("model.pdb", pdbText(m_reference));
         computeModes();
-        m_amplitudes = std::sqrt(m_totalMass) * arma::Col<double>{FIRST_RMSD, SECOND_RMSD};
+        m_amplitudes = std::sqrt(m_totalMass) * arma::Col<double>{firstRmsd, secondRmsd};
         m_bent = m_reference;
         const arma::Col<double> moves = m_modes * m_amplitudes;
         for (std::size_t a = 0; a < m_bent.size(); ++a) {
@@ -58,14 +58,14 @@ protected:
         for (std::size_t i = 0; i < positions.size(); ++i) {
             for (std::size_t j = 0; j < positions.size(); ++j) {
                 const double d2 = squaredNorm(positions[i] - positions[j]);
-                if (i != j && d2 < CUTOFF * CUTOFF) {
+                if (i != j && d2 < cutoff * cutoff) {
                     pairs.push_back(
                         {positions[i], positions[j], static_cast<int>(i), static_cast<int>(j), d2});
                 }
             }
         }
-        const auto network = std::make_shared<System>(pairs, m_masses, STIFFNESS, nullptr);
-        m_modes = NormalModeEngine(network, positions, m_masses, blocks, MODES, 1.0, nullptr).m_modes;
+        const auto network = std::make_shared<System>(pairs, m_masses, stiffness, nullptr);
+        m_modes = NormalModeEngine(network, positions, m_masses, blocks, modeCount, 1.0, nullptr).m_modes;
         m_totalMass = 0.0;
         for (const double mass : m_masses) {
             m_totalMass += mass;
@@ -125,7 +125,7 @@ protected:
     RunResult m_result;
 };
 
-const Arguments TWO_MODES = {"--nmodes", "2", "--maxrmsd", "2"};
+const Arguments twoModes = {"--nmodes", "2", "--maxrmsd", "2"};
 
 /// |d| of the local step of a pose: angstrom, radians and amplitudes alike.
 double lengthOfStep(const WrittenPose& pose) {
@@ -138,9 +138,9 @@ double lengthOfStep(const WrittenPose& pose) {
 
 TEST_F(FlexibleFit, BentModelIsRecoveredBetterWithModesThanWithout) {
     const double bend = rmsd(positionsOf(m_bent), positionsOf(m_reference));
-    ASSERT_NEAR(bend, std::hypot(FIRST_RMSD, SECOND_RMSD), 0.05);
+    ASSERT_NEAR(bend, std::hypot(firstRmsd, secondRmsd), 0.05);
     const double rigid = distanceOfBest({});
-    const double flexible = distanceOfBest(TWO_MODES);
+    const double flexible = distanceOfBest(twoModes);
     EXPECT_GT(rigid, 0.9 * bend); // no rigid motion undoes a mode
     EXPECT_LT(flexible, 0.4 * rigid);
 }
@@ -150,14 +150,14 @@ TEST_F(FlexibleFit, MoreModesThanTheBendNeedsDoNoHarm) {
 }
 
 TEST_F(FlexibleFit, BestPoseIsBentAlongTheModesOfTheBend) {
-    const arma::Col<double> share = modeShare(posesWith(TWO_MODES).at(0));
+    const arma::Col<double> share = modeShare(posesWith(twoModes).at(0));
     arma::Col<double> weighted = share;
     for (std::size_t a = 0; a < m_masses.size(); ++a) {
         weighted.subvec(3 * a, 3 * a + 2) *= m_masses[a];
     }
     const arma::Col<double> found = m_modes.t() * weighted;
     // One step on a quadratic model goes most of the way, and not beyond.
-    for (arma::uword m = 0; m < MODES; ++m) {
+    for (arma::uword m = 0; m < modeCount; ++m) {
         EXPECT_GT(found(m) / m_amplitudes(m), 0.5) << m;
         EXPECT_LT(found(m) / m_amplitudes(m), 1.1) << m;
     }
@@ -168,8 +168,8 @@ TEST_F(FlexibleFit, BestPoseIsBentAlongTheModesOfTheBend) {
 
 /// The modes are orthonormal under the masses, whatever their signs.
 TEST_F(FlexibleFit, Remark12CarriesTheAmplitudesThatTheAtomsMoveBy) {
-    for (const WrittenPose& pose : posesWith(TWO_MODES)) {
-        ASSERT_EQ(pose.eta().size(), MODES);
+    for (const WrittenPose& pose : posesWith(twoModes)) {
+        ASSERT_EQ(pose.eta().size(), modeCount);
         const double amplitude = std::hypot(pose.eta()[0], pose.eta()[1]);
         EXPECT_GT(amplitude, 10.0);
         // Three printed decimals are at most 5e-4 of angstrom off per coordinate.
@@ -179,8 +179,8 @@ TEST_F(FlexibleFit, Remark12CarriesTheAmplitudesThatTheAtomsMoveBy) {
 }
 
 TEST_F(FlexibleFit, Remark12HoldsOneZeroPerModeBeforeTheRefinement) {
-    for (const WrittenPose& pose : posesWith(TWO_MODES, "Rigid_solution.pdb")) {
-        EXPECT_EQ(pose.eta(), std::vector<double>(MODES, 0.0));
+    for (const WrittenPose& pose : posesWith(twoModes, "Rigid_solution.pdb")) {
+        EXPECT_EQ(pose.eta(), std::vector<double>(modeCount, 0.0));
     }
 }
 

@@ -10,10 +10,10 @@
 
 namespace {
 
-const std::string STAGE = " Optimizing the sof-max solution ";
+const std::string stageTitle = " Optimizing the sof-max solution ";
 
 /// Angstrom: what the stretch of a rotation by 0.2 taken to first order, and a score without norm, leave.
-constexpr double MOVED = 0.8;
+constexpr double movedRmsd = 0.8;
 
 class Multistep : public RunFixture {
 protected:
@@ -56,7 +56,7 @@ TEST_F(Multistep, AStageBeforeTheScanSetsTheTrustRadius) {
     ASSERT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(besidesTheStep(result.err), "");
     const std::vector<std::string> lines = linesOf(result.out);
-    const std::size_t stage = indexOf(lines, "=" + STAGE + "=");
+    const std::size_t stage = indexOf(lines, "=" + stageTitle + "=");
     ASSERT_LT(stage + 7, lines.size());
     EXPECT_TRUE(contains(lines[stage - 1], "= Loading the rotation angles ="));
     EXPECT_TRUE(contains(lines[stage + 1], " sqDAngleNorm Original Norm"));
@@ -77,10 +77,10 @@ TEST_F(Multistep, TheTimingTableHasItsRowWithZeroSeconds) {
     const RunResult result = fit(quick({"--multistep"}));
     const std::vector<std::string> lines = linesOf(result.out);
     const std::size_t table = indexOf(lines, " Timing : ");
-    const std::size_t row = indexOf(lines, STAGE, table);
+    const std::size_t row = indexOf(lines, stageTitle, table);
     ASSERT_LT(row + 1, lines.size());
     EXPECT_TRUE(contains(lines[row - 1], " Loading the rotation angles "));
-    EXPECT_EQ(lines[row], STAGE + std::string(80 - STAGE.size(), '.') + " : 0 s");
+    EXPECT_EQ(lines[row], stageTitle + std::string(80 - stageTitle.size(), '.') + " : 0 s");
     EXPECT_TRUE(contains(lines[row + 1], " Scaning 4 rotations "));
 }
 
@@ -102,7 +102,7 @@ TEST_F(Multistep, EachWorkerTellsOfItsTwoCorrelations) {
 TEST_F(Multistep, WithoutTheOptionNothingOfItIsThere) {
     writeInputs();
     const RunResult result = fit(quick());
-    EXPECT_FALSE(contains(result.out, STAGE));
+    EXPECT_FALSE(contains(result.out, stageTitle));
     EXPECT_FALSE(contains(result.out, "CrossCorrelationOracle"));
 }
 
@@ -119,7 +119,7 @@ TEST_F(Multistep, WithoutModesTheModelIsMovedRigidly) {
     EXPECT_GT(moved[0].score(), plain[0].score());
     // Between the rotations of the scan lies what the solve finds, to first order in the rotation.
     EXPECT_GT(distanceOfBest(plain), 1.4);
-    EXPECT_LT(distanceOfBest(moved), MOVED);
+    EXPECT_LT(distanceOfBest(moved), movedRmsd);
 }
 
 TEST_F(Multistep, WithModesTheAmplitudesOfEachPoseAreWritten) {
@@ -133,7 +133,7 @@ TEST_F(Multistep, WithModesTheAmplitudesOfEachPoseAreWritten) {
         largest = std::max(largest, std::abs(amplitude));
     }
     EXPECT_GT(largest, 0.0);
-    EXPECT_LT(distanceOfBest(poses), MOVED);
+    EXPECT_LT(distanceOfBest(poses), movedRmsd);
 }
 
 TEST_F(Multistep, ThePosesDoNotDependOnTheNumberOfWorkers) {
@@ -158,7 +158,7 @@ TEST_F(Multistep, ClusteringAndRefinementWorkOnItsPoses) {
                 "Solution.pdb");
     ASSERT_FALSE(poses.empty());
     EXPECT_LE(poses.size(), 10U);
-    EXPECT_LT(distanceOfBest(poses), MOVED);
+    EXPECT_LT(distanceOfBest(poses), movedRmsd);
 }
 
 } // namespace

@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr double PI = 3.141592653589793;
-constexpr std::size_t HEADER_SIZE = 1024;
+constexpr double pi = 3.141592653589793;
+constexpr std::size_t headerSize = 1024;
 
 class Options : public RunFixture {
 protected:
@@ -23,7 +23,7 @@ protected:
     std::vector<double> voxels(const std::string& name) const {
         const std::string bytes = read(name);
         std::vector<double> values(m_map.values.size());
-        std::size_t offset = HEADER_SIZE;
+        std::size_t offset = headerSize;
         for (int k = 0; k < m_map.size[2]; ++k) {
             for (int j = 0; j < m_map.size[1]; ++j) {
                 for (int i = 0; i < m_map.size[0]; ++i, offset += 4) {
@@ -157,7 +157,7 @@ double Options::bestDirectSum(double filterSigma) const {
             }
         }
     }
-    return best / (8.0 * PI * PI * PI);
+    return best / (8.0 * pi * pi * pi);
 }
 
 TEST_F(Options, FilterSigmaDecidesWhichVoxelsCount) {

@@ -9,12 +9,12 @@
 
 namespace {
 
-constexpr double PI = 3.141592653589793;
-constexpr double PRINTED = 0.0011; ///< angstrom: what three printed decimals leave of an exact place
-constexpr double REFINED = 0.01;   ///< angstrom, in a map as it stands
-constexpr double RESAMPLED = 0.03; ///< angstrom, in a map that was turned by linear interpolation
+constexpr double pi = 3.141592653589793;
+constexpr double printedDigits = 0.0011; ///< angstrom: what three printed decimals leave of an exact place
+constexpr double refinedRmsd = 0.01;     ///< angstrom, in a map as it stands
+constexpr double resampled = 0.03;       ///< angstrom, in a map that was turned by linear interpolation
 
-const Vec OFF_CENTRE = {1.3, -2.1, 0.7};
+const Vec offCentre = {1.3, -2.1, 0.7};
 
 class Poses : public RunFixture {
 protected:
@@ -23,7 +23,7 @@ protected:
         TestMap map;
         map.size = size;
         map.voxel = voxel;
-        const std::vector<TestAtom> atoms = makeModel(map.centre() + OFF_CENTRE);
+        const std::vector<TestAtom> atoms = makeModel(map.centre() + offCentre);
         writeInputs(atoms, simulate(map, atoms, map.largestVoxel()));
     }
 
@@ -42,10 +42,10 @@ protected:
                              : rmsd(m_truth.empty() ? positionsOf(m_model) : m_truth, poses[0].positions);
     }
 
-    void expectTruthFound(const Arguments& options, double refined = REFINED) const {
+    void expectTruthFound(const Arguments& options, double refined = refinedRmsd) const {
         const RunResult result = fit(options);
         ASSERT_EQ(result.status, 0) << result.err;
-        EXPECT_LE(distanceOfBest("Rigid_solution.pdb"), PRINTED);
+        EXPECT_LE(distanceOfBest("Rigid_solution.pdb"), printedDigits);
         EXPECT_LE(distanceOfBest("Solution.pdb"), refined);
     }
 
@@ -98,24 +98,24 @@ TEST_F(Poses, ModelTurnedBySampledRotationAndShiftedComesBack) {
     // Seen to fail with poses turned about the map's own centre.
     writeTruth({20, 24, 18}, {2.5, 2.5, 2.5});
     // At the upper pole of the sampled sphere the turns are about z alone.
-    const Mat undone = transposed(rotationXYZ(0, 0, 60.0 * PI / 180.0));
+    const Mat undone = transposed(rotationXYZ(0, 0, 60.0 * pi / 180.0));
     startFrom(moved(m_model, undone, m_map.centre(), {4 * 2.5, -6 * 2.5, 5 * 2.5}));
-    expectTruthFound(coarse(), RESAMPLED);
+    expectTruthFound(coarse(), resampled);
 }
 
 TEST_F(Poses, ModelFarFromTheMapComesBack) {
     writeTruth({20, 24, 18}, {2.75, 2.5, 3.0});
     // At the lower pole of the sampled sphere a half turn about y comes first.
-    const Mat undone = transposed(rotationXYZ(0, PI, -PI / 3.0));
+    const Mat undone = transposed(rotationXYZ(0, pi, -pi / 3.0));
     startFrom(moved(m_model, undone, m_map.centre(), {40 * 2.75, -60 * 2.5, 80 * 3.0}));
-    expectTruthFound(coarse(), RESAMPLED);
+    expectTruthFound(coarse(), resampled);
 }
 
 TEST_F(Poses, ModelTurnedBySampledRotationComesBackWithoutPadding) {
     writeTruth({20, 24, 18}, {2.5, 2.5, 2.5});
-    const Mat undone = transposed(rotationXYZ(0, 0, -120.0 * PI / 180.0));
+    const Mat undone = transposed(rotationXYZ(0, 0, -120.0 * pi / 180.0));
     startFrom(moved(m_model, undone, m_map.centre(), {-7 * 2.5, 9 * 2.5, -3 * 2.5}));
-    expectTruthFound(coarse({"--nopadding"}), RESAMPLED);
+    expectTruthFound(coarse({"--nopadding"}), resampled);
 }
 
 TEST_F(Poses, ArbitraryPlaceIsFoundWithinTheStep) {
@@ -125,7 +125,7 @@ TEST_F(Poses, ArbitraryPlaceIsFoundWithinTheStep) {
     ASSERT_EQ(fit({"--nthread", "2", "--nsolutions", "3", "--dangle", "40"}).status, 0);
     // The nearest sampled rotation is less than a step away, the nearest node less than half a cell's
     // diagonal.
-    const double turn = 2.0 * std::sin(0.5 * step * PI / 180.0) * radiusOfGyration(m_truth);
+    const double turn = 2.0 * std::sin(0.5 * step * pi / 180.0) * radiusOfGyration(m_truth);
     const double cell = 0.5 * std::sqrt(3.0) * 2.5;
     const double rigid = distanceOfBest("Rigid_solution.pdb");
     EXPECT_LE(rigid, turn + cell);

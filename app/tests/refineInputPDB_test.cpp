@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double PI = 3.141592653589793;
+constexpr double pi = 3.141592653589793;
 
 /// A run whose data can be looked at.
 class OpenFit : public VantorHexaust {
@@ -66,7 +66,7 @@ protected:
 
     /// The truth turned by a few degrees about its middle and shifted.
     std::vector<TestAtom> displaced(const Vec& shift) const {
-        return moved(m_truth, rotationXYZ(1.5 * PI / 180.0, -PI / 180.0, 2.0 * PI / 180.0), m_map.centre(),
+        return moved(m_truth, rotationXYZ(1.5 * pi / 180.0, -pi / 180.0, 2.0 * pi / 180.0), m_map.centre(),
                      shift);
     }
 
@@ -157,29 +157,29 @@ protected:
 };
 
 /// The start words whose maps stand where the refinement takes them to stand.
-constexpr std::array<int, 3> ONE_CELL_UP = {1, 1, 1};
+constexpr std::array<int, 3> oneCellUp = {1, 1, 1};
 
 /// In angstrom. The derivatives leave out how the weights of the density change, so that the last steps gain
 /// less than the model promises: the radius collapses in sight of the maximum.
-constexpr double IN_SIGHT = 0.3;
+constexpr double inSight = 0.3;
 
 TEST_F(RefineInputPDB, DisplacedModelIsWrittenBackToTheTruth) {
-    makeMap(ONE_CELL_UP);
+    makeMap(oneCellUp);
     startFrom(displaced({0.6, -0.5, 0.7}));
     ASSERT_GT(distanceFromTruth(positionsOf(m_start)), 1.0);
     refine();
-    EXPECT_LT(distanceFromTruth(refined()), IN_SIGHT);
+    EXPECT_LT(distanceFromTruth(refined()), inSight);
 }
 
 TEST_F(RefineInputPDB, DisplacedModelNearsTheTruthWithModesToo) {
-    makeMap(ONE_CELL_UP);
+    makeMap(oneCellUp);
     startFrom(displaced({0.6, -0.5, 0.7}));
     refine({"--nmodes", "3"});
-    EXPECT_LT(distanceFromTruth(refined()), IN_SIGHT);
+    EXPECT_LT(distanceFromTruth(refined()), inSight);
 }
 
 TEST_F(RefineInputPDB, AtomsMoveByTranslationInfinitesimalRotationAndModes) {
-    makeMap(ONE_CELL_UP);
+    makeMap(oneCellUp);
     startFrom(displaced({0.6, -0.5, 0.7}));
     refine({"--nmodes", "3"});
     const arma::Col<double> moves = refinedMoves();
@@ -191,7 +191,7 @@ TEST_F(RefineInputPDB, AtomsMoveByTranslationInfinitesimalRotationAndModes) {
 }
 
 TEST_F(RefineInputPDB, ReportHasTheTwoTitlesInTheirOrder) {
-    makeMap(ONE_CELL_UP);
+    makeMap(oneCellUp);
     startFrom(m_truth);
     refine();
     const std::size_t optimizing = m_report.find(" Optimizing the input pdb ");
@@ -202,7 +202,7 @@ TEST_F(RefineInputPDB, ReportHasTheTwoTitlesInTheirOrder) {
 }
 
 TEST_F(RefineInputPDB, IntervalBelongsToTheOptimization) {
-    makeMap(ONE_CELL_UP);
+    makeMap(oneCellUp);
     startFrom(displaced({0.6, -0.5, 0.7}));
     refine();
     testing::internal::CaptureStdout();
@@ -242,11 +242,11 @@ TEST_F(RefineInputPDB, MapThatStartsAtTheOriginPullsTheModelOneCellUp) {
     makeMap({0, 0, 0});
     startFrom(displaced(m_map.voxel));
     refine();
-    EXPECT_LT(distanceFromTruth(refined(), m_map.voxel), IN_SIGHT);
+    EXPECT_LT(distanceFromTruth(refined(), m_map.voxel), inSight);
 }
 
 TEST_F(RefineInputPDB, MapIsFilteredInPlace) {
-    makeMap(ONE_CELL_UP);
+    makeMap(oneCellUp);
     startFrom(m_truth);
     refine({"--filtersigma", "2"});
     std::vector<double> expected = m_fit->m_edm.getValue();
@@ -255,21 +255,21 @@ TEST_F(RefineInputPDB, MapIsFilteredInPlace) {
 }
 
 TEST_F(RefineInputPDB, MapOfSmallNumbersEndsTheSolveAfterOneShortStep) {
-    makeMap(ONE_CELL_UP, 1e-4);
+    makeMap(oneCellUp, 1e-4);
     startFrom(displaced({0.6, -0.5, 0.7}));
     refine();
     EXPECT_LT(rmsd(refined(), positionsOf(m_start)), 0.002);
 }
 
 TEST_F(RefineInputPDB, WithoutARadiusTheModelStays) {
-    makeMap(ONE_CELL_UP);
+    makeMap(oneCellUp);
     startFrom(displaced({0.6, -0.5, 0.7}));
     refine({}, false);
     EXPECT_EQ(refined(), positionsOf(m_start));
 }
 
 TEST_F(RefineInputPDB, FileIsNamedAfterTheLastPartOfThePathAndHoldsAtomLinesAlone) {
-    makeMap(ONE_CELL_UP);
+    makeMap(oneCellUp);
     startFrom(m_truth);
     refine();
     ASSERT_TRUE(fs::exists(path("out/Refined-model.pdb")));
@@ -280,7 +280,7 @@ TEST_F(RefineInputPDB, FileIsNamedAfterTheLastPartOfThePathAndHoldsAtomLinesAlon
 }
 
 TEST_F(RefineInputPDB, FileThatCannotBeWrittenIsTold) {
-    makeMap(ONE_CELL_UP);
+    makeMap(oneCellUp);
     startFrom(m_truth);
     fs::create_directories(path("out/Refined-model.pdb"));
     testing::internal::CaptureStderr();

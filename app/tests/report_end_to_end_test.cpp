@@ -13,9 +13,9 @@
 
 namespace {
 
-constexpr int WIDTH = 80;
-constexpr std::size_t BANNER_LINES = 11;
-constexpr double PI = 3.141592653589793;
+constexpr int width = 80;
+constexpr std::size_t bannerLines = 11;
+constexpr double pi = 3.141592653589793;
 
 std::string formatted(double value) {
     char text[40];
@@ -25,8 +25,8 @@ std::string formatted(double value) {
 
 /// The text in the middle of a line of fill characters, the odd one on the right.
 std::string centred(const std::string& text, char fill) {
-    const std::size_t left = (WIDTH - text.size()) / 2;
-    return std::string(left, fill) + text + std::string(WIDTH - left - text.size(), fill);
+    const std::size_t left = (width - text.size()) / 2;
+    return std::string(left, fill) + text + std::string(width - left - text.size(), fill);
 }
 
 std::string title(const std::string& text) {
@@ -34,7 +34,7 @@ std::string title(const std::string& text) {
 }
 
 std::string fact(const std::string& key, const std::string& value) {
-    return key + std::string(WIDTH - key.size(), '.') + " : " + value + "\n";
+    return key + std::string(width - key.size(), '.') + " : " + value + "\n";
 }
 
 std::string bar(int position, int percent) {
@@ -93,7 +93,7 @@ struct TrustNorms {
 };
 
 TrustNorms trustNorms(const std::vector<TestAtom>& atoms, const Vec& voxel, double dangle) {
-    const double s = std::sin(dangle * PI / 180.0 * 0.5);
+    const double s = std::sin(dangle * pi / 180.0 * 0.5);
     const double squaredStep = 4.0 / totalMass(atoms) * s * s * 2.0 * secondMoment(atoms);
     const double squaredCell = squaredNorm(voxel);
     const double capped = std::min(squaredStep, squaredCell);
@@ -119,12 +119,12 @@ const std::vector<std::string>& timingRows() {
 }
 
 std::string timingTable() {
-    const std::string rule(WIDTH, '=');
+    const std::string rule(width, '=');
     std::string text = rule + "\n" + title(" Timing : ") + rule + "\n";
     for (const std::string& row : timingRows()) {
         text += fact(row, "# s");
     }
-    text += std::string(WIDTH, '.') + "\n" + "Total time : " + std::string(WIDTH - 13, '.') + " : # s\n";
+    text += std::string(width, '.') + "\n" + "Total time : " + std::string(width - 13, '.') + " : # s\n";
     return text + rule + "\n";
 }
 
@@ -135,7 +135,7 @@ std::string withoutSeconds(const std::string& text) {
 
 std::string afterBanner(const std::string& text) {
     std::size_t begin = 0;
-    for (std::size_t line = 0; line < BANNER_LINES; ++line) {
+    for (std::size_t line = 0; line < bannerLines; ++line) {
         begin = text.find('\n', begin) + 1;
     }
     return text.substr(begin);
@@ -187,20 +187,20 @@ TEST_F(Report, OfAWholeRunIsThisTextByteByByte) {
 TEST_F(Report, BannerStandsInAFrameOfStarsAndDashes) {
     writeInputs();
     std::vector<std::string> lines = linesOf(fit(quick()).out);
-    ASSERT_GT(lines.size(), BANNER_LINES);
-    lines.resize(BANNER_LINES);
+    ASSERT_GT(lines.size(), bannerLines);
+    lines.resize(bannerLines);
     for (const std::string& line : lines) {
-        ASSERT_EQ(line.size(), WIDTH + 2U) << line;
+        ASSERT_EQ(line.size(), width + 2U) << line;
         EXPECT_EQ(line.front(), '*');
         EXPECT_EQ(line.back(), '*');
     }
-    EXPECT_EQ(lines[0], std::string(WIDTH + 2, '*'));
-    EXPECT_EQ(lines[1], "*" + std::string(WIDTH, '-') + "*");
+    EXPECT_EQ(lines[0], std::string(width + 2, '*'));
+    EXPECT_EQ(lines[1], "*" + std::string(width, '-') + "*");
     EXPECT_EQ(lines[2], "*" + centred("Selvane", '-') + "*");
     EXPECT_EQ(lines[4], "*" + centred("Reference: XXX", '-') + "*");
     EXPECT_EQ(lines[5], "*" + centred("XXX", '-') + "*");
-    EXPECT_EQ(lines[9], "*" + std::string(WIDTH, '-') + "*");
-    EXPECT_EQ(lines[10], std::string(WIDTH + 2, '*'));
+    EXPECT_EQ(lines[9], "*" + std::string(width, '-') + "*");
+    EXPECT_EQ(lines[10], std::string(width + 2, '*'));
     EXPECT_TRUE(contains(lines[3], "the Selvane developers"));
     EXPECT_TRUE(contains(lines[7], "example.org -"));
     EXPECT_TRUE(contains(lines[8], "example.org -"));
@@ -217,11 +217,11 @@ TEST_F(Report, TimingTableHasTheseRowsInThisOrder) {
     const auto begin = std::find(lines.begin(), lines.end(), centred(" Timing : ", '='));
     ASSERT_NE(begin, lines.end());
     std::vector<std::string> names;
-    for (auto line = begin + 2; line != lines.end() && *line != std::string(WIDTH, '.'); ++line) {
-        const std::size_t colon = line->find(" : ", WIDTH);
-        ASSERT_EQ(colon, static_cast<std::size_t>(WIDTH)) << *line;
+    for (auto line = begin + 2; line != lines.end() && *line != std::string(width, '.'); ++line) {
+        const std::size_t colon = line->find(" : ", width);
+        ASSERT_EQ(colon, static_cast<std::size_t>(width)) << *line;
         EXPECT_TRUE(std::regex_match(line->substr(colon), std::regex(" : [0-9][0-9.e+-]* s"))) << *line;
-        names.push_back(line->substr(0, line->find_last_not_of('.', WIDTH - 1) + 1));
+        names.push_back(line->substr(0, line->find_last_not_of('.', width - 1) + 1));
     }
     EXPECT_EQ(names, timingRows());
 }
@@ -240,7 +240,7 @@ TEST_F(Report, ReadingOfTheModelIsNotInTheTimingTable) {
     double model = -1.0;
     double total = 0.0;
     for (auto line = begin; line != lines.end(); ++line) {
-        const std::size_t colon = line->find(" : ", WIDTH);
+        const std::size_t colon = line->find(" : ", width);
         const double seconds = colon == std::string::npos ? 0.0 : std::stod(line->substr(colon + 3));
         if (contains(*line, "Total time")) {
             total = seconds;

@@ -14,8 +14,8 @@
 
 namespace {
 
-constexpr std::size_t HEADER_SIZE = 1024;
-constexpr double PI = 3.141592653589793;
+constexpr std::size_t headerSize = 1024;
+constexpr double pi = 3.141592653589793;
 
 class Results : public RunFixture {
 protected:
@@ -32,12 +32,12 @@ protected:
 };
 
 /// Fraction digits that "%f" leaves.
-const char* const NUMBER = "-?[0-9]+\\.[0-9]{6}";
+const char* const number = "-?[0-9]+\\.[0-9]{6}";
 
 std::string pattern(const std::string& key, int count) {
     std::string text = key;
     for (int i = 0; i < count; ++i) {
-        text += (i == 0 ? "" : " ") + std::string(NUMBER);
+        text += (i == 0 ? "" : " ") + std::string(number);
     }
     return text;
 }
@@ -191,7 +191,7 @@ TEST_F(Results, MapCopyHasTheVoxelsAndTheHeaderOfTheInput) {
     EXPECT_EQ(intAt(copy, 88), 1);
     EXPECT_EQ(intAt(copy, 92), 0);
     EXPECT_EQ(copy.substr(208, 4), "MAP ");
-    EXPECT_EQ(copy.substr(HEADER_SIZE), input.substr(HEADER_SIZE));
+    EXPECT_EQ(copy.substr(headerSize), input.substr(headerSize));
 }
 
 TEST_F(Results, MapCopyOfTheOppositeByteOrderIsInThatOfTheMachine) {
@@ -205,7 +205,7 @@ TEST_F(Results, MapCopyOfTheOppositeByteOrderIsInThatOfTheMachine) {
     ASSERT_EQ(copy.size(), native.size());
     constexpr std::size_t repairedHeader = 76; // the statistics behind it stay as they were read
     EXPECT_EQ(copy.substr(0, repairedHeader), native.substr(0, repairedHeader));
-    EXPECT_EQ(copy.substr(HEADER_SIZE), native.substr(HEADER_SIZE));
+    EXPECT_EQ(copy.substr(headerSize), native.substr(headerSize));
 }
 
 TEST_F(Results, SameRunTwiceGivesTheSameBytes) {
@@ -246,7 +246,7 @@ TEST_F(Results, SimulatedDensityHoldsOneUnitPerAtom) {
     const std::string density = read("density.map");
     ASSERT_EQ(density.size(), read("map.ccp4").size());
     double sum = 0.0;
-    for (std::size_t offset = HEADER_SIZE; offset < density.size(); offset += 4) {
+    for (std::size_t offset = headerSize; offset < density.size(); offset += 4) {
         sum += static_cast<double>(floatAt(density, offset));
     }
     EXPECT_NEAR(sum, static_cast<double>(m_model.size()), 1e-3);
@@ -278,7 +278,7 @@ TEST_F(Results, LogHoldsTheRunWithItsDerivedValues) {
     const RunResult result = fit({"--nthread", "2", "--nsolutions", "3"});
     ASSERT_EQ(result.status, 0);
 
-    const double step = 360.0 / std::pow(24 * 4.0 * PI, 1.0 / 3.0);
+    const double step = 360.0 / std::pow(24 * 4.0 * pi, 1.0 / 3.0);
     std::ostringstream options;
     options << " --nthread 2 --sigma 2.75 --filtersigma 0 --dangle " << step << " --nsolutions 3 --odir ./";
     EXPECT_TRUE(isRecordBetween(read("log.txt"), begin, std::time(nullptr), options.str()))

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr double PI = 3.141592653589793;
-constexpr std::size_t HEADER_SIZE = 1024;
+constexpr double pi = 3.141592653589793;
+constexpr std::size_t headerSize = 1024;
 
 Mat operator*(const Mat& a, const Mat& b) {
     Mat product{};
@@ -29,15 +29,15 @@ double threeDecimals(double value) {
 
 /// A point of a helix along x with 100 degrees and 1.5 angstrom per residue.
 Vec helixPoint(double residue, double radius) {
-    const double angle = residue * 100.0 * PI / 180.0;
+    const double angle = residue * 100.0 * pi / 180.0;
     return {1.5 * residue, radius * std::cos(angle), radius * std::sin(angle)};
 }
 
 void appendResidue(std::vector<TestAtom>& atoms, char chain, int number, const std::array<Vec, 5>& places) {
-    static const char* const NAMES[] = {"N", "CA", "C", "O", "CB"};
-    static const char ELEMENTS[] = {'N', 'C', 'C', 'O', 'C'};
+    static const char* const names[] = {"N", "CA", "C", "O", "CB"};
+    static const char elements[] = {'N', 'C', 'C', 'O', 'C'};
     for (std::size_t a = 0; a < places.size(); ++a) {
-        atoms.push_back({NAMES[a], ELEMENTS[a], number % 2 == 0 ? "ALA" : "LEU", chain, number, places[a]});
+        atoms.push_back({names[a], elements[a], number % 2 == 0 ? "ALA" : "LEU", chain, number, places[a]});
     }
 }
 
@@ -111,7 +111,7 @@ std::string headerOf(const TestMap& map, const std::array<int, 3>& extent) {
     header.resize(196, '\0');
     appendFloats(header, map.originWords, reversed);
     header += "MAP ";
-    header.resize(HEADER_SIZE, '\0');
+    header.resize(headerSize, '\0');
     return header;
 }
 

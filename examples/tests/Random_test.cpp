@@ -8,9 +8,9 @@
 namespace example {
 namespace {
 
-constexpr int SAMPLES = 20000;
-/// Five standard errors of a mean of SAMPLES numbers of variance 1.
-constexpr double FIVE_SIGMA = 0.036;
+constexpr int samples = 20000;
+/// Five standard errors of a mean of samples numbers of variance 1.
+constexpr double fiveSigma = 0.036;
 
 TEST(Random, SequenceOfASeedIsFixed) {
     std::mt19937_64 engine(5489u);
@@ -28,7 +28,7 @@ TEST(Random, SequenceOfASeedIsFixed) {
 
 TEST(Random, UniformStaysBelowOneAndIndexBelowCount) {
     Random random(1);
-    for (int i = 0; i < SAMPLES; ++i) {
+    for (int i = 0; i < samples; ++i) {
         const double u = random.uniform();
         EXPECT_GE(u, 0.0);
         EXPECT_LT(u, 1.0);
@@ -40,19 +40,19 @@ TEST(Random, NormalHasMeanZeroAndVarianceOne) {
     Random random(2);
     double sum = 0.0;
     double squares = 0.0;
-    for (int i = 0; i < SAMPLES; ++i) {
+    for (int i = 0; i < samples; ++i) {
         const double x = random.normal();
         sum += x;
         squares += x * x;
     }
-    EXPECT_NEAR(sum / SAMPLES, 0.0, FIVE_SIGMA);
-    EXPECT_NEAR(squares / SAMPLES, 1.0, 2.0 * FIVE_SIGMA);
+    EXPECT_NEAR(sum / samples, 0.0, fiveSigma);
+    EXPECT_NEAR(squares / samples, 1.0, 2.0 * fiveSigma);
 }
 
 TEST(Random, RotationsAreOrthonormalRightHandedAndWithoutPreference) {
     Random random(3);
     Vec3 mean;
-    for (int i = 0; i < SAMPLES; ++i) {
+    for (int i = 0; i < samples; ++i) {
         const Mat3 r = random.rotation();
         const Vec3 x = r * Vec3{1.0, 0.0, 0.0};
         const Vec3 y = r * Vec3{0.0, 1.0, 0.0};
@@ -62,7 +62,7 @@ TEST(Random, RotationsAreOrthonormalRightHandedAndWithoutPreference) {
         ASSERT_NEAR(norm(cross(x, y) - z), 0.0, 1e-12);
         mean = mean + x;
     }
-    EXPECT_LT(norm((1.0 / SAMPLES) * mean), FIVE_SIGMA);
+    EXPECT_LT(norm((1.0 / samples) * mean), fiveSigma);
 }
 
 } // namespace

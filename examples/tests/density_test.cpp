@@ -8,7 +8,7 @@
 namespace example {
 namespace {
 
-constexpr double RESOLUTION = 10.0;
+constexpr double resolution = 10.0;
 
 Atom atomAt(const Vec3& position, char element) {
     Atom atom;
@@ -18,25 +18,25 @@ Atom atomAt(const Vec3& position, char element) {
 }
 
 /// Atoms inside the lattice, at its edge and outside, and unequal axes that catch a swap.
-const Lattice LATTICE{{9, 11, 7}, {-3, 5, 12}, 2.5};
-const Model ATOMS = {atomAt({2.1, 24.7, 37.2}, 'C'), atomAt({-7.5, 12.5, 30.0}, 'N'),
+const Lattice latticeOfMap{{9, 11, 7}, {-3, 5, 12}, 2.5};
+const Model atoms = {atomAt({2.1, 24.7, 37.2}, 'C'), atomAt({-7.5, 12.5, 30.0}, 'N'),
                      atomAt({20.0, 30.0, 40.0}, 'O')};
 
 TEST(GaussianWidth, FourierAmplitudeAtTheResolutionIsOneOverE) {
-    const double s = gaussianWidth(RESOLUTION);
+    const double s = gaussianWidth(resolution);
     const double pi = std::acos(-1.0);
-    EXPECT_NEAR(std::exp(-2.0 * pi * pi * s * s / (RESOLUTION * RESOLUTION)), std::exp(-1.0), 1e-12);
+    EXPECT_NEAR(std::exp(-2.0 * pi * pi * s * s / (resolution * resolution)), std::exp(-1.0), 1e-12);
 }
 
 TEST(SimulatedDensity, EqualsTheDirectSum) {
-    const std::vector<double> values = simulatedDensity(ATOMS, LATTICE, RESOLUTION);
-    const double s = gaussianWidth(RESOLUTION);
+    const std::vector<double> values = simulatedDensity(atoms, latticeOfMap, resolution);
+    const double s = gaussianWidth(resolution);
     for (int i = 0; i < 9; ++i) {
         for (int j = 0; j < 11; ++j) {
             for (int k = 0; k < 7; ++k) {
                 const Vec3 node{2.5 * (i - 3), 2.5 * (j + 5), 2.5 * (k + 12)};
                 double sum = 0.0;
-                for (const Atom& atom : ATOMS) {
+                for (const Atom& atom : atoms) {
                     const Vec3 d = node - atom.position;
                     sum += std::exp(-dot(d, d) / (2.0 * s * s));
                 }
@@ -50,16 +50,16 @@ TEST(SimulatedDensity, EqualsTheDirectSum) {
 
 TEST(SimulatedDensity, DoesNotTellElementsApart) {
     const std::vector<double> carbon =
-        simulatedDensity({atomAt({2.0, 25.0, 37.0}, 'C')}, LATTICE, RESOLUTION);
+        simulatedDensity({atomAt({2.0, 25.0, 37.0}, 'C')}, latticeOfMap, resolution);
     const std::vector<double> oxygen =
-        simulatedDensity({atomAt({2.0, 25.0, 37.0}, 'O')}, LATTICE, RESOLUTION);
+        simulatedDensity({atomAt({2.0, 25.0, 37.0}, 'O')}, latticeOfMap, resolution);
     EXPECT_EQ(carbon, oxygen);
 }
 
 TEST(SimulatedDensity, AnAtomFarOutsideLeavesTheMapEmpty) {
     const std::vector<double> values =
-        simulatedDensity({atomAt({-500.0, 25.0, 900.0}, 'C')}, LATTICE, RESOLUTION);
-    EXPECT_EQ(values, std::vector<double>(LATTICE.nodes(), 0.0));
+        simulatedDensity({atomAt({-500.0, 25.0, 900.0}, 'C')}, latticeOfMap, resolution);
+    EXPECT_EQ(values, std::vector<double>(latticeOfMap.nodes(), 0.0));
 }
 
 TEST(AddNoise, HasTheAskedStandardDeviation) {

@@ -19,7 +19,7 @@ namespace example {
 namespace {
 
 /// Half a unit of the third decimal on each of three axes.
-constexpr double FILE_ROUNDING = 0.00087;
+constexpr double fileRounding = 0.00087;
 
 const Example& defaultExample() {
     static const Example example = makeExample({});
@@ -32,7 +32,7 @@ TEST(MakeExample, TruthIsTheModelPlacedAndNearTheMapsCenter) {
     ASSERT_EQ(example.model.size(), example.truth.size());
     for (std::size_t i = 0; i < example.model.size(); ++i) {
         const Vec3 expected = r * example.model[i].position + example.modelToTruth.translation;
-        EXPECT_LE(norm(example.truth[i].position - expected), FILE_ROUNDING);
+        EXPECT_LE(norm(example.truth[i].position - expected), fileRounding);
     }
     const Vec3 offset = centroid(example.truth) - example.map.lattice.center();
     EXPECT_LE(std::abs(offset.x), 12.0);

@@ -8,12 +8,12 @@
 namespace example {
 namespace {
 
-const Model TWO_CHAINS = {{"CA", 'C', "GLY", 'A', 1, {1.0, -2.5, 103.25}},
-                          {"OXT", 'O', "GLY", 'A', 1, {-100.125, 0.0, 7.0}},
-                          {"N", 'N', "LYS", 'B', 42, {0.0, 0.0, 0.0}}};
+const Model twoChains = {{"CA", 'C', "GLY", 'A', 1, {1.0, -2.5, 103.25}},
+                         {"OXT", 'O', "GLY", 'A', 1, {-100.125, 0.0, 7.0}},
+                         {"N", 'N', "LYS", 'B', 42, {0.0, 0.0, 0.0}}};
 
 TEST(PdbText, ColumnsOfTheRecords) {
-    EXPECT_EQ(pdbText(TWO_CHAINS, "TEST"),
+    EXPECT_EQ(pdbText(twoChains, "TEST"),
               "TITLE     TEST\n"
               "ATOM      1  CA  GLY A   1       1.000  -2.500 103.250  1.00  0.00           C\n"
               "ATOM      2  OXT GLY A   1    -100.125   0.000   7.000  1.00  0.00           O\n"
@@ -24,11 +24,11 @@ TEST(PdbText, ColumnsOfTheRecords) {
 }
 
 TEST(PosesFromPdb, ReadsBackWhatWasWritten) {
-    const std::vector<Pose> poses = posesFromPdb(pdbText(TWO_CHAINS, "TEST"));
+    const std::vector<Pose> poses = posesFromPdb(pdbText(twoChains, "TEST"));
     ASSERT_EQ(poses.size(), 1u);
     EXPECT_FALSE(poses[0].score);
     ASSERT_EQ(poses[0].atoms.size(), 3u);
-    EXPECT_EQ(rmsd(poses[0].atoms, TWO_CHAINS), 0.0);
+    EXPECT_EQ(rmsd(poses[0].atoms, twoChains), 0.0);
     EXPECT_EQ(poses[0].atoms[1].name, "OXT");
     EXPECT_EQ(poses[0].atoms[2].residueNumber, 42);
     EXPECT_EQ(poses[0].atoms[2].chain, 'B');

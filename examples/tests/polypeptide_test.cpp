@@ -15,10 +15,10 @@ namespace example {
 namespace {
 
 /// Rounding of positions of some ten angstrom.
-constexpr double LENGTH_TOLERANCE = 1e-9;
-constexpr double ANGLE_TOLERANCE = 1e-6;
+constexpr double lengthTolerance = 1e-9;
+constexpr double angleTolerance = 1e-6;
 /// Above every bond, below every distance of two atoms bonded to a third.
-constexpr double LONGEST_BOND = 1.7;
+constexpr double longestBond = 1.7;
 
 const Model& protein() {
     static const Model model = [] {
@@ -53,7 +53,7 @@ std::vector<std::vector<std::size_t>> bondsOf(const Model& model) {
     std::vector<std::vector<std::size_t>> bonds(model.size());
     for (std::size_t i = 0; i < model.size(); ++i) {
         for (std::size_t j = 0; j < i; ++j) {
-            if (norm(model[i].position - model[j].position) < LONGEST_BOND) {
+            if (norm(model[i].position - model[j].position) < longestBond) {
                 bonds[i].push_back(j);
                 bonds[j].push_back(i);
             }
@@ -98,20 +98,20 @@ TEST(BuildProtein, BackboneBondsAndAnglesAreIdeal) {
     const std::vector<Residue> residues = residuesOf(protein());
     for (std::size_t i = 0; i < residues.size(); ++i) {
         const auto& at = residues[i].atoms;
-        EXPECT_NEAR(norm(at.at("N") - at.at("CA")), 1.458, LENGTH_TOLERANCE);
-        EXPECT_NEAR(norm(at.at("CA") - at.at("C")), 1.525, LENGTH_TOLERANCE);
-        EXPECT_NEAR(norm(at.at("C") - at.at("O")), 1.231, LENGTH_TOLERANCE);
-        EXPECT_NEAR(bondAngle(at.at("N"), at.at("CA"), at.at("C")), 111.2, ANGLE_TOLERANCE);
-        EXPECT_NEAR(bondAngle(at.at("CA"), at.at("C"), at.at("O")), 120.8, ANGLE_TOLERANCE);
+        EXPECT_NEAR(norm(at.at("N") - at.at("CA")), 1.458, lengthTolerance);
+        EXPECT_NEAR(norm(at.at("CA") - at.at("C")), 1.525, lengthTolerance);
+        EXPECT_NEAR(norm(at.at("C") - at.at("O")), 1.231, lengthTolerance);
+        EXPECT_NEAR(bondAngle(at.at("N"), at.at("CA"), at.at("C")), 111.2, angleTolerance);
+        EXPECT_NEAR(bondAngle(at.at("CA"), at.at("C"), at.at("O")), 120.8, angleTolerance);
         if (i + 1 == residues.size() || residues[i + 1].chain != residues[i].chain) {
-            EXPECT_NEAR(norm(at.at("C") - at.at("OXT")), 1.249, LENGTH_TOLERANCE);
+            EXPECT_NEAR(norm(at.at("C") - at.at("OXT")), 1.249, lengthTolerance);
             continue;
         }
         const auto& next = residues[i + 1].atoms;
-        EXPECT_NEAR(norm(at.at("C") - next.at("N")), 1.329, LENGTH_TOLERANCE);
-        EXPECT_NEAR(bondAngle(at.at("CA"), at.at("C"), next.at("N")), 116.2, ANGLE_TOLERANCE);
-        EXPECT_NEAR(bondAngle(at.at("O"), at.at("C"), next.at("N")), 123.0, ANGLE_TOLERANCE);
-        EXPECT_NEAR(bondAngle(at.at("C"), next.at("N"), next.at("CA")), 121.7, ANGLE_TOLERANCE);
+        EXPECT_NEAR(norm(at.at("C") - next.at("N")), 1.329, lengthTolerance);
+        EXPECT_NEAR(bondAngle(at.at("CA"), at.at("C"), next.at("N")), 116.2, angleTolerance);
+        EXPECT_NEAR(bondAngle(at.at("O"), at.at("C"), next.at("N")), 123.0, angleTolerance);
+        EXPECT_NEAR(bondAngle(at.at("C"), next.at("N"), next.at("CA")), 121.7, angleTolerance);
         const double omega = torsionAngle(at.at("CA"), at.at("C"), next.at("N"), next.at("CA"));
         EXPECT_NEAR(std::abs(omega), 180.0, 1e-5);
     }
@@ -127,9 +127,9 @@ TEST(BuildProtein, AlphaCarbonsAreLeftHandedAndTetrahedral) {
         const Vec3 n = residue.atoms.at("N") - ca;
         const Vec3 c = residue.atoms.at("C") - ca;
         const Vec3 cb = residue.atoms.at("CB") - ca;
-        EXPECT_NEAR(norm(cb), 1.530, LENGTH_TOLERANCE);
-        EXPECT_NEAR(bondAngle(residue.atoms.at("N"), ca, residue.atoms.at("CB")), 110.4, ANGLE_TOLERANCE);
-        EXPECT_NEAR(bondAngle(residue.atoms.at("C"), ca, residue.atoms.at("CB")), 110.1, ANGLE_TOLERANCE);
+        EXPECT_NEAR(norm(cb), 1.530, lengthTolerance);
+        EXPECT_NEAR(bondAngle(residue.atoms.at("N"), ca, residue.atoms.at("CB")), 110.4, angleTolerance);
+        EXPECT_NEAR(bondAngle(residue.atoms.at("C"), ca, residue.atoms.at("CB")), 110.1, angleTolerance);
         EXPECT_NEAR(dot(n, cross(c, cb)), 2.6, 0.1); // the chiral volume of an L residue is positive
     }
 }
@@ -164,7 +164,7 @@ TEST(BuildProtein, SideChainsHaveTheBondsOfTheirKind) {
 TEST(BuildProtein, BenzeneRingsClose) {
     for (const Residue& residue : residuesOf(protein())) {
         if (residue.type == "PHE") {
-            EXPECT_NEAR(norm(residue.atoms.at("CE2") - residue.atoms.at("CZ")), 1.390, LENGTH_TOLERANCE);
+            EXPECT_NEAR(norm(residue.atoms.at("CE2") - residue.atoms.at("CZ")), 1.390, lengthTolerance);
         }
     }
 }
@@ -177,7 +177,7 @@ TEST(BuildProtein, NoTwoAtomsClash) {
         for (std::size_t j = 0; j < i; ++j) {
             const double distance = norm(model[i].position - model[j].position);
             EXPECT_TRUE(held.count(j) > 0 ||
-                        distance >= shortestAllowed(model[i], model[j]) - LENGTH_TOLERANCE)
+                        distance >= shortestAllowed(model[i], model[j]) - lengthTolerance)
                 << i << " and " << j << " are " << distance << " apart";
         }
     }
@@ -211,7 +211,7 @@ TEST(CovalentBonds, AreThePairsWithinReachOfABond) {
     std::vector<std::pair<std::size_t, std::size_t>> near;
     for (std::size_t i = 0; i < protein().size(); ++i) {
         for (std::size_t j = i + 1; j < protein().size(); ++j) {
-            if (norm(protein()[i].position - protein()[j].position) < LONGEST_BOND) {
+            if (norm(protein()[i].position - protein()[j].position) < longestBond) {
                 near.emplace_back(i, j);
             }
         }

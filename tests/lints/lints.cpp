@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 using Graph = std::map<std::string, std::set<std::string>>;
 
-constexpr const char* LICENCE = "// SPDX-License-Identifier: GPL-3.0-or-later";
+constexpr const char* licence = "// SPDX-License-Identifier: GPL-3.0-or-later";
 
 std::vector<std::string> linesOf(std::istream& in) {
     std::vector<std::string> lines;
@@ -299,8 +299,8 @@ std::vector<std::string> licenceFaults(const fs::path& root) {
     for (const fs::path& path : filesBelow(root, codeFolders())) {
         std::ifstream in(root / path);
         std::string first;
-        if (isCode(path) && (!std::getline(in, first) || first != LICENCE)) {
-            faults.push_back(path.generic_string() + ": the first line must be " + LICENCE);
+        if (isCode(path) && (!std::getline(in, first) || first != licence)) {
+            faults.push_back(path.generic_string() + ": the first line must be " + licence);
         }
     }
     return faults;

@@ -16,22 +16,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path SOURCE_ROOT = SELVANE_SOURCE_DIR;
+const fs::path sourceRoot = SELVANE_SOURCE_DIR;
 
-const std::string SPDX = "// SPDX-License-Identifier: GPL-3.0-or-later\n";
+const std::string spdx = "// SPDX-License-Identifier: GPL-3.0-or-later\n";
 
 /// Two layers, one above the other, a private one and a library that only the top may see.
-const std::string SMALL_TABLE = "# a comment\n"
-                                "Base = Base/*\n"
-                                "Log = Log/*\n"
-                                "Top = Top/*\n"
-                                "app = app/*\n"
-                                "\n"
-                                "Base -> (Log)\n"
-                                "Log ->\n"
-                                "Top -> Base\n"
-                                "app -> Top\n"
-                                "<wide*> : Top\n";
+const std::string smallTable = "# a comment\n"
+                               "Base = Base/*\n"
+                               "Log = Log/*\n"
+                               "Top = Top/*\n"
+                               "app = app/*\n"
+                               "\n"
+                               "Base -> (Log)\n"
+                               "Log ->\n"
+                               "Top -> Base\n"
+                               "app -> Top\n"
+                               "<wide*> : Top\n";
 
 std::string joined(const std::vector<std::string>& lines) {
     std::string text;
@@ -42,20 +42,20 @@ std::string joined(const std::vector<std::string>& lines) {
 }
 
 Layers projectLayers() {
-    std::ifstream in(SOURCE_ROOT / "tests" / "lints" / "layers.txt");
+    std::ifstream in(sourceRoot / "tests" / "lints" / "layers.txt");
     std::ostringstream table;
     table << in.rdbuf();
     return parseLayers(table.str());
 }
 
 TEST(Project, NoIncludeGoesAgainstTheLayers) {
-    const std::vector<std::string> faults = layerFaults(SOURCE_ROOT, projectLayers());
+    const std::vector<std::string> faults = layerFaults(sourceRoot, projectLayers());
     EXPECT_TRUE(faults.empty()) << joined(faults);
 }
 
 /// First cells of the table of layers, those of a row "· part" behind the target above them.
 std::set<std::string> layersInTheDocument() {
-    std::ifstream in(SOURCE_ROOT / "docs" / "architecture.md");
+    std::ifstream in(sourceRoot / "docs" / "architecture.md");
     std::set<std::string> names;
     std::string line;
     std::string target;
@@ -85,8 +85,8 @@ TEST(Project, ArchitectureDocumentHasARowForEveryLayer) {
 }
 
 TEST(Project, LibrariesLeaveTheNameOfTheProgramToItsMessageSink) {
-    for (const auto& entry : fs::recursive_directory_iterator(SOURCE_ROOT / "Libraries")) {
-        const fs::path path = entry.path().lexically_relative(SOURCE_ROOT);
+    for (const auto& entry : fs::recursive_directory_iterator(sourceRoot / "Libraries")) {
+        const fs::path path = entry.path().lexically_relative(sourceRoot);
         if (entry.is_regular_file() && path.string().find("/tests/") == std::string::npos) {
             std::ostringstream text;
             text << std::ifstream(entry.path()).rdbuf();
@@ -96,12 +96,12 @@ TEST(Project, LibrariesLeaveTheNameOfTheProgramToItsMessageSink) {
 }
 
 TEST(Project, EverySourceStartsWithTheLicenceLine) {
-    const std::vector<std::string> faults = licenceFaults(SOURCE_ROOT);
+    const std::vector<std::string> faults = licenceFaults(sourceRoot);
     EXPECT_TRUE(faults.empty()) << joined(faults);
 }
 
 TEST(Project, EveryTestFileIsNamedAndEveryNamedOneExists) {
-    const std::vector<std::string> faults = testListFaults(SOURCE_ROOT);
+    const std::vector<std::string> faults = testListFaults(sourceRoot);
     EXPECT_TRUE(faults.empty()) << joined(faults);
 }
 
@@ -151,10 +151,10 @@ protected:
         std::string pattern = (fs::temp_directory_path() / "selvane-lints-XXXXXX").string();
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         m_root = pattern;
-        write("Libraries/Base/b.h", SPDX);
-        write("Libraries/Log/l.h", SPDX);
-        write("Libraries/Top/t.h", SPDX + "#include \"Base/b.h\"\n#include <vector>\n#include <wide.h>\n");
-        write("app/main.cpp", SPDX + "#include \"Top/t.h\"\n#include \"Base/b.h\"\n");
+        write("Libraries/Base/b.h", spdx);
+        write("Libraries/Log/l.h", spdx);
+        write("Libraries/Top/t.h", spdx + "#include \"Base/b.h\"\n#include <vector>\n#include <wide.h>\n");
+        write("app/main.cpp", spdx + "#include \"Top/t.h\"\n#include \"Base/b.h\"\n");
     }
     void TearDown() override { fs::remove_all(m_root); }
 
@@ -162,7 +162,7 @@ protected:
         fs::create_directories((m_root / name).parent_path());
         std::ofstream(m_root / name) << text;
     }
-    std::string faults() const { return joined(layerFaults(m_root, parseLayers(SMALL_TABLE))); }
+    std::string faults() const { return joined(layerFaults(m_root, parseLayers(smallTable))); }
 
     fs::path m_root;
 };
@@ -174,52 +174,52 @@ TEST_F(FakeTree, IsCleanAtFirst) {
 }
 
 TEST_F(FakeTree, IncludeOfALayerAboveIsAFault) {
-    write("Libraries/Base/b.cpp", SPDX + "\n  #  include \"Top/t.h\" // up\n");
+    write("Libraries/Base/b.cpp", spdx + "\n  #  include \"Top/t.h\" // up\n");
     EXPECT_EQ(faults(), "Libraries/Base/b.cpp:3: Base must not include \"Top/t.h\" of Top\n");
 }
 
 TEST_F(FakeTree, PrivateLayerIsForSourcesAlone) {
-    write("Libraries/Base/b.cpp", SPDX + "#include \"Log/l.h\"\n");
+    write("Libraries/Base/b.cpp", spdx + "#include \"Log/l.h\"\n");
     EXPECT_EQ(faults(), "");
-    write("Libraries/Base/b.h", SPDX + "#include \"Log/l.h\"\n");
+    write("Libraries/Base/b.h", spdx + "#include \"Log/l.h\"\n");
     EXPECT_EQ(faults(), "Libraries/Base/b.h:2: Base must not include \"Log/l.h\" of Log\n");
 }
 
 TEST_F(FakeTree, NoLibraryIncludesTheProgram) {
-    write("app/run.h", SPDX);
-    write("Libraries/Top/t.cpp", SPDX + "#include \"app/run.h\"\n");
+    write("app/run.h", spdx);
+    write("Libraries/Top/t.cpp", spdx + "#include \"app/run.h\"\n");
     EXPECT_EQ(faults(), "Libraries/Top/t.cpp:2: Top must not include \"app/run.h\" of app\n");
 }
 
 TEST_F(FakeTree, OtherLibrariesHeadersStayInTheirLayer) {
-    write("app/main.cpp", SPDX + "#include <wide.h>\n#include <widest.h>\n");
+    write("app/main.cpp", spdx + "#include <wide.h>\n#include <widest.h>\n");
     EXPECT_EQ(faults(), "app/main.cpp:2: app must not include <wide.h>\n"
                         "app/main.cpp:3: app must not include <widest.h>\n");
 }
 
 TEST_F(FakeTree, HeaderThatDoesNotExistIsAFault) {
-    write("app/main.cpp", SPDX + "#include \"t.h\"\n");
+    write("app/main.cpp", spdx + "#include \"t.h\"\n");
     EXPECT_EQ(faults(), "app/main.cpp:2: there is no header \"t.h\"\n");
 }
 
 TEST_F(FakeTree, FileOutsideEveryLayerIsAFault) {
-    write("Libraries/Stray/s.h", SPDX);
+    write("Libraries/Stray/s.h", spdx);
     EXPECT_EQ(faults(), "Libraries/Stray/s.h: no layer of the table holds this file\n");
 }
 
 TEST_F(FakeTree, TestsMayIncludeEverything) {
-    write("Libraries/Base/tests/b_test.cpp", SPDX + "#include \"Top/t.h\"\n#include <wide.h>\n");
+    write("Libraries/Base/tests/b_test.cpp", spdx + "#include \"Top/t.h\"\n#include <wide.h>\n");
     EXPECT_EQ(faults(), "");
 }
 
 TEST_F(FakeTree, MissingLicenceLineIsAFault) {
-    write("Libraries/Top/t.cpp", "\n" + SPDX);
+    write("Libraries/Top/t.cpp", "\n" + spdx);
     write("examples/e.h", "");
     EXPECT_EQ(licenceFaults(m_root).size(), 2u);
 }
 
 TEST_F(FakeTree, TestThatNobodyRunsIsAFault) {
-    write("Libraries/Base/tests/b_test.cpp", SPDX);
+    write("Libraries/Base/tests/b_test.cpp", spdx);
     EXPECT_EQ(joined(testListFaults(m_root)),
               "Libraries/Base/tests/b_test.cpp: no CMakeLists.txt names this test\n");
     write("Libraries/Base/CMakeLists.txt", "# tests/b_test.cpp\n");

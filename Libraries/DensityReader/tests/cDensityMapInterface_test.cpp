@@ -131,7 +131,7 @@ TEST(cDensityMapInterface, FlatArrayEqualsTheLookUpOfEachNode) {
 }
 
 TEST(cDensityMapInterface, FlatArrayAndCoordinatesFollowAnOverriddenLookUp) {
-    const cDensityMapCCP4 plain = numberedMap(UNEQUAL_BOX, 3, 4, 5);
+    const cDensityMapCCP4 plain = numberedMap(unequalBox, 3, 4, 5);
     DoublingMap doubling;
     doubling.loadFromValues(plain.m_data->values(), plain.m_grid);
     std::vector<double> expected = plain.getValue();

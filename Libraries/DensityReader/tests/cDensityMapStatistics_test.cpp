@@ -13,8 +13,8 @@ namespace {
 const cBBox box(cVector3(-1.0, 2.0, 5.0), cVector3(0.0, 6.0, 11.0));
 
 /// In single precision their difference rounds up.
-constexpr float MINIMUM_OF_UNEVEN_RANGE = -0.7F;
-constexpr float MAXIMUM_OF_UNEVEN_RANGE = 1.3F;
+constexpr float minimumOfUnevenRange = -0.7F;
+constexpr float maximumOfUnevenRange = 1.3F;
 
 /// A map of 2 x 3 x 4 voxels with the given values.
 cDensityMapCCP4 mapOf(const std::vector<double>& values) {
@@ -120,10 +120,10 @@ TEST(cDensityMapStatistics, HistogramLeavesOutTheMinimumAndPutsTheMaximumIntoThe
 
 TEST(cDensityMapStatistics, MaximumFallsIntoTheLastBinWhateverTheRangeRoundsTo) {
     // Seen to fail with the range in single precision, which rounds it up here.
-    std::vector<double> values(24, double{MINIMUM_OF_UNEVEN_RANGE});
-    values[5] = double{MAXIMUM_OF_UNEVEN_RANGE};
-    const float range = MAXIMUM_OF_UNEVEN_RANGE - MINIMUM_OF_UNEVEN_RANGE;
-    ASSERT_GT(double{range}, double{MAXIMUM_OF_UNEVEN_RANGE} - double{MINIMUM_OF_UNEVEN_RANGE});
+    std::vector<double> values(24, double{minimumOfUnevenRange});
+    values[5] = double{maximumOfUnevenRange};
+    const float range = maximumOfUnevenRange - minimumOfUnevenRange;
+    ASSERT_GT(double{range}, double{maximumOfUnevenRange} - double{minimumOfUnevenRange});
     cDensityMapCCP4 map = mapOf(values);
     map.computeHistogram();
     EXPECT_EQ(map.m_histogram[127], 1.0F);
@@ -134,13 +134,13 @@ TEST(cDensityMapStatistics, MaximumFallsIntoTheLastBinWhateverTheRangeRoundsTo) 
 
 TEST(cDensityMapStatistics, UpdateBinFindsTheBinOfTheHistogram) {
     // Seen to fail with differences in single precision. Values about the edges of bins tell.
-    const double width = (double{MAXIMUM_OF_UNEVEN_RANGE} - double{MINIMUM_OF_UNEVEN_RANGE}) /
-                         cDensityMapInterface::HISTOGRAM_BINS;
-    for (int edge = 2; edge < cDensityMapInterface::HISTOGRAM_BINS; ++edge) {
-        const auto value = static_cast<float>(MINIMUM_OF_UNEVEN_RANGE + edge * width);
+    const double width =
+        (double{maximumOfUnevenRange} - double{minimumOfUnevenRange}) / cDensityMapInterface::histogramBins;
+    for (int edge = 2; edge < cDensityMapInterface::histogramBins; ++edge) {
+        const auto value = static_cast<float>(minimumOfUnevenRange + edge * width);
         for (const float peak : {std::nextafter(value, -1.0F), value, std::nextafter(value, 2.0F)}) {
-            std::vector<double> values(24, double{MINIMUM_OF_UNEVEN_RANGE});
-            values[0] = double{MAXIMUM_OF_UNEVEN_RANGE};
+            std::vector<double> values(24, double{minimumOfUnevenRange});
+            values[0] = double{maximumOfUnevenRange};
             values[1] = values[2] = double{peak};
             cDensityMapCCP4 map = mapOf(values);
             map.computeHistogram();

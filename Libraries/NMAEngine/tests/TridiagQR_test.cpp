@@ -35,9 +35,9 @@ TEST(TridiagQR, EqualsTheDenseFormOnTridiagonalMatrices) {
 TEST(TridiagQR, ReversedProductIsSymmetricTridiagonalToTheLastBit) {
     TridiagQR<double> qr;
     qr.compute(randomTridiagonal(12));
-    const Matrix RQ = qr.matrix_RQ();
-    EXPECT_TRUE(RQ.is_symmetric());
-    EXPECT_TRUE(arma::trimatl(RQ, -2).is_zero());
+    const Matrix rq = qr.matrix_RQ();
+    EXPECT_TRUE(rq.is_symmetric());
+    EXPECT_TRUE(arma::trimatl(rq, -2).is_zero());
 }
 
 TEST(TridiagQR, ReversedProductKeepsTheEigenvalues) {
@@ -53,9 +53,9 @@ TEST(TridiagQR, ExactShiftSplitsTheShiftOff) {
     T.diag() -= shift;
     TridiagQR<double> qr;
     qr.compute(T);
-    const Matrix RQ = qr.matrix_RQ();
-    EXPECT_LT(std::abs(RQ(7, 6)), 1e-12);
-    EXPECT_LT(std::abs(RQ(7, 7)), 1e-12);
+    const Matrix rq = qr.matrix_RQ();
+    EXPECT_LT(std::abs(rq(7, 6)), 1e-12);
+    EXPECT_LT(std::abs(rq(7, 7)), 1e-12);
 }
 
 TEST(TridiagQR, ReadsTheBandAlone) {

@@ -52,10 +52,10 @@ TEST(UpperHessenbergQR, ReversedProductIsSimilarToTheMatrix) {
         UpperHessenbergQR<double> qr;
         qr.compute(H);
         const Matrix Q = rotationProduct(qr);
-        const Matrix RQ = qr.matrix_RQ();
-        EXPECT_LT(largest(RQ - Q.t() * H * Q), 1e-14);
-        EXPECT_LT(largest(RQ - qr.m_matT * Q), 1e-14);
-        EXPECT_TRUE(n == 2 || arma::trimatl(RQ, -2).is_zero()); // upper Hessenberg again
+        const Matrix rq = qr.matrix_RQ();
+        EXPECT_LT(largest(rq - Q.t() * H * Q), 1e-14);
+        EXPECT_LT(largest(rq - qr.m_matT * Q), 1e-14);
+        EXPECT_TRUE(n == 2 || arma::trimatl(rq, -2).is_zero()); // upper Hessenberg again
     }
 }
 

@@ -15,10 +15,10 @@ constexpr double tolerance = 1e-12; // relative to the squares of the lengths th
 const std::array<double, 9> identity = {1, 0, 0, 0, 1, 0, 0, 0, 1};
 
 /// The mean over the points, one by one.
-double meanSquareDistance(const Points& points, const arma::Mat<double>& R1, const arma::Mat<double>& R2,
+double meanSquareDistance(const Points& points, const arma::Mat<double>& r1, const arma::Mat<double>& r2,
                           const arma::Col<double>& t1, const arma::Col<double>& t2) {
-    const Points first = transformed(points, R1, t1);
-    const Points second = transformed(points, R2, t2);
+    const Points first = transformed(points, r1, t1);
+    const Points second = transformed(points, r2, t2);
     double sum = 0.0;
     for (std::size_t i = 0; i < points.size(); ++i) {
         const double d = distance(first[i], second[i]);
@@ -34,12 +34,12 @@ TEST(RMSD, EqualsTheLoopOverThePointsForRandomPoses) {
     for (int trial = 0; trial < 200; ++trial) {
         Points points = randomPoints(random, 3 + static_cast<std::size_t>(trial) % 40, {9.0, 4.0, 15.0});
         points = transformed(points, randomRotation(random), {30.0, -12.0, 55.0});
-        const arma::Mat<double> R1 = randomRotation(random);
-        const arma::Mat<double> R2 = randomRotation(random);
+        const arma::Mat<double> r1 = randomRotation(random);
+        const arma::Mat<double> r2 = randomRotation(random);
         const arma::Col<double> t1 = {5.0 * trial, -3.0, 0.25};
         const arma::Col<double> t2 = {-2.0, 0.5 * trial, 80.0};
-        const double expected = meanSquareDistance(points, R1, R2, t1, t2);
-        EXPECT_NEAR(Structure(points).getMSDTwoTransforms(rowMajor(R1).data(), rowMajor(R2).data(),
+        const double expected = meanSquareDistance(points, r1, r2, t1, t2);
+        EXPECT_NEAR(Structure(points).getMSDTwoTransforms(rowMajor(r1).data(), rowMajor(r2).data(),
                                                           t1.memptr(), t2.memptr()),
                     expected, tolerance * (expected + 1e4));
     }
@@ -90,12 +90,12 @@ TEST(RMSD, PosesWithoutRotationAreAsFarApartAsTheirTranslations) {
 TEST(RMSD, IsSymmetricInThePoses) {
     std::mt19937 random(5);
     const Structure structure(randomPoints(random, 50, {9.0, 4.0, 15.0}));
-    const std::array<double, 9> R1 = rowMajor(randomRotation(random));
-    const std::array<double, 9> R2 = rowMajor(randomRotation(random));
+    const std::array<double, 9> r1 = rowMajor(randomRotation(random));
+    const std::array<double, 9> r2 = rowMajor(randomRotation(random));
     const double t1[3] = {3.0, 20.0, -7.0};
     const double t2[3] = {4.0, 18.0, -5.0};
-    const double forth = structure.getMSDTwoTransforms(R1.data(), R2.data(), t1, t2);
-    const double back = structure.getMSDTwoTransforms(R2.data(), R1.data(), t2, t1);
+    const double forth = structure.getMSDTwoTransforms(r1.data(), r2.data(), t1, t2);
+    const double back = structure.getMSDTwoTransforms(r2.data(), r1.data(), t2, t1);
     EXPECT_NEAR(forth, back, tolerance * 1e3);
 }
 

@@ -15,8 +15,8 @@
 namespace {
 
 constexpr double tolerance = 1e-12; // of values of order one after a few operations
-// An RMSD is the root of 2 (E0 - lambda) / len. When sets coincide all digits of the difference cancel; with
-// E0 / len up to 1e4 here, 1e-10 remains.
+// An RMSD is the root of 2 (e0 - lambda) / len. When sets coincide all digits of the difference cancel; with
+// e0 / len up to 1e4 here, 1e-10 remains.
 constexpr double rootTolerance = 1e-5;
 constexpr double rotationTolerance = 1e-7; // of sets whose axes differ by more than a tenth
 
@@ -124,8 +124,8 @@ Superposition fastCalc(const Points& set1, const Points& set2, double minScore =
     double rot[9] = {};
     double quaternion[4] = {};
     Superposition result;
-    const double E0 = InnerProduct(A, rows1.data(), rows2.data(), rows1.len(), nullptr);
-    result.status = FastCalcRMSDAndRotation(rot, quaternion, A, &result.rmsd, rows1.len(), E0, minScore);
+    const double e0 = InnerProduct(A, rows1.data(), rows2.data(), rows1.len(), nullptr);
+    result.status = FastCalcRMSDAndRotation(rot, quaternion, A, &result.rmsd, rows1.len(), e0, minScore);
     result.rotation = matrixOf(rot);
     return result;
 }
@@ -318,8 +318,8 @@ TEST(FastCalcRMSDAndRotation, QuaternionTurnsBackwards) {
     const Rows rows1(transformed(set1, turn, arma::zeros(3)));
     const Rows rows2(set1);
     double A[9], rot[9], q[4], rmsd;
-    const double E0 = InnerProduct(A, rows1.data(), rows2.data(), 3, nullptr);
-    ASSERT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, E0, -1.0), 1);
+    const double e0 = InnerProduct(A, rows1.data(), rows2.data(), 3, nullptr);
+    ASSERT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, e0, -1.0), 1);
     EXPECT_LT(largestDifference(matrixOf(rot), turn), rotationTolerance);
     const double sign = q[0] > 0.0 ? 1.0 : -1.0;
     EXPECT_NEAR(sign * q[0], std::cos(angle / 2), rotationTolerance);
@@ -346,16 +346,16 @@ TEST(FastCalcRMSDAndRotation, BelowTheLeastScoreRotationAndQuaternionStay) {
     double A[9], rmsd = -1.0;
     double rot[9] = {7.0, 7.0, 7.0, 7.0, 7.0, 7.0, 7.0, 7.0, 7.0};
     double q[4] = {5.0, 5.0, 5.0, 5.0};
-    const double E0 = InnerProduct(A, rows.data(), rows.data(), 3, nullptr);
-    EXPECT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, E0, 0.5), -1);
+    const double e0 = InnerProduct(A, rows.data(), rows.data(), 3, nullptr);
+    EXPECT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, e0, 0.5), -1);
     EXPECT_NEAR(rmsd, 0.0, rootTolerance);
     EXPECT_TRUE(std::all_of(rot, rot + 9, [](double r) { return r == 7.0; }));
     EXPECT_TRUE(std::all_of(q, q + 4, [](double r) { return r == 5.0; }));
-    EXPECT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, E0, 0.0), 1) << "0 sets no least score";
-    FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, E0 + 1.0, 0.0);
+    EXPECT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, e0, 0.0), 1) << "0 sets no least score";
+    FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, e0 + 1.0, 0.0);
     const double leastScore = rmsd;
     ASSERT_GT(leastScore, 0.0);
-    EXPECT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, E0 + 1.0, leastScore), 1) << "at it, not below";
+    EXPECT_EQ(FastCalcRMSDAndRotation(rot, q, A, &rmsd, 3, e0 + 1.0, leastScore), 1) << "at it, not below";
 }
 
 TEST(FastCalcRMSDAndRotation, ColumnsBelowOneThousandthCountAsNull) {
@@ -393,18 +393,18 @@ TEST(InnerProduct, IsTheWeightedCorrelationOfTheSets) {
     const Rows rows1(set1), rows2(set2);
     for (const std::vector<double>& weights : {std::vector<double>{}, randomWeights(random, 7)}) {
         arma::Mat<double> expected(3, 3, arma::fill::zeros);
-        double E0 = 0.0;
+        double e0 = 0.0;
         for (std::size_t i = 0; i < 7; ++i) {
             const double w = weightOf(weights, i);
             expected += w * arma::Col<double>{set1[i][0], set1[i][1], set1[i][2]} *
                         arma::Row<double>{set2[i][0], set2[i][1], set2[i][2]};
-            E0 += 0.5 * w * (dot(set1[i], set1[i]) + dot(set2[i], set2[i]));
+            e0 += 0.5 * w * (dot(set1[i], set1[i]) + dot(set2[i], set2[i]));
         }
         double A[9];
         EXPECT_NEAR(
-            InnerProduct(A, rows1.data(), rows2.data(), 7, weights.empty() ? nullptr : weights.data()), E0,
-            tolerance * E0);
-        EXPECT_LT(largestDifference(matrixOf(A), expected), tolerance * E0);
+            InnerProduct(A, rows1.data(), rows2.data(), 7, weights.empty() ? nullptr : weights.data()), e0,
+            tolerance * e0);
+        EXPECT_LT(largestDifference(matrixOf(A), expected), tolerance * e0);
     }
 }
 
