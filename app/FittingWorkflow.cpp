@@ -3,14 +3,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
-#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <limits>
+#include <optional>
 #include <system_error>
 #include <thread>
 
@@ -42,16 +40,6 @@ bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b) 
 }
 
 } // namespace
-
-double FittingWorkflow::countRotations(double step) {
-    return std::ceil(129600.0 / (step * step * pi)) * std::ceil(360.0 / step);
-}
-
-bool FittingWorkflow::risesAboveCut(double sigma) {
-    constexpr double cut = 0.0001;
-    const double peak = 1.0 / std::sqrt(8.0 * pi * pi * pi * sigma * sigma * sigma);
-    return std::isfinite(peak) && peak > cut;
-}
 
 FittingWorkflow::FittingWorkflow()
     : TCLAP::CmdLine("No message set.", ' ', "No version set.")
@@ -120,8 +108,7 @@ void FittingWorkflow::addOptions() {
 void FittingWorkflow::parse(int argc, const char* const* argv) {
     TCLAP::CmdLine::parse(argc, argv);
     runCheck([this] {
-        checkCounts();
-        checkScales();
+        checkSettings();
         checkPaths();
     });
 }
@@ -154,56 +141,42 @@ void FittingWorkflow::failParsing(TCLAP::ArgException& error) {
     std::exit(status);
 }
 
-void FittingWorkflow::checkCounts() const {
-    if (m_nthread.getValue() < 1) {
-        reject(m_nthread, "The number of threads has to be 1 or more");
-    }
-    if (m_nmodes.getValue() > static_cast<unsigned long>(std::numeric_limits<int>::max())) {
-        reject(m_nmodes, "No model has more than 2147483647 modes");
-    }
-    if (m_nsolutions.getValue() < 1) {
-        reject(m_nsolutions, "The number of solutions has to be 1 or more");
-    }
-    if (m_nclusters.getValue() < 1) {
-        reject(m_nclusters, "The number of clusters has to be 1 or more");
-    }
-    const std::int64_t kept = std::int64_t{m_nsolutions.getValue()} * m_nclusters.getValue();
-    if (useClustering() && kept > std::numeric_limits<int>::max()) {
-        reject(m_nclusters, "nsolutions times nclusters is " + std::to_string(kept) +
-                                ", more than 2147483647: lower one of them");
-    }
+FitSettings FittingWorkflow::settings() const {
+    const auto given = [](const NumberArg<double>& option) {
+        return option.isSet() ? std::optional<double>(option.getValue()) : std::nullopt;
+    };
+    FitSettings settings;
+    settings.modelPath = m_ipdb.getValue();
+    settings.mapPath = m_iedm.getValue();
+    settings.outputDirectory = m_odir.getValue();
+    settings.modes = m_nmodes.getValue();
+    settings.workers = m_nthread.getValue();
+    settings.cutoff = m_cutoff.getValue();
+    settings.stiffness = m_stiffness.getValue();
+    settings.maxRmsd = m_maxrmsd.getValue();
+    settings.sigma = given(m_sigma);
+    settings.filterSigmas = m_filtersigma.getValue();
+    settings.step = given(m_dangle);
+    settings.clusterThreshold = given(m_clusterThreshold);
+    settings.solutions = m_nsolutions.getValue();
+    settings.clusters = m_nclusters.getValue();
+    settings.clustering = useClustering();
+    settings.padding = !m_nopadding.getValue();
+    settings.multistep = m_multistep.getValue();
+    settings.resume = m_resume.getValue();
+    return settings;
 }
 
-void FittingWorkflow::checkScales() const {
-    for (const auto* option :
-         {&m_cutoff, &m_stiffness, &m_maxrmsd, &m_sigma, &m_filtersigma, &m_dangle, &m_clusterThreshold}) {
-        if (!std::isfinite(option->getValue())) {
-            reject(*option, "The value has to be a finite number");
-        }
-    }
-    if (!std::isfinite(m_maxrmsd.getValue() * m_maxrmsd.getValue())) {
-        reject(m_maxrmsd, "The square of the value has to be a finite number");
-    }
-    for (const auto* option : {&m_cutoff, &m_stiffness}) {
-        if (!(option->getValue() > 0.0)) {
-            reject(*option, "The value has to be above 0");
-        }
-    }
-    if (m_sigma.isSet() && !(m_sigma.getValue() > 0.0 && risesAboveCut(m_sigma.getValue()))) {
-        reject(m_sigma,
-               "The width has to be above 0 and below about 73.9 Angstrom, where a Gaussian is too flat "
-               "to be seen");
-    }
-    if (!m_dangle.isSet()) {
-        return;
-    }
-    // The identity may be added and the progress bar counts one rotation ahead, both in an int.
-    constexpr double mostRotations = 2147483645.0;
-    if (!(m_dangle.getValue() > 0.0)) {
-        reject(m_dangle, "The step has to be above 0 degrees");
-    }
-    if (!(countRotations(m_dangle.getValue()) <= mostRotations)) {
-        reject(m_dangle, "The step gives more than 2147483645 rotations: give a larger one");
+void FittingWorkflow::checkSettings() const {
+    try {
+        settings().check();
+    } catch (const SettingError& error) {
+        const TCLAP::Arg* const options[] = {&m_nthread,     &m_nmodes,    &m_nsolutions,      &m_nclusters,
+                                             &m_cutoff,      &m_stiffness, &m_maxrmsd,         &m_sigma,
+                                             &m_filtersigma, &m_dangle,    &m_clusterThreshold};
+        const auto option = std::find_if(std::begin(options), std::end(options),
+                                         [&](const auto* o) { return o->getName() == error.option(); });
+        reject(**option, error.what());
     }
 }
 
@@ -237,19 +210,15 @@ bool FittingWorkflow::useClustering() const {
 }
 
 int FittingWorkflow::getCapacity() const {
-    return useClustering() ? m_nsolutions.getValue() * m_nclusters.getValue() : m_nsolutions.getValue();
+    return settings().capacity();
 }
 
 double FittingWorkflow::getSigma(const cVector3& cellDim) const {
-    return m_sigma.isSet() ? m_sigma.getValue() : std::max({cellDim.x, cellDim.y, cellDim.z});
+    return m_sigma.isSet() ? m_sigma.getValue() : defaultSigma(cellDim);
 }
 
 double FittingWorkflow::getDangle(const unsigned int* mapSize) const {
-    if (m_dangle.isSet()) {
-        return m_dangle.getValue();
-    }
-    const double nMax = *std::max_element(mapSize, mapSize + 3);
-    return 360.0 / std::pow(nMax * 4.0 * pi, 0.3333333333333333);
+    return m_dangle.isSet() ? m_dangle.getValue() : defaultStep(mapSize);
 }
 
 double FittingWorkflow::getClusterThreshold(const std::vector<std::array<double, 3>>& positions) const {

@@ -9,6 +9,7 @@
 
 #include <tclap/CmdLine.h>
 
+#include "Search/FitSettings.h"
 #include "app/ChangelogVisitor.h"
 #include "app/LongFlagSwitchArg.h"
 #include "app/NumberArg.h"
@@ -34,6 +35,9 @@ public:
     /// As the texts of the command line show it.
     std::string& getProgramName() override;
 
+    /// All options as plain values; those that depend on the input are unset where not given.
+    FitSettings settings() const;
+
     /// Whether solutions are clustered: by the switch, or by giving one of the two options of clustering.
     bool useClustering() const;
 
@@ -42,14 +46,6 @@ public:
 
     /// Width of a Gaussian in angstrom: the option, or the largest edge of the map's cell.
     double getSigma(const cVector3& cellDim) const;
-
-    /// Number of rotations that the sampling makes for a step in degrees: the points of a spiral that each
-    /// stand for step^2 square degrees, times a full turn. Not an integer type, as small steps exceed all of
-    /// them.
-    static double countRotations(double step);
-
-    /// Whether a Gaussian of this width, in angstrom, rises above the density at which it is cut.
-    static bool risesAboveCut(double sigma);
 
     /// Step between two rotations in degrees: the option, or 360 / (4 pi nMax)^(1/3) with nMax the largest of
     /// the map's three node counts.
@@ -91,8 +87,7 @@ private:
     void addOptions();
     template <class Check>
     void runCheck(Check check);
-    void checkCounts() const;
-    void checkScales() const;
+    void checkSettings() const;
     void checkPaths() const;
     [[noreturn]] void failParsing(TCLAP::ArgException& error);
 

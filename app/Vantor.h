@@ -24,7 +24,8 @@ class ResultFile;
 class System;
 class cAtomGrid;
 class cSequentialTimer;
-struct PoseMove;
+class MapFrame;
+struct PoseRecord;
 
 /// A fit: the input, the grids, the options, the report, and the stages that don't depend on the kind of
 /// search.
@@ -165,6 +166,8 @@ protected:
     double rotationCount() const;
     void fillPaddedMap(std::vector<double>& target) const;
     void noteMovedPose() { m_hasMovedPoses.store(true, std::memory_order_relaxed); }
+    /// Where poses stand. Follows computeStructureEdm().
+    MapFrame mapFrame() const;
     void countNonConvex() { m_nonConvexCount.fetch_add(1, std::memory_order_relaxed); }
     /// Lets `write` fill a file that appears under its name only when complete. Both failures are told on the
     /// standard error stream and make hasMissingFiles(). One after the opening, or for want of room, leaves
@@ -212,10 +215,10 @@ private:
     void tellCutModel() const;
     void tellLongScan() const;
     void tellCoarseStep() const;
-    cVector3 rotationCenterOfPoses() const;
     struct SolutionFile;
-    PoseMove moveOfPose(const SolutionFile& output, unsigned long solution) const;
-    void writeRemarks(std::FILE* file, unsigned long solution, const PoseMove& move) const;
+    PoseRecord poseRecord(unsigned long solution) const;
+    void writeRemarks(std::FILE* file, unsigned long solution, const PoseRecord& pose,
+                      const cVector3& shift) const;
     bool writePoses(std::FILE* file);
     bool writePose(SolutionFile& output, unsigned long solution) const;
     void writeInputCopies();

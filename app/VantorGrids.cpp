@@ -130,7 +130,7 @@ void Vantor::tellCoarseStep() const {
 
 double Vantor::rotationCount() const {
     const unsigned int size[3] = {m_edm.m_grid.m_size[0], m_edm.m_grid.m_size[1], m_edm.m_grid.m_size[2]};
-    return FittingWorkflow::countRotations(m_workflow.getDangle(size));
+    return countRotations(m_workflow.getDangle(size));
 }
 
 void Vantor::checkResources() const {

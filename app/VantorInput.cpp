@@ -72,7 +72,7 @@ void Vantor::checkMap() const {
              "an axis, a finite cell and finite voxels, whose header agrees with its length.");
     }
     const double sigma = m_workflow.getSigma(m_edm.m_grid.m_cellDim);
-    if (!FittingWorkflow::risesAboveCut(sigma)) {
+    if (!risesAboveCut(sigma)) {
         fail(path + ": its voxels are so large that the default sigma of " + std::to_string(sigma) +
              " angstrom leaves no density above the cut. Give --sigma.");
     }

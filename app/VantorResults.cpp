@@ -16,7 +16,7 @@
 #include "NMAEngine/NormalModeEngine.h"
 #include "PDB/AtomLines.h"
 #include "PDB/writePDB.h"
-#include "app/PoseMove.h"
+#include "Search/MapFrame.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
 
@@ -69,19 +69,15 @@ void Vantor::tellUnmovedPoses(unsigned long tasks) const {
     warn("the refinement moved no pose, and Solution.pdb holds those of Rigid_solution.pdb: " + reason);
 }
 
-/// The centre that the written poses turn about.
-// Deliberate: the map's centre less one cell, while the derivatives turn about the centre itself. The reader
-// moves the map's origin one cell up and the grid translation is one cell short; together the three cancel.
-cVector3 Vantor::rotationCenterOfPoses() const {
-    const cGrid& map = m_edm.m_grid;
-    return 0.5 * (map.m_box.m_min + map.m_box.m_max) - map.m_cellDim;
+MapFrame Vantor::mapFrame() const {
+    const std::array<double, 3> middle = getCenter(m_positions);
+    return MapFrame(m_edm.m_grid, m_structureGrid->m_box.m_min, cVector3(middle[0], middle[1], middle[2]));
 }
 
 /// What the poses of a solution file have in common, and the memory that each of them uses again.
 struct Vantor::SolutionFile {
     std::FILE* file;
-    cVector3 rotationCenter;
-    cVector3 modelCenter;
+    MapFrame frame;
     AtomLines lines;
     arma::Col<double> flex; ///< displacements of the atoms by the modes of a pose; zero without modes
     std::vector<cVector3> placed;
@@ -156,11 +152,7 @@ void Vantor::placeSolutions() {
 }
 
 bool Vantor::writePoses(std::FILE* file) {
-    const std::array<double, 3> middle = getCenter(m_positions);
-    SolutionFile output{file,
-                        rotationCenterOfPoses(),
-                        cVector3(middle[0], middle[1], middle[2]),
-                        AtomLines(m_atoms.data(), m_atoms.size()),
+    SolutionFile output{file, mapFrame(), AtomLines(m_atoms.data(), m_atoms.size()),
                         arma::Col<double>(3 * m_positions.size(), arma::fill::zeros),
                         std::vector<cVector3>(m_positions.size())};
     const unsigned long count = getNSolutions();
@@ -210,45 +202,51 @@ void Vantor::writeInputCopies() {
     writeResult(directory + "/edm.map", [this](std::FILE* file) { return m_edm.write(file); });
 }
 
-PoseMove Vantor::moveOfPose(const SolutionFile& output, unsigned long solution) const {
-    const std::array<double, 3> t = getConformationTau(solution);
-    const cVector3 tau =
-        cVector3(t[2], t[1], t[0]) + (m_edm.m_grid.m_box.m_min - m_structureGrid->m_box.m_min);
-    const cMatrix33 rotation = getConformationRotation(solution);
-    const cVector3 corrected =
-        m_edm.m_grid.m_box.getCorrectedTau(tau, rotation, *getConformationGrid(solution), output.modelCenter);
+/// The pose as the accessors of the search give it, put in order.
+PoseRecord Vantor::poseRecord(unsigned long solution) const {
+    const std::array<double, 3> tau = getConformationTau(solution);
+    const std::array<double, 3> angles = getConformationAngle(solution);
     const std::array<double, 3> shift = getConformationDTau(solution);
     const arma::Col<double> turn = getConformationIRotation(solution);
-    return {rotation, output.rotationCenter, corrected, cVector3(shift[0], shift[1], shift[2]),
-            cVector3(turn(0), turn(1), turn(2))};
+    const arma::Col<double> eta = getConformationEta(solution);
+    PoseRecord pose;
+    pose.score = getConformationScore(solution);
+    pose.refinedScore = getConformationFlexScore(solution);
+    pose.angles = {angles[2], angles[1], angles[0]};
+    pose.tau = cVector3(tau[2], tau[1], tau[0]);
+    pose.period = getConformationGrid(solution)->getPeriod();
+    pose.dTau = cVector3(shift[0], shift[1], shift[2]);
+    pose.dRotation = cVector3(turn(0), turn(1), turn(2));
+    pose.amplitudes.assign(eta.begin(), eta.end());
+    return pose;
 }
 
-void Vantor::writeRemarks(std::FILE* file, unsigned long solution, const PoseMove& move) const {
-    const std::array<double, 3> angles = getConformationAngle(solution);
-    const arma::Col<double> eta = getConformationEta(solution);
-    const cVector3& tau = move.shift;
-    const cVector3& dTau = move.dTau;
-    const cVector3& dRotation = move.dRotation;
+void Vantor::writeRemarks(std::FILE* file, unsigned long solution, const PoseRecord& pose,
+                          const cVector3& shift) const {
+    const auto triple = [file](const char* name, double x, double y, double z) {
+        std::fprintf(file, "REMARK  %s: %f %f %f\n", name, x, y, z);
+    };
     // Deliberate: models count from 0.
     std::fprintf(file, "MODEL        %zu     \n", static_cast<std::size_t>(solution));
-    std::fprintf(file, "REMARK   6 CCF score      : %f\n", getConformationScore(solution));
-    std::fprintf(file, "REMARK   7 CCF tau        : %f %f %f\n", tau.x, tau.y, tau.z);
-    std::fprintf(file, "REMARK   8 CCF R          : %f %f %f\n", angles[2], angles[1], angles[0]);
-    std::fprintf(file, "REMARK   9 CCF flex score : %f\n", getConformationFlexScore(solution));
-    std::fprintf(file, "REMARK  10 CCF dTau       : %f %f %f\n", dTau.x, dTau.y, dTau.z);
-    std::fprintf(file, "REMARK  11 CCF dR         : %f %f %f\n", dRotation.x, dRotation.y, dRotation.z);
+    std::fprintf(file, "REMARK   6 CCF score      : %f\n", pose.score);
+    triple(" 7 CCF tau        ", shift.x, shift.y, shift.z);
+    triple(" 8 CCF R          ", pose.angles[0], pose.angles[1], pose.angles[2]);
+    std::fprintf(file, "REMARK   9 CCF flex score : %f\n", pose.refinedScore);
+    triple("10 CCF dTau       ", pose.dTau.x, pose.dTau.y, pose.dTau.z);
+    triple("11 CCF dR         ", pose.dRotation.x, pose.dRotation.y, pose.dRotation.z);
     std::fprintf(file, "REMARK  12 CCF eta        : ");
     for (unsigned int mode = 0; mode < m_nma->m_nModes; ++mode) {
-        std::fprintf(file, "%f ", eta(mode));
+        std::fprintf(file, "%f ", pose.amplitudes[mode]);
     }
     std::fprintf(file, "\n");
 }
 
 bool Vantor::writePose(SolutionFile& output, unsigned long solution) const {
-    const PoseMove move = moveOfPose(output, solution);
-    writeRemarks(output.file, solution, move);
+    const PoseRecord pose = poseRecord(solution);
+    const PoseMove move = output.frame.place(pose);
+    writeRemarks(output.file, solution, pose, move.shift);
     if (m_nma->m_nModes > 0) {
-        output.flex = m_nma->m_modes * getConformationEta(solution);
+        output.flex = m_nma->m_modes * arma::Col<double>(pose.amplitudes);
     }
     for (std::size_t a = 0; a < output.placed.size(); ++a) {
         output.placed[a] = move(cVector3(m_positions[a].data()), cVector3(output.flex.memptr() + 3 * a));

@@ -87,6 +87,11 @@ cVector3 cBBox::getRandomVector() const {
 
 cVector3 cBBox::getCorrectedTau(const cVector3& tau, const cMatrix33& rotation, const cGrid& grid,
                                 const cVector3& center) const {
+    return getCorrectedTau(tau, rotation, grid.getPeriod(), center);
+}
+
+cVector3 cBBox::getCorrectedTau(const cVector3& tau, const cMatrix33& rotation, const cVector3& period,
+                                const cVector3& center) const {
     const cMatrix33 inverse = rotation.getTranspose();
     const cVector3 boxCenter = this->center();
     const cVector3 placed = tau + center - boxCenter + inverse * boxCenter;
@@ -96,11 +101,10 @@ cVector3 cBBox::getCorrectedTau(const cVector3& tau, const cMatrix33& rotation, 
     cVector3 corrected = tau;
     for (int axis = 0; axis < 3; ++axis) {
         // Deliberate: one period at most, however far off the placed point is.
-        const double period = grid.m_size[axis] * grid.m_cellDim[axis];
         if (bounds.m_min[axis] > placed[axis]) {
-            corrected[axis] += period;
+            corrected[axis] += period[axis];
         } else if (placed[axis] > bounds.m_max[axis]) {
-            corrected[axis] -= period;
+            corrected[axis] -= period[axis];
         }
     }
     return corrected;

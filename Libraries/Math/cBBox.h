@@ -56,6 +56,9 @@ public:
     /// @param center    rotation centre
     cVector3 getCorrectedTau(const cVector3& tau, const cMatrix33& rotation, const cGrid& grid,
                              const cVector3& center) const;
+    /// @param period  of the scan's grid
+    cVector3 getCorrectedTau(const cVector3& tau, const cMatrix33& rotation, const cVector3& period,
+                             const cVector3& center) const;
 
     bool operator==(const cBBox& box) const { return m_min == box.m_min && m_max == box.m_max; }
     bool operator!=(const cBBox& box) const { return !(*this == box); }

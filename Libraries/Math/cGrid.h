@@ -70,6 +70,11 @@ public:
     /// m_size as a value.
     std::array<unsigned int, 3> getSizes() const { return {m_size[0], m_size[1], m_size[2]}; }
 
+    /// Of a cyclic correlation on this grid: n d per axis, angstrom.
+    cVector3 getPeriod() const {
+        return cVector3(m_size[0] * m_cellDim.x, m_size[1] * m_cellDim.y, m_size[2] * m_cellDim.z);
+    }
+
     /// (i ny + j) nz + k in 32-bit unsigned arithmetic. An index off the grid is not caught.
     unsigned int indexToFlatIndex(int i, int j, int k) const {
         return (static_cast<unsigned int>(i) * m_size[1] + static_cast<unsigned int>(j)) * m_size[2] +

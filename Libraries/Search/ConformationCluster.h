@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#ifndef SELVANE_APP_CONFORMATIONCLUSTER_H
-#define SELVANE_APP_CONFORMATIONCLUSTER_H
+#ifndef SELVANE_SEARCH_CONFORMATIONCLUSTER_H
+#define SELVANE_SEARCH_CONFORMATIONCLUSTER_H
 
 #include <array>
 #include <functional>
@@ -10,33 +10,30 @@
 #include <utility>
 #include <vector>
 
-#include "Math/cBBox.h"
 #include "Math/cGrid.h"
 #include "Math/cMatrix33.h"
 #include "Math/cVector3.h"
-#include "Math/structure.h"
 #include "QCProt/RMSD.h"
+#include "Search/MapFrame.h"
+#include "Search/PoseRecord.h"
 
 /// Representatives of a list of poses: offered best first, a pose is kept if no kept one lies nearer than a
 /// threshold. The distance of two poses is the root mean square displacement of the model's atoms between
 /// their rigid placements, from the model's moments alone.
 ///
 /// A placement is the rotation R of a pose, row-major, and its translation t in the frame of the model, in
-/// angstrom. It puts the atom x at R x + p with p = R (t' - pivot) + pivot, t' being the period of t that
-/// keeps the model in the map's box: where the solution files have it, but for small rotations, modes, and
-/// increments of the translation that decide the period.
+/// angstrom. It puts the atom x at R x + p as MapFrame has it, with the increments in t: where the solution
+/// files have it, but for small rotations, modes, and increments of the translation that decide the period.
 /// @tparam T  a candidate pose, as FlexibleFitConformation, whose rigid score is a number
 template <typename T>
 class ConformationCluster : public RMSD<std::array<double, 3>> {
 public:
     using Placement = std::pair<std::array<double, 9>, std::array<double, 3>>;
 
-    /// @param positions        of the model's atoms
-    /// @param mapGrid          unpadded
-    /// @param structureOrigin  low corner of the grid around the model
-    /// @param threshold        in angstrom
-    ConformationCluster(const std::vector<std::array<double, 3>>& positions, const cGrid& mapGrid,
-                        const cVector3& structureOrigin, double threshold);
+    /// @param positions  of the model's atoms
+    /// @param threshold  in angstrom
+    ConformationCluster(const std::vector<std::array<double, 3>>& positions, const MapFrame& frame,
+                        double threshold);
 
     /// Offers a pose and drops the worst ones beyond `capacity`. A kept pose nearer than the threshold
     /// refuses it if better, and is dropped if not.
@@ -58,28 +55,14 @@ private:
     void resolveNeighbours(typename Clusters::iterator inserted);
 
     double m_squaredThreshold;
-    Clusters m_clusters;        ///< the kept poses, best first
-    cVector3 m_pivot;           ///< that written poses turn about: the map's centre less one cell
-    cVector3 m_structureOrigin; ///< low corner of the structure grid
-    cVector3 m_mapOrigin;       ///< low corner of the map
-    cBBox m_mapBox;
-    cVector3 m_center; ///< mean of the positions
+    Clusters m_clusters; ///< the kept poses, best first
+    MapFrame m_frame;
 };
 
 template <typename T>
 ConformationCluster<T>::ConformationCluster(const std::vector<std::array<double, 3>>& positions,
-                                            const cGrid& mapGrid, const cVector3& structureOrigin,
-                                            double threshold)
-    : RMSD<std::array<double, 3>>(positions)
-    , m_squaredThreshold(threshold * threshold)
-    // Deliberate: one cell below the map's centre, as for the poses that are written.
-    , m_pivot(0.5 * (mapGrid.m_box.m_min + mapGrid.m_box.m_max) - mapGrid.m_cellDim)
-    , m_structureOrigin(structureOrigin)
-    , m_mapOrigin(mapGrid.m_box.m_min)
-    , m_mapBox(mapGrid.m_box) {
-    const std::array<double, 3> center = getCenter(positions);
-    m_center = cVector3(center[0], center[1], center[2]);
-}
+                                            const MapFrame& frame, double threshold)
+    : RMSD<std::array<double, 3>>(positions), m_squaredThreshold(threshold * threshold), m_frame(frame) {}
 
 template <typename T>
 void ConformationCluster<T>::insertToMap(const T& candidate, unsigned long capacity) {
@@ -115,12 +98,10 @@ void ConformationCluster<T>::resolveNeighbours(typename Clusters::iterator inser
 
 template <typename T>
 typename ConformationCluster<T>::Placement ConformationCluster<T>::makePlacement(const T& candidate) const {
-    const std::array<double, 3> t = candidate.getTau(); // z, y, x
-    const cVector3 tau = cVector3(t[2], t[1], t[0]) + (m_mapOrigin - m_structureOrigin) +
-                         cVector3(candidate.m_ddx, candidate.m_ddy, candidate.m_ddz);
+    const PoseRecord pose = toPoseRecord(candidate);
+    const cVector3 tau = pose.tau + m_frame.offset() + pose.dTau;
     Placement placement;
-    cMatrix33::rotationXYZ(candidate.m_alpha, candidate.m_beta, candidate.m_gamma)
-        .toArray(placement.first.data());
+    pose.rotation().toArray(placement.first.data());
     placement.second = {tau.x, tau.y, tau.z};
     return placement;
 }
@@ -140,8 +121,8 @@ std::array<double, 3> ConformationCluster<T>::translationInMap(const Placement& 
     cMatrix33 rotation;
     rotation.fromArray(placement.first.data());
     const auto& t = placement.second;
-    const cVector3 corrected = m_mapBox.getCorrectedTau(cVector3(t[0], t[1], t[2]), rotation, grid, m_center);
-    const cVector3 p = rotation * (corrected - m_pivot) + m_pivot;
+    const cVector3 shift = m_frame.shiftOf(cVector3(t[0], t[1], t[2]), rotation, grid.getPeriod());
+    const cVector3 p = m_frame.translationOf(shift, rotation);
     return {p.x, p.y, p.z};
 }
 

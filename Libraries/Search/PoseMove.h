@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#ifndef SELVANE_APP_POSEMOVE_H
-#define SELVANE_APP_POSEMOVE_H
+#ifndef SELVANE_SEARCH_POSEMOVE_H
+#define SELVANE_SEARCH_POSEMOVE_H
 
 #include "Math/cMatrix33.h"
 #include "Math/cVector3.h"
@@ -19,6 +19,10 @@ struct PoseMove {
         const cVector3 local = dTau + (dRotation ^ (p - center)) + flex;
         return rotation * ((p - center) + shift) + rotation * local + center;
     }
+
+    /// The rotation and the translation of the rigid motion p' = R p + translation() that the pose is but for
+    /// dRotation and u.
+    cVector3 translation() const { return rotation * (shift + dTau - center) + center; }
 };
 
 #endif

@@ -8,7 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
-#include "app/ConformationCluster.h"
+#include "Math/structure.h"
+#include "Search/ConformationCluster.h"
 
 namespace {
 
@@ -43,7 +44,8 @@ protected:
     }
 
     Cluster makeCluster(double threshold) const {
-        return Cluster(m_positions, m_map, m_structureOrigin, threshold);
+        const std::array<double, 3> middle = getCenter(m_positions);
+        return Cluster(m_positions, MapFrame(m_map, m_structureOrigin, cVector3(middle.data())), threshold);
     }
 
     Pose makePose(double score, int i, int j, int k, double a = 0.0, double b = 0.0, double c = 0.0) const {

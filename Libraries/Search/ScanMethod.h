@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_SEARCH_SCANMETHOD_H
+#define SELVANE_SEARCH_SCANMETHOD_H
+
+#include <cstddef>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "Search/ScanWorker.h"
+#include "Search/SearchScene.h"
+
+class ElectronDensity;
+
+/// How a search scores a rotation, and what its workers share for it. Made once; after it nothing asks which
+/// one it is.
+class ScanMethod {
+public:
+    /// @param scene  its views must stay; the method keeps the struct itself
+    explicit ScanMethod(SearchScene scene) : m_scene(std::move(scene)) {}
+    virtual ~ScanMethod() = default;
+    ScanMethod(const ScanMethod&) = delete;
+    ScanMethod& operator=(const ScanMethod&) = delete;
+
+    /// The plain method, or that of multistep.
+    static std::unique_ptr<ScanMethod> choose(SearchScene scene, bool multistep);
+
+    /// Bytes of the arrays that so many workers take, what they share included, beyond the scene.
+    virtual double bytesNeeded(std::size_t workers) const = 0;
+
+    /// Makes a worker. On the main thread: transforms are planned.
+    /// @param buffer  the worker's own padded map, filled by fillBuffer(); must not move. Only where
+    /// usesBuffer().
+    virtual std::unique_ptr<ScanWorker> makeWorker(std::vector<double>& buffer) = 0;
+
+    /// Whether a worker rotates the map into a padded buffer of its own.
+    virtual bool usesBuffer() const = 0;
+    void fillBuffer(std::vector<double>& buffer) const;
+
+    /// Gives a worker the model to correlate with, on any thread.
+    /// @return the density of the model where it stands, for the first worker that asks; null for the others
+    virtual std::shared_ptr<const ElectronDensity> makePattern(ScanWorker& worker) = 0;
+
+    /// How far, in the degrees of freedom together, the model may move at a rotation; of multistep alone.
+    void setTrustRadius(double radius) { m_trustRadius = radius; }
+
+    const SearchScene& scene() const { return m_scene; }
+
+    double trustRadius() const { return m_trustRadius; }
+
+private:
+    SearchScene m_scene;
+    double m_trustRadius = 0.0;
+};
+
+#endif

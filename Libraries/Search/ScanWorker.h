@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_SEARCH_SCANWORKER_H
+#define SELVANE_SEARCH_SCANWORKER_H
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "CrossCorrelation/HexaustFlexibleFitConformation.h"
+#include "CrossCorrelation/LimitedSizeSet.h"
+
+/// The candidates of a worker, best first, at most one per score.
+using CandidateSet = LimitedSizeSet<HexaustFlexibleFitConformation>;
+
+/// A rotation of the scan, as the angles of cMatrix33::rotationXYZ in radians.
+using Rotation = std::array<double, 3>;
+
+/// The part of a list of rotations that one worker does. Parts are contiguous and follow each other in the
+/// order of the workers' indices, so that any list, however it is dealt to threads and processes, gives the
+/// same sets as long as the number of all workers is the same.
+struct ScanShare {
+    std::size_t first = 0;
+    std::size_t count = 0;
+    std::size_t worker = 0; ///< index among all workers, whatever process they belong to
+
+    /// The share of a worker: ceil(rotations / workers) each, late workers fewer or none.
+    static ScanShare of(std::size_t worker, std::size_t workers, std::size_t rotations);
+};
+
+/// What one thread of a scan does with a rotation. The implementations differ in how a rotation is scored and
+/// in nothing else; which one a search uses is chosen once, in ScanMethod. Belongs to one thread.
+class ScanWorker {
+public:
+    virtual ~ScanWorker() = default;
+
+    /// Takes up a rotation of the map.
+    virtual void rotate(const Rotation& angles) = 0;
+    /// Scores every translation of it.
+    virtual void score() = 0;
+    /// Offers all scores above ElectronDensity::EPSILON to a set, in flat order.
+    virtual void offer(CandidateSet& set) = 0;
+
+    /// The three in their order.
+    void step(const Rotation& angles, CandidateSet& set) {
+        rotate(angles);
+        score();
+        offer(set);
+    }
+};
+
+/// The merge of the workers' sets: what sets 1, 2, ... hold is offered to set 0, in the order of the workers
+/// and best first. Of equal scores the worker with the lowest index wins.
+/// @param sets  at least one; the first is used up
+std::vector<HexaustFlexibleFitConformation> mergeCandidates(std::vector<CandidateSet>& sets);
+
+#endif
