@@ -124,7 +124,7 @@ void Vantor::tellCoarseStep() const {
         ": a step of %.3g degrees is too coarse for a model with a radius of gyration of %.3g "
         "angstrom and atoms %.3g angstrom wide (--sigma), and the scan can miss the right place. Give "
         "--dangle %g or less, which makes %.0f rotations.",
-        step, radius, m_sigma, goodStep, FittingWorkflow::countRotations(goodStep));
+        step, radius, m_sigma, goodStep, countRotations(goodStep));
     warn(m_workflow.m_ipdb.getValue() + text);
 }
 

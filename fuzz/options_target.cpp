@@ -53,8 +53,8 @@ void checkAccepted(const FittingWorkflow& workflow) {
     require(workflow.m_nthread.getValue() > 0, "at least one worker");
     require(workflow.getCapacity() > 0, "at least one solution");
     const double sigma = workflow.getSigma(cVector3(1.0, 2.0, 3.0));
-    require(FittingWorkflow::risesAboveCut(sigma), "a Gaussian rises above the cut");
-    const double rotations = FittingWorkflow::countRotations(workflow.getDangle(mapSize));
+    require(risesAboveCut(sigma), "a Gaussian rises above the cut");
+    const double rotations = countRotations(workflow.getDangle(mapSize));
     require(rotations >= 1.0 && rotations <= 2147483645.0, "the rotations are counted by an int");
     for (const auto* option : {&workflow.m_cutoff, &workflow.m_stiffness, &workflow.m_maxrmsd,
                                &workflow.m_filtersigma, &workflow.m_clusterThreshold}) {

@@ -6,13 +6,12 @@
 #include <cstdint>
 #include <limits>
 
-#include "CrossCorrelation/ElectronDensity.h"
+#include "CrossCorrelation/scoreFloor.h"
 #include "Math/cGrid.h"
+#include "Math/pi.h"
 #include "Math/structure.h"
 
 namespace {
-
-constexpr double pi = 3.141592653589793;
 
 // The identity may be added and the progress bar counts one rotation ahead, both in an int.
 constexpr double mostRotations = 2147483645.0;
@@ -87,8 +86,7 @@ void FitSettings::check() const {
 
 void FitSettings::resolve(const cGrid& map) {
     sigma = sigma.value_or(defaultSigma(map.m_cellDim));
-    const unsigned int size[3] = {map.m_size[0], map.m_size[1], map.m_size[2]};
-    step = step.value_or(defaultStep(size));
+    step = step.value_or(defaultStep(map.getSizes().data()));
 }
 
 void FitSettings::resolve(const std::vector<std::array<double, 3>>& positions) {
@@ -120,5 +118,5 @@ double countRotations(double step) {
 
 bool risesAboveCut(double sigma) {
     const double peak = 1.0 / std::sqrt(8.0 * pi * pi * pi * sigma * sigma * sigma);
-    return std::isfinite(peak) && peak > ElectronDensity::EPSILON;
+    return std::isfinite(peak) && peak > scoreFloor;
 }

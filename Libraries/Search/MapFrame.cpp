@@ -7,11 +7,11 @@
 MapFrame::MapFrame(const cGrid& map, const cVector3& structureOrigin, const cVector3& modelCenter)
     : m_box(map.m_box)
     , m_offset(map.m_box.m_min - structureOrigin)
-    , m_pivot(0.5 * (map.m_box.m_min + map.m_box.m_max) - map.m_cellDim)
+    , m_pivot(map.m_box.center() - map.m_cellDim)
     , m_modelCenter(modelCenter) {}
 
 cVector3 MapFrame::rotationCenter() const {
-    return 0.5 * (m_box.m_min + m_box.m_max);
+    return m_box.center();
 }
 
 PoseMove MapFrame::place(const PoseRecord& pose) const {

@@ -76,7 +76,7 @@ bool cutsModel(const SearchGrids& grids) {
 }
 
 cVector3 SearchScene::rotationCenter() const {
-    return 0.5 * (map->m_box.m_min + map->m_box.m_max);
+    return map->m_box.center();
 }
 
 std::shared_ptr<const ElectronDensity> SearchScene::modelDensity() const {
