@@ -6,23 +6,25 @@
 #include <cstring>
 
 #include "IO/ResultFile.h"
+#include "app/FittingWorkflow.h"
 #include "app/fail.h"
 #include "app/shellQuote.h"
 
-Vantor::Vantor(int argc, char** argv, int width) : m_info(width) {
-    m_workflow.parse(argc, argv);
+Vantor::Vantor(int argc, char** argv, int width)
+    : m_workflow(std::make_unique<FittingWorkflow>()), m_info(width) {
+    m_workflow->parse(argc, argv);
+    m_settings = m_workflow->settings();
     // A directory that can't be made shows when the first solution file is opened.
-    const std::string command = "mkdir -p -- " + shellQuote(m_workflow.m_odir.getValue());
+    const std::string command = "mkdir -p -- " + shellQuote(m_settings.outputDirectory);
     [[maybe_unused]] const int status = std::system(command.c_str());
-    m_nThread = m_workflow.m_nthread.getValue();
+    m_nThread = m_settings.workers;
 }
 
 Vantor::~Vantor() {
     const cGrid& grid = m_edm.m_grid;
-    unsigned int size[3] = {grid.m_size[0], grid.m_size[1], grid.m_size[2]};
-    const std::string path = m_workflow.m_odir.getValue() + "/log.txt";
+    const std::string path = m_settings.outputDirectory + "/log.txt";
     errno = 0;
-    if (!m_workflow.saveArgumentLog(path, grid.m_cellDim, size, m_positions)) {
+    if (!m_workflow->saveArgumentLog(path, grid.m_cellDim, grid.getSizes().data(), m_positions)) {
         const std::string reason = errno != 0 ? std::string(": ") + std::strerror(errno) : "";
         warn(path + " could not be written" + reason +
              ". Check its directory, the permissions and the free space of the disk.");

@@ -17,8 +17,9 @@
 #include "Math/cGrid.h"
 #include "Math/cMatrix33.h"
 #include "PDB/cPDBAtom.h"
-#include "app/FittingWorkflow.h"
+#include "Search/FitSettings.h"
 
+class FittingWorkflow;
 class NormalModeEngine;
 class ResultFile;
 class System;
@@ -26,6 +27,7 @@ class cAtomGrid;
 class cSequentialTimer;
 class MapFrame;
 struct PoseRecord;
+struct SearchGrids;
 
 /// A fit: the input, the grids, the options, the report, and the stages that don't depend on the kind of
 /// search.
@@ -84,7 +86,7 @@ public:
 
     unsigned long getNThread() const { return m_nThread; }
     cInfo& info() { return m_info; }
-    const FittingWorkflow& workflow() const { return m_workflow; }
+    const FitSettings& settings() const { return m_settings; }
 
     /// Share of the refined poses whose local problem wasn't concave, in percent of `tasks`.
     double nonConvexPercentage(unsigned long tasks) const;
@@ -159,9 +161,9 @@ public:
 protected:
     /// Bytes that the estimated run needs beyond what is held already; for the check before the buffers are
     /// made.
-    virtual double estimateScanBytes() const = 0;
+    virtual double estimateScanBytes() = 0;
     /// The same in address space, what the threads and the refinement take up among it.
-    virtual double estimateAddressSpace() const = 0;
+    virtual double estimateAddressSpace() = 0;
     /// Number of rotations of the sampling, before the identity is added.
     double rotationCount() const;
     void fillPaddedMap(std::vector<double>& target) const;
@@ -199,7 +201,8 @@ protected:
     std::atomic<unsigned long> m_nonConvexCount{0};
     std::atomic<bool> m_hasMovedPoses{false};
     unsigned long m_nThread = 0;
-    FittingWorkflow m_workflow;
+    std::unique_ptr<FittingWorkflow> m_workflow; ///< the command line, for the log alone
+    FitSettings m_settings;
     cInfo m_info;
 
 private:
@@ -211,8 +214,8 @@ private:
     void checkSprings(const cAtomGrid& grid);
     void tellCoincidentAtoms() const;
     void tellTooManyModes() const;
-    void checkResources() const;
-    void tellCutModel() const;
+    void checkResources();
+    void tellCutModel(const SearchGrids& grids) const;
     void tellLongScan() const;
     void tellCoarseStep() const;
     struct SolutionFile;

@@ -3,41 +3,19 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <stdexcept>
 
 #include "CrossCorrelation/ElectronDensity.h"
 #include "IO/cSequentialTimer.h"
+#include "Math/pi.h"
 #include "Math/structure.h"
-#include "Sampler/cAngularSampler.h"
+#include "Search/ScanWorker.h"
+#include "Search/SearchScene.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
 #include "app/resources.h"
 
 namespace {
-
-constexpr double largestNodeCount = 2147483647.0;
-
-/// Moves the corners of the model's box: the low one onto a node of the map. fmod has the sign of its
-/// dividend, so below the map's corner the low corner moves inwards.
-// Deliberate: the high corner moves away by its remainder and does not land on a node; the node count comes
-// from the map.
-void alignWithMap(cBBox& box, const cGrid& map) {
-    const cVector3 origin = map.m_box.m_min;
-    const cVector3 cell = map.m_cellDim;
-    const cVector3 lowShift(std::fmod(box.m_min.x - origin.x, cell.x),
-                            std::fmod(box.m_min.y - origin.y, cell.y),
-                            std::fmod(box.m_min.z - origin.z, cell.z));
-    const cVector3 highShift(std::fmod(box.m_max.x - origin.x, cell.x),
-                             std::fmod(box.m_max.y - origin.y, cell.y),
-                             std::fmod(box.m_max.z - origin.z, cell.z));
-    box.m_min -= lowShift;
-    box.m_max += highShift;
-}
-
-double nodeCount(const cBBox& box, const cVector3& cell) {
-    const auto nodes = [](double edge, double step) { return std::ceil(edge / step) + 1.0; };
-    return nodes(box.m_max.x - box.m_min.x, cell.x) * nodes(box.m_max.y - box.m_min.y, cell.y) *
-           nodes(box.m_max.z - box.m_min.z, cell.z);
-}
 
 /// The number cut to two significant digits.
 double twoDigitsBelow(double value) {
@@ -45,60 +23,40 @@ double twoDigitsBelow(double value) {
     return std::floor(value / unit) * unit;
 }
 
-double paddedNodeCount(const cGrid& map, bool nopadding) {
-    double count = 1.0;
-    for (unsigned int size : map.m_size) {
-        count *= nopadding ? size : getPowerTwo(size);
-    }
-    return count;
-}
-
 } // namespace
 
 void Vantor::computeStructureEdm(cSequentialTimer& timer) {
     m_info.printInfo(" Constructing the grid of the EDM of the structure ");
-    const cGrid& map = m_edm.m_grid;
-    cBBox box = ElectronDensity::getBoundingBox(m_positions, m_sigma, ElectronDensity::EPSILON, 1.0);
-    alignWithMap(box, map);
-    if (!(nodeCount(box, map.m_cellDim) <= largestNodeCount)) {
-        fail(m_workflow.m_ipdb.getValue() +
-             ": the model's box has more than 2^31 nodes at the map's voxel size. "
-             "Check for atoms far from the rest.");
+    try {
+        m_structureGrid = laySearchGrid(m_edm.m_grid, m_positions, m_sigma);
+    } catch (const std::length_error& error) {
+        fail(m_settings.modelPath + ": " + error.what() + ". Check for atoms far from the rest.");
     }
-    unsigned int size[3] = {map.m_size[0], map.m_size[1], map.m_size[2]};
-    m_structureGrid = std::make_shared<cGrid>(box, size);
-    m_structureGrid->setCellDim(map.m_cellDim);
     // Deliberate: the caller saves once more, which leaves this stage's row next to nothing.
     m_info.saveTimeInterval(timer.getTimeInterval());
 }
 
 void Vantor::zeroPadd() {
     m_info.printInfo(" Zero padding the grids and densities ");
-    const bool nopadding = m_workflow.m_nopadding.getValue();
-    if (!(paddedNodeCount(m_edm.m_grid, nopadding) <= largestNodeCount)) {
-        fail(m_workflow.m_iedm.getValue() +
-             ": the padded map has more than 2^31 voxels. Use --nopadding, or a "
-             "coarser map.");
+    try {
+        SearchGrids grids{m_structureGrid, nullptr, cGrid()};
+        padSearchGrids(grids, m_edm.m_grid, m_settings.padding, m_info);
+        m_paddedStructureGrid = grids.paddedStructure;
+        m_paddedGrid = grids.padded;
+        tellCutModel(grids);
+    } catch (const std::length_error& error) {
+        fail(m_settings.mapPath + ": " + error.what() + ". Use --nopadding, or a coarser map.");
     }
-    m_paddedStructureGrid = std::make_shared<cGrid>();
-    cGrid::paddTwoGridsToPowerTwo(m_edm.m_grid, *m_structureGrid, m_paddedGrid, *m_paddedStructureGrid,
-                                  m_info, nopadding);
-    m_paddedStructureGrid->m_center = m_structureGrid->m_center;
-    tellCutModel();
     tellCoarseStep();
     checkResources();
 }
 
 /// The common size of the grids follows the map alone.
-void Vantor::tellCutModel() const {
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        if (m_structureGrid->m_size[axis] > m_paddedGrid.m_size[axis]) {
-            warn(m_workflow.m_ipdb.getValue() +
-                 ": the model with its margin is larger than the map's grid, and what "
-                 "reaches beyond is cut off. Pad the map with zeros, or orient the "
-                 "model along it.");
-            return;
-        }
+void Vantor::tellCutModel(const SearchGrids& grids) const {
+    if (cutsModel(grids)) {
+        warn(m_settings.modelPath + ": the model with its margin is larger than the map's grid, and what "
+                                    "reaches beyond is cut off. Pad the map with zeros, or orient the "
+                                    "model along it.");
     }
 }
 
@@ -110,9 +68,8 @@ void Vantor::tellCutModel() const {
 void Vantor::tellCoarseStep() const {
     constexpr double good = 2.0;     // widths
     constexpr double hopeless = 4.0; // widths
-    constexpr double degreesPerRadian = 180.0 / 3.141592653589793;
-    const unsigned int size[3] = {m_edm.m_grid.m_size[0], m_edm.m_grid.m_size[1], m_edm.m_grid.m_size[2]};
-    const double step = m_workflow.getDangle(size);
+    constexpr double degreesPerRadian = 1.0 / radiansPerDegree;
+    const double step = m_settings.step.value();
     const double radius = getRadiusOfGyration(m_positions);
     if (!(radius * step / degreesPerRadian > hopeless * m_sigma)) {
         return;
@@ -125,15 +82,14 @@ void Vantor::tellCoarseStep() const {
         "angstrom and atoms %.3g angstrom wide (--sigma), and the scan can miss the right place. Give "
         "--dangle %g or less, which makes %.0f rotations.",
         step, radius, m_sigma, goodStep, countRotations(goodStep));
-    warn(m_workflow.m_ipdb.getValue() + text);
+    warn(m_settings.modelPath + text);
 }
 
 double Vantor::rotationCount() const {
-    const unsigned int size[3] = {m_edm.m_grid.m_size[0], m_edm.m_grid.m_size[1], m_edm.m_grid.m_size[2]};
-    return countRotations(m_workflow.getDangle(size));
+    return m_settings.rotationCount();
 }
 
-void Vantor::checkResources() const {
+void Vantor::checkResources() {
     const double needed = estimateScanBytes();
     const resources::Memory memory = resources::memory();
     constexpr double gigabyte = 1024.0 * 1024.0 * 1024.0;
@@ -156,16 +112,15 @@ void Vantor::checkResources() const {
         warn("this run needs about " + text(needed) + " of memory and only " + text(memory.available) +
              " are free. " + remedy);
     }
-    const int poses =
-        m_workflow.useClustering() ? m_workflow.m_nclusters.getValue() : m_workflow.getCapacity();
+    const int poses = m_settings.clustering ? m_settings.clusters : m_settings.capacity();
     const double found = (rotationCount() + 1.0) * m_paddedGrid.getTotalSize();
     const double lines = 2.0 * static_cast<double>(m_atoms.size()) * std::min<double>(poses, found);
     constexpr double bytesPerLine = 81.0;
     const double files = bytesPerLine * lines + 4.0 * m_edm.m_grid.getTotalSize();
-    const double disk = resources::freeDisk(m_workflow.m_odir.getValue());
+    const double disk = resources::freeDisk(m_settings.outputDirectory);
     if (files > disk) {
-        warn("the solution files need up to " + text(files) + " and " + m_workflow.m_odir.getValue() +
-             " has " + text(disk) + " free. Use a smaller --nsolutions or another --odir.");
+        warn("the solution files need up to " + text(files) + " and " + m_settings.outputDirectory + " has " +
+             text(disk) + " free. Use a smaller --nsolutions or another --odir.");
     }
 }
 
@@ -200,24 +155,13 @@ void Vantor::tellLongScan() const {
 std::vector<std::array<double, 3>> Vantor::getEulerAngles() {
     m_info.printInfo(" Loading the rotation angles ");
     tellLongScan();
-    unsigned int size[3] = {m_edm.m_grid.m_size[0], m_edm.m_grid.m_size[1], m_edm.m_grid.m_size[2]};
-    auto rotations = cAngularSampler::constructRotations(m_workflow.getDangle(size));
-    constexpr double identityTolerance = 1e-11;
-    bool hasIdentity = false;
-    for (const auto& rotation : rotations) {
-        hasIdentity = hasIdentity || norm(rotation) < identityTolerance;
-    }
-    if (!hasIdentity) {
-        rotations.push_back({0.0, 0.0, 0.0});
-    }
-    return rotations;
+    return scanRotations(m_settings.step.value());
 }
 
 void Vantor::threadedSetEulerAngles(const std::array<double, 3>& angles, unsigned long threadId) {
     m_localEulerAngles[threadId] = angles;
     ElectronDensity::rotateNonZeroPadded(m_edmValues, m_edm.m_grid, angles, m_paddedGrid,
-                                         m_localEdmValues[threadId].data(),
-                                         m_workflow.m_filtersigma.getValue());
+                                         m_localEdmValues[threadId].data(), m_settings.filterSigmas);
 }
 
 void Vantor::setEulerAngles(const std::array<double, 3>& angles) {
@@ -227,5 +171,5 @@ void Vantor::setEulerAngles(const std::array<double, 3>& angles) {
     m_eulerAngles = angles;
     m_paddedEdmValues.resize(m_paddedGrid.getTotalSize());
     ElectronDensity::rotateNonZeroPadded(m_edmValues, m_edm.m_grid, angles, m_paddedGrid,
-                                         m_paddedEdmValues.data(), m_workflow.m_filtersigma.getValue());
+                                         m_paddedEdmValues.data(), m_settings.filterSigmas);
 }

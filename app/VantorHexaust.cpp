@@ -3,13 +3,13 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 #include <string>
 
 #include "CrossCorrelation/ElectronDensity.h"
-#include "CrossCorrelation/RotationScan.h"
 #include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
-#include "Interface/CrossCorrelationOracle.h"
 #include "NMAEngine/NormalModeEngine.h"
+#include "Search/MultistepScanMethod.h"
 #include "app/fail.h"
 #include "app/resources.h"
 
@@ -33,7 +33,7 @@ VantorHexaust::~VantorHexaust() = default;
 /// Ends the run if not even the empty per-worker members fit; what they hold later is checked with the grids.
 void VantorHexaust::checkWorkerCount() const {
     constexpr std::size_t bytesPerWorker =
-        sizeof(decltype(m_localEulerAngles)::value_type) + sizeof(decltype(m_local_ccf)::value_type) +
+        sizeof(decltype(m_localEulerAngles)::value_type) + sizeof(decltype(m_workers)::value_type) +
         sizeof(decltype(m_localConformations)::value_type) + sizeof(decltype(m_localEdmValues)::value_type) +
         sizeof(decltype(m_localTopConformations)::value_type);
     if (static_cast<double>(m_nThread) * static_cast<double>(bytesPerWorker) > resources::memory().total) {
@@ -45,22 +45,27 @@ void VantorHexaust::checkWorkerCount() const {
 void VantorHexaust::initThreaded() {
     checkWorkerCount();
     m_localEulerAngles.resize(m_nThread);
-    if (isMultistep()) {
-        m_localOracles.resize(m_nThread);
-    } else {
-        m_local_ccf.resize(m_nThread);
-    }
+    m_workers.resize(m_nThread);
     m_localConformations.resize(m_nThread);
     m_localEdmValues.resize(m_nThread);
-    const auto capacity = static_cast<std::size_t>(m_workflow.getCapacity());
+    const auto capacity = static_cast<std::size_t>(m_settings.capacity());
     for (unsigned long i = 0; i < m_nThread; ++i) {
         m_localTopConformations.emplace_back(capacity);
     }
 }
 
-/// The plain scan rotates the map without padding and needs no buffer for it.
+ScanMethod& VantorHexaust::method() {
+    if (!m_method) {
+        m_method =
+            ScanMethod::choose({&m_edmValues, &m_edm.m_grid, &m_paddedGrid, m_paddedStructureGrid,
+                                &m_positions, m_nma, m_sigma, m_settings.filterSigmas, &m_trustNorm[0]},
+                               m_settings.multistep);
+    }
+    return *m_method;
+}
+
 void VantorHexaust::threadedZeroPadd(unsigned long threadId) {
-    if (isMultistep()) {
+    if (method().usesBuffer()) {
         Vantor::threadedZeroPadd(threadId);
     }
 }
@@ -76,52 +81,19 @@ void VantorHexaust::initCrossCorrelation(bool perThread) {
                                                              m_positions, m_sigma, m_nma, true);
         return;
     }
-    if (!isMultistep()) {
-        m_scanMap = std::make_unique<ScanMap>(m_edmValues, m_edm.m_grid);
-    }
     for (unsigned long i = 0; i < m_nThread; ++i) {
-        if (isMultistep()) {
-            // Its worker may not have been started.
-            if (m_localEdmValues[i].empty()) {
-                threadedZeroPadd(i);
-            }
-            m_localOracles[i] = makeOracle(m_localEdmValues[i].data());
-        } else {
-            m_local_ccf[i] = std::make_unique<RotationScan>(*m_scanMap, m_paddedStructureGrid,
-                                                            m_workflow.m_filtersigma.getValue());
+        // The thread that was to fill it may not have been started.
+        if (m_localEdmValues[i].empty()) {
+            threadedZeroPadd(i);
         }
+        m_workers[i] = method().makeWorker(m_localEdmValues[i]);
     }
 }
 
-/// Without multistep the model stays where it is during the scan, so one pattern serves all workers: the
-/// first of them makes it.
 void VantorHexaust::threadedInitCrossCorrelation(unsigned long threadId) {
-    if (isMultistep()) {
-        initLocalOracle(threadId);
-        return;
+    if (const auto density = method().makePattern(*m_workers[threadId])) {
+        dumpPattern(*density);
     }
-    std::call_once(m_patternMade, [&] { evaluatePattern(*m_local_ccf[threadId]); });
-}
-
-void VantorHexaust::evaluatePattern(RotationScan& scan) {
-    m_patternDensity = modelDensity();
-    m_pattern = scan.makePattern(m_patternDensity);
-    dumpPattern(*m_patternDensity);
-}
-
-std::shared_ptr<const ElectronDensity> VantorHexaust::modelDensity() const {
-    const arma::Col<double> eta(m_nma->m_nModes, arma::fill::zeros);
-    auto density =
-        std::make_shared<ElectronDensity>(m_positions.data(), m_sigma, m_positions.size(),
-                                          m_paddedStructureGrid, *m_nma, eta, ElectronDensity::EPSILON);
-    density->setRotationCenter(modelRotationCenter());
-    return density;
-}
-
-/// The centre that small rotations of the model turn about.
-cVector3 VantorHexaust::modelRotationCenter() const {
-    const cBBox& map = m_edm.m_grid.m_box;
-    return 0.5 * (map.m_min + map.m_max);
 }
 
 /// Writes the simulated density, a diagnostic.
@@ -135,32 +107,25 @@ void VantorHexaust::dumpPattern(const ElectronDensity& density) {
 }
 
 void VantorHexaust::threadedSetEulerAngles(const std::array<double, 3>& angles, unsigned long threadId) {
-    if (isMultistep()) {
-        Vantor::threadedSetEulerAngles(angles, threadId);
-        return;
-    }
     m_localEulerAngles[threadId] = angles;
-    m_local_ccf[threadId]->rotate(angles);
+    m_workers[threadId]->rotate(angles);
 }
 
 void VantorHexaust::threadedComputeCrossCorrelation(unsigned long threadId) {
-    if (isMultistep()) {
-        initTweenDof(threadId);
-        m_localOracles[threadId]->getThirdOrder()->execute();
-        return;
-    }
-    m_local_ccf[threadId]->correlate(*m_pattern);
+    m_workers[threadId]->score();
 }
 
 void VantorHexaust::threadedGetTopConformationsOpt(unsigned long threadId) {
-    auto& set = m_localTopConformations[threadId];
-    if (isMultistep()) {
-        const std::array<double, 3>& angles = m_localEulerAngles[threadId];
-        m_localOracles[threadId]->getThirdOrder()->addConformationsOfPresentTarget(set, angles[0], angles[1],
-                                                                                   angles[2]);
-        return;
+    m_workers[threadId]->offer(m_localTopConformations[threadId]);
+}
+
+void VantorHexaust::initTweenDof(unsigned long threadId) {
+    ScanWorker* const worker = threadId < m_workers.size() ? m_workers[threadId].get() : nullptr;
+    auto* const mover = dynamic_cast<MultistepScanWorker*>(worker);
+    if (mover == nullptr) {
+        throw std::domain_error("m_local_ccf[" + std::to_string(threadId) + "] is null");
     }
-    m_local_ccf[threadId]->offer(set);
+    mover->moveModel();
 }
 
 void VantorHexaust::computeCrossCorrelation() {
@@ -171,47 +136,21 @@ void VantorHexaust::mergeConformationOpt() {
     m_info.printInfo(" Releasing local ccf memory ");
     m_localEulerAngles.clear();
     m_ccf.reset();
-    releaseOracles();
-    std::vector<Filters> filters;
-    for (const auto& scan : m_local_ccf) {
-        if (scan) {
-            filters.push_back(scan->takeFilters());
-        }
-    }
-    m_local_ccf.clear();
-    m_pattern.reset();
+    method().releaseWorkers(m_workers);
     m_localEdmValues.clear();
     const std::string title =
         " Merging " + std::to_string(m_localConformations.size()) + " local conformations";
     m_info.printInfo(title.c_str());
-    auto& merged = m_localTopConformations.front();
-    for (std::size_t i = 1; i < m_localTopConformations.size(); ++i) {
-        for (const auto& conformation : m_localTopConformations[i]) {
-            merged.add(conformation);
-        }
-    }
-    m_topConformations = merged.toStdVector();
+    m_topConformations = mergeCandidates(m_localTopConformations);
     m_localTopConformations.clear();
-    keepFilters(filters);
+    method().keepFor(m_topConformations);
     tellNoPoses();
-}
-
-/// Of the workers' filters those of the rotations that the poses have.
-void VantorHexaust::keepFilters(const std::vector<Filters>& filters) {
-    for (const auto& pose : m_topConformations) {
-        for (const Filters& ofWorker : filters) {
-            const auto known = ofWorker.find({pose.m_alpha, pose.m_beta, pose.m_gamma});
-            if (known != ofWorker.end()) {
-                m_filters.insert(*known);
-            }
-        }
-    }
 }
 
 /// Nothing else tells empty solution files from a run that went wrong.
 void VantorHexaust::tellNoPoses() const {
     if (m_topConformations.empty()) {
-        warn(m_workflow.m_iedm.getValue() + ": no voxel of any rotation scored above " +
+        warn(m_settings.mapPath + ": no voxel of any rotation scored above " +
              std::to_string(ElectronDensity::EPSILON) +
              ", so the solution files are empty. Check that the map holds density above the cut of "
              "--filtersigma, that its voxel size is right and that --sigma is not far below it.");
@@ -220,9 +159,7 @@ void VantorHexaust::tellNoPoses() const {
 
 void VantorHexaust::refineTopConformation(unsigned long, unsigned long solution) {
     HexaustFlexibleFitConformation& pose = m_topConformations[solution];
-    if (pose.m_gradient.is_empty()) {
-        completePose(pose);
-    }
+    method().complete(pose);
     const FlexibleFitConformation before = pose;
     if (!pose.solveConvexSubProblem(m_trustNorm[0])) {
         countNonConvex();
@@ -232,55 +169,31 @@ void VantorHexaust::refineTopConformation(unsigned long, unsigned long solution)
     }
 }
 
-void VantorHexaust::completePose(HexaustFlexibleFitConformation& pose) {
-    std::call_once(m_derivativesMade, [&] { m_derivatives = m_patternDensity->tabulate(); });
-    const std::array<double, 3> angles{pose.m_alpha, pose.m_beta, pose.m_gamma};
-    completeCandidate(m_derivatives, RotatedNodes(m_edmValues, m_edm.m_grid, angles, filterOf(angles)), pose);
-}
-
-/// A filter that the scan left behind spares rotating the whole map once more.
-fccf::SigmaFilter VantorHexaust::filterOf(const std::array<double, 3>& angles) const {
-    const auto known = m_filters.find(angles);
-    if (known != m_filters.end()) {
-        return known->second;
-    }
-    return MapRotator(m_edmValues, m_edm.m_grid, m_workflow.m_filtersigma.getValue()).filterOf(angles);
-}
-
 unsigned long VantorHexaust::getNSolutions() {
     return std::min<unsigned long>(m_topConformations.size(),
-                                   static_cast<unsigned long>(m_workflow.getCapacity()));
+                                   static_cast<unsigned long>(m_settings.capacity()));
 }
 
 unsigned long VantorHexaust::getNClusteres() {
     return std::min<unsigned long>(m_topConformations.size(),
-                                   static_cast<unsigned long>(m_workflow.m_nclusters.getValue()));
+                                   static_cast<unsigned long>(m_settings.clusters));
 }
 
 /// A lower bound from what is known before the pattern is evaluated; docs/cost.md derives it.
-double VantorHexaust::estimateScanBytes() const {
-    const double padded = 8.0 * static_cast<double>(m_paddedGrid.getTotalSize());
+double VantorHexaust::estimateScanBytes() {
     const double map = 8.0 * static_cast<double>(m_edm.m_grid.getTotalSize());
     const double nDof = static_cast<double>(m_nma->m_nModes) + 6.0;
     const double conformation = 600.0 + 8.0 * (nDof + nDof * nDof);
-    const double workers = static_cast<double>(m_nThread);
-    // With multistep target and copy of it, and correlation, two spectra and two spectra of patterns for the
-    // first and for the third order. Else a spectrum, and the pattern's, which all share, as they do the map
-    // in single precision; besides, before the scan, the diagnostic field and its copy in the dump.
-    const double arrays = isMultistep() ? 12.0 * workers * padded : (workers + 3.0) * padded + 0.5 * map;
     const double rotations = rotationCount() + 1.0;
     // Two lists of triples while the sampling converts its angles.
     const double angles = 2.0 * 24.0 * rotations;
-    const double kept = std::min<double>(m_workflow.getCapacity(), rotations * m_paddedGrid.getTotalSize());
-    const double solutions = conformation * kept * (workers + 1.0);
-    // A worker keeps the filters of no more rotations than twice its set has places; a node of their map.
-    constexpr double bytesPerFilter = 96.0;
-    const double filters = isMultistep() ? 0.0 : bytesPerFilter * std::min(2.0 * kept, rotations) * workers;
-    return arrays + 2.0 * map + angles + solutions + filters;
+    const double kept = std::min<double>(m_settings.capacity(), rotations * m_paddedGrid.getTotalSize());
+    const double solutions = conformation * kept * (static_cast<double>(m_nThread) + 1.0);
+    return method().bytesNeeded(m_nThread, kept, rotations) + 2.0 * map + angles + solutions;
 }
 
 /// An upper bound, unlike that of the bytes: what the limit refuses ends the run.
-double VantorHexaust::estimateAddressSpace() const {
+double VantorHexaust::estimateAddressSpace() {
     const double map = 8.0 * static_cast<double>(m_edm.m_grid.getTotalSize());
     const double workers = static_cast<double>(m_nThread);
     const double nDof = static_cast<double>(m_nma->m_nModes) + 6.0;
@@ -301,8 +214,8 @@ double VantorHexaust::estimateAddressSpace() const {
                                                           nodes(box.m_max.z - box.m_min.z, cell.z));
     const double table = 8.0 * reached * (nDof + nDof * (nDof + 1.0) / 2.0 + 1.0);
     constexpr double program = 8.0 * 1048576.0; // plans, lines of output, atoms
-    const double atoms =
-        (56.0 + 24.0 * nDof) * static_cast<double>(m_atoms.size()) * (isMultistep() ? 2.0 * workers : 2.0);
+    const double atoms = (56.0 + 24.0 * nDof) * static_cast<double>(m_atoms.size()) *
+                         static_cast<double>(method().modelCount(m_nThread));
     // Both voxels and flat array of the map are there already.
     const double scan = estimateScanBytes() - 2.0 * map + beside;
     return std::max(scan, table) + stacks + atoms + program;

@@ -2,36 +2,25 @@
 #ifndef SELVANE_APP_VANTORHEXAUST_H
 #define SELVANE_APP_VANTORHEXAUST_H
 
-#include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
-#include "CrossCorrelation/DensityTable.h"
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
 #include "CrossCorrelation/LimitedSizeSet.h"
-#include "CrossCorrelation/SigmaFilter.h"
+#include "Search/ScanMethod.h"
 #include "app/Checkpoint.h"
 #include "app/Vantor.h"
 
-class CrossCorrelationOracle;
 class ElectronDensity;
-class RotationScan;
-class ScanMap;
 class ThirdOrderCrossCorrelation;
-struct ScanPattern;
 
 /// The exhaustive search: every rotation of the sampling, every translation at once, and for the poses that
 /// stay in the end a local quadratic model of the score.
 ///
-/// During the scan worker i writes only its own rotation, scan step and bounded set; the pattern that all
-/// share is immutable. The sets are merged once the workers have been joined. The derivatives of the poses
-/// are taken when they are refined, since hardly any candidate of the scan lives to see that.
-///
-/// With the option multistep each worker holds an oracle and a padded buffer of the map in place of the scan
-/// step, and moves its own model to the best nearby state at every rotation before the correlations are
-/// taken. Derivatives then belong to that state and are taken at once.
+/// Stages over the library of the search: a ScanMethod, plain or of multistep, and per worker a ScanWorker
+/// and a bounded set, which nobody else touches during the scan. The sets are merged once the workers have
+/// been joined.
 class VantorHexaust : public Vantor {
 public:
     VantorHexaust(int argc, char** argv, int width);
@@ -82,8 +71,8 @@ public:
     double getConformationFlexScore(unsigned long solution) const override;
 
 protected:
-    double estimateScanBytes() const override;
-    double estimateAddressSpace() const override;
+    double estimateScanBytes() override;
+    double estimateAddressSpace() override;
 
     std::unique_ptr<ThirdOrderCrossCorrelation> m_ccf; ///< of the serial path; null in every run
     std::vector<LimitedSizeSet<HexaustFlexibleFitConformation>> m_localTopConformations;
@@ -91,31 +80,14 @@ protected:
 
 private:
     void checkWorkerCount() const;
-    void evaluatePattern(RotationScan& scan);
-    void completePose(HexaustFlexibleFitConformation& pose);
-    fccf::SigmaFilter filterOf(const std::array<double, 3>& angles) const;
-    std::shared_ptr<const ElectronDensity> modelDensity() const;
+    ScanMethod& method();
     void dumpPattern(const ElectronDensity& density);
-    cVector3 modelRotationCenter() const;
-    bool isMultistep() const;
-    std::shared_ptr<CrossCorrelationOracle> makeOracle(double* target) const;
-    void initLocalOracle(unsigned long threadId);
-    void releaseOracles();
-    using Filters = std::map<std::array<double, 3>, fccf::SigmaFilter>;
-    void keepFilters(const std::vector<Filters>& filters);
     void tellNoPoses() const;
 
-    std::unique_ptr<const ScanMap> m_scanMap;                            ///< without multistep
-    std::vector<std::unique_ptr<RotationScan>> m_local_ccf;              ///< without multistep
-    std::vector<std::shared_ptr<CrossCorrelationOracle>> m_localOracles; ///< with multistep
+    std::unique_ptr<ScanMethod> m_method; ///< once the grids are laid
+    std::vector<std::unique_ptr<ScanWorker>> m_workers;
     std::vector<std::vector<HexaustFlexibleFitConformation>>
         m_localConformations; ///< only its length is read
-    std::shared_ptr<const ScanPattern> m_pattern;
-    std::once_flag m_patternMade;
-    std::shared_ptr<const ElectronDensity> m_patternDensity; ///< outlives the scan
-    Filters m_filters;                                       ///< of the poses' rotations, by their angles
-    DensityTable m_derivatives; ///< of the pattern, made by the first pose refined
-    std::once_flag m_derivativesMade;
 };
 
 #endif

@@ -71,40 +71,38 @@ std::string yesOrNo(bool value) {
 } // namespace
 
 std::string VantorHexaust::getCheckpointPath() const {
-    return m_workflow.m_odir.getValue() + "/.selvane-checkpoint";
+    return m_settings.outputDirectory + "/.selvane-checkpoint";
 }
 
 /// Options count by the value in force, whether given or not.
 checkpoint::Identity VantorHexaust::checkpointIdentity() const {
-    const FittingWorkflow& w = m_workflow;
-    const cGrid& grid = m_edm.m_grid;
-    const unsigned int size[3] = {grid.m_size[0], grid.m_size[1], grid.m_size[2]};
+    const FitSettings& s = m_settings;
     checkpoint::Identity identity;
     identity.map = hashOfMap(m_edm);
     identity.model = hashOfModel(m_atoms, m_masses, m_blockIds);
-    if (isMultistep() && m_nma->m_nModes > 0) {
+    if (s.multistep && m_nma->m_nModes > 0) {
         ContentHash modes;
         modes.addBytes(m_nma->m_modes.memptr(), m_nma->m_modes.n_elem * sizeof(double));
         identity.modes = modes.value();
     }
     identity.options = {{"--nthread", std::to_string(m_nThread)},
-                        {"--dangle", exactly(w.getDangle(size))},
+                        {"--dangle", exactly(s.step.value())},
                         {"--sigma", exactly(m_sigma)},
-                        {"--filtersigma", exactly(w.m_filtersigma.getValue())},
-                        {"--nsolutions", std::to_string(w.m_nsolutions.getValue())},
-                        {"--nopadding", yesOrNo(w.m_nopadding.getValue())},
-                        {"--multistep", yesOrNo(isMultistep())},
-                        {"--nmodes", std::to_string(w.m_nmodes.getValue())},
-                        {"--cutoff", exactly(w.m_cutoff.getValue())},
-                        {"--stiffness", exactly(w.m_stiffness.getValue())},
-                        {"--maxrmsd", exactly(w.m_maxrmsd.getValue())},
-                        {"--clustering", yesOrNo(w.useClustering())},
+                        {"--filtersigma", exactly(s.filterSigmas)},
+                        {"--nsolutions", std::to_string(s.solutions)},
+                        {"--nopadding", yesOrNo(!s.padding)},
+                        {"--multistep", yesOrNo(s.multistep)},
+                        {"--nmodes", std::to_string(s.modes)},
+                        {"--cutoff", exactly(s.cutoff)},
+                        {"--stiffness", exactly(s.stiffness)},
+                        {"--maxrmsd", exactly(s.maxRmsd)},
+                        {"--clustering", yesOrNo(s.clustering)},
                         {"--nclusters", "unused"},
                         {"--clusterThreshold", "unused"}};
-    if (w.useClustering()) {
+    if (s.clustering) {
         const std::size_t last = identity.options.size() - 1;
-        identity.options[last - 1].second = std::to_string(w.m_nclusters.getValue());
-        identity.options[last].second = exactly(w.getClusterThreshold(m_positions));
+        identity.options[last - 1].second = std::to_string(s.clusters);
+        identity.options[last].second = exactly(s.clusterThreshold.value());
     }
     return identity;
 }
@@ -114,15 +112,14 @@ std::string VantorHexaust::encodeWorker(unsigned long threadId, unsigned long do
 }
 
 std::vector<unsigned long> VantorHexaust::resumeScan() {
-    if (!m_workflow.m_resume.getValue()) {
+    if (!m_settings.resume) {
         return std::vector<unsigned long>(m_nThread, 0);
     }
     const checkpoint::Shape shape{m_paddedStructureGrid, m_nma->m_nModes,
-                                  static_cast<std::size_t>(m_workflow.getCapacity()), m_nThread};
+                                  static_cast<std::size_t>(m_settings.capacity()), m_nThread};
     try {
-        std::vector<checkpoint::Worker> workers =
-            checkpoint::read(getCheckpointPath(), checkpointIdentity(), shape,
-                             {m_workflow.m_iedm.getValue(), m_workflow.m_ipdb.getValue()});
+        std::vector<checkpoint::Worker> workers = checkpoint::read(
+            getCheckpointPath(), checkpointIdentity(), shape, {m_settings.mapPath, m_settings.modelPath});
         std::vector<unsigned long> done;
         for (unsigned long i = 0; i < m_nThread; ++i) {
             done.push_back(workers[i].done);

@@ -6,8 +6,8 @@
 void VantorHexaust::clusterSolutions() {
     m_info.printInfo(" Clustering the Solutions ");
     ConformationCluster<HexaustFlexibleFitConformation> clusters(m_positions, mapFrame(),
-                                                                 m_workflow.getClusterThreshold(m_positions));
-    const auto capacity = static_cast<unsigned long>(m_workflow.m_nclusters.getValue());
+                                                                 m_settings.clusterThreshold.value());
+    const auto capacity = static_cast<unsigned long>(m_settings.clusters);
     for (const auto& conformation : m_topConformations) {
         clusters.insertToMap(conformation, capacity);
     }

@@ -50,18 +50,19 @@ bool looksLikeModel(const std::string& path) {
 
 void Vantor::loadEdm() {
     m_info.printInfo(" Reading input EDM file ");
-    const std::string& path = m_workflow.m_iedm.getValue();
+    const std::string& path = m_settings.mapPath;
     m_info.printInfo(" Input EDM file ", path, nullptr);
     m_edm.m_largestVoxelCount = std::min(m_edm.m_largestVoxelCount, voxelsInMemory());
     m_edm.load(path);
+    m_settings.resolve(m_edm.m_grid);
     checkMap();
     tellFrameShift();
-    m_sigma = m_workflow.getSigma(m_edm.m_grid.m_cellDim);
+    m_sigma = m_settings.sigma.value();
     m_edmValues = m_edm.getValue();
 }
 
 void Vantor::checkMap() const {
-    const std::string path = m_workflow.m_iedm.getValue();
+    const std::string path = m_settings.mapPath;
     const std::string defect = m_edm.getDefect();
     if (!defect.empty()) {
         if (looksLikeModel(path)) {
@@ -71,7 +72,7 @@ void Vantor::checkMap() const {
              ". It must be a CCP4 map of 32-bit floats (mode 2) with at least two voxels "
              "an axis, a finite cell and finite voxels, whose header agrees with its length.");
     }
-    const double sigma = m_workflow.getSigma(m_edm.m_grid.m_cellDim);
+    const double sigma = m_settings.sigma.value();
     if (!risesAboveCut(sigma)) {
         fail(path + ": its voxels are so large that the default sigma of " + std::to_string(sigma) +
              " angstrom leaves no density above the cut. Give --sigma.");
@@ -82,8 +83,8 @@ void Vantor::tellFrameShift() const {
     const cVector3 skew = m_edm.m_grid.m_cellDim - m_edm.m_delta;
     constexpr double skewTolerance = 1.0e-3;
     if (skew.norm() > skewTolerance * m_edm.m_delta.norm()) {
-        warn(m_workflow.m_iedm.getValue() + ": its cell is not right-angled, and the map is treated as an "
-                                            "axis-parallel lattice. Resample it onto a right-angled cell.");
+        warn(m_settings.mapPath + ": its cell is not right-angled, and the map is treated as an "
+                                  "axis-parallel lattice. Resample it onto a right-angled cell.");
     }
     const cVector3 shift = m_edm.getFrameShiftFromOriginWords();
     constexpr double noticeable = 1.0e-3;
@@ -96,12 +97,12 @@ void Vantor::tellFrameShift() const {
         ": its ORIGIN words place the map elsewhere than its start words, which alone count here. Add "
         "(%.3f, %.3f, %.3f) angstrom to the results (and to edm.map) to reach the frame of ORIGIN.",
         shift.x, shift.y, shift.z);
-    warn(m_workflow.m_iedm.getValue() + text);
+    warn(m_settings.mapPath + text);
 }
 
 void Vantor::loadPdb() {
     m_info.printInfo(" Reading input PDB file ");
-    const std::string& path = m_workflow.m_ipdb.getValue();
+    const std::string& path = m_settings.modelPath;
     m_info.printInfo(" Input PDB file ", path, nullptr);
     loadFromPDB(path.c_str(), m_atoms, m_masses, m_blockIds);
     m_totalMass = 0.0;
@@ -112,20 +113,21 @@ void Vantor::loadPdb() {
     m_info.printInfo(" Total mass ", m_totalMass, " ");
     m_positions = pdbAtoms2Positions(m_atoms);
     checkModel();
+    m_settings.resolve(m_positions);
     checkTrustRadius();
 }
 
 /// A trust region without bounds would let the solvers step anywhere.
 void Vantor::checkTrustRadius() const {
-    const double maxRmsd = m_workflow.m_maxrmsd.getValue();
+    const double maxRmsd = m_settings.maxRmsd;
     if (!std::isfinite(maxRmsd * maxRmsd * m_totalMass)) {
-        fail(m_workflow.m_ipdb.getValue() + ": --maxrmsd " + toText(maxRmsd) +
+        fail(m_settings.modelPath + ": --maxrmsd " + toText(maxRmsd) +
              " squared times the mass of the model is beyond the range of numbers. Use a smaller one.");
     }
 }
 
 void Vantor::checkModel() const {
-    const std::string path = m_workflow.m_ipdb.getValue();
+    const std::string path = m_settings.modelPath;
     if (m_atoms.empty()) {
         if (cDensityMapCCP4::looksLikeMap(path)) {
             warn(path + " looks like a CCP4 map and not like a model. " + swappedInputs);

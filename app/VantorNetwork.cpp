@@ -19,20 +19,20 @@ void Vantor::buildHessian() {
     checkLonelyAtoms();
     tellCoincidentAtoms();
     // Nobody reads the network when no modes are asked for.
-    if (m_workflow.m_nmodes.getValue() == 0) {
+    if (m_settings.modes == 0) {
         return;
     }
     const int count = static_cast<int>(m_atoms.size());
     cPDBAtom::cNeighbourList pairs;
     {
         cAtomGrid grid;
-        grid.initPointer(m_atoms.data(), count, nullptr, m_workflow.m_cutoff.getValue());
+        grid.initPointer(m_atoms.data(), count, nullptr, m_settings.cutoff);
         checkSprings(grid);
         grid.constructNeighbourList(m_atoms.data(), count, &pairs);
     }
     const NeighbourList<std::array<double, 3>> neighbours(pairs);
     cPDBAtom::cNeighbourList().swap(pairs);
-    m_system = std::make_shared<System>(neighbours, m_masses, m_workflow.m_stiffness.getValue(), &m_info);
+    m_system = std::make_shared<System>(neighbours, m_masses, m_settings.stiffness, &m_info);
 }
 
 /// Ends the run if the network can't be held; docs/cost.md derives the bytes.
@@ -52,18 +52,18 @@ void Vantor::checkSprings(const cAtomGrid& grid) {
     // An atom is among its own neighbours.
     const std::size_t records =
         grid.countNeighbours(m_atoms.data(), static_cast<int>(m_atoms.size()), fitting + m_atoms.size());
-    const std::string need = "the springs of atoms within the cut-off of " +
-                             std::to_string(m_workflow.m_cutoff.getValue()) + " angstrom need ";
+    const std::string need =
+        "the springs of atoms within the cut-off of " + std::to_string(m_settings.cutoff) + " angstrom need ";
     constexpr double gigabyte = 1024.0 * 1024.0 * 1024.0;
     const auto text = [&](double bytes) { return std::to_string(bytes / gigabyte) + " GiB"; };
     if (records > fitting + m_atoms.size()) {
-        fail(m_workflow.m_ipdb.getValue() + ": " + need + "more than the " + text(most) +
+        fail(m_settings.modelPath + ": " + need + "more than the " + text(most) +
              " of memory that this run can have. Use a smaller --cutoff, or no modes.");
     }
     const double needed = bytesPerRecord * static_cast<double>(records - m_atoms.size()) +
                           bytesPerAtom * static_cast<double>(m_atoms.size());
     if (needed > memory.available) {
-        warn(m_workflow.m_ipdb.getValue() + ": " + need + "about " + text(needed) + " of memory and only " +
+        warn(m_settings.modelPath + ": " + need + "about " + text(needed) + " of memory and only " +
              text(memory.available) + " are free. Use a smaller --cutoff, or no modes.");
     }
 }
@@ -72,9 +72,9 @@ void Vantor::checkLonelyAtoms() {
     const int count = static_cast<int>(m_atoms.size());
     cAtomGrid grid;
     try {
-        grid.initPointer(m_atoms.data(), count, nullptr, m_workflow.m_cutoff.getValue());
+        grid.initPointer(m_atoms.data(), count, nullptr, m_settings.cutoff);
     } catch (const std::length_error& error) {
-        fail(m_workflow.m_ipdb.getValue() + ": " + error.what() +
+        fail(m_settings.modelPath + ": " + error.what() +
              ". Check for atoms far from the rest, or raise --cutoff.");
     }
     std::vector<cPDBAtom*> lonely;
@@ -84,9 +84,9 @@ void Vantor::checkLonelyAtoms() {
     }
     const cPDBAtom& atom = *lonely.front();
     endWithoutNetwork(
-        m_workflow.m_ipdb.getValue() + ": atom " + std::to_string(atom.m_serial) + " (" + atom.m_name +
-        " of " + atom.m_resName + " " + std::to_string(atom.m_resSeq) + ", chain '" + atom.m_chain +
-        "') has no other atom within the cut-off of " + std::to_string(m_workflow.m_cutoff.getValue()) +
+        m_settings.modelPath + ": atom " + std::to_string(atom.m_serial) + " (" + atom.m_name + " of " +
+        atom.m_resName + " " + std::to_string(atom.m_resSeq) + ", chain '" + atom.m_chain +
+        "') has no other atom within the cut-off of " + std::to_string(m_settings.cutoff) +
         " angstrom; the run ends here. Remove " +
         (lonely.size() > 1 ? "the " + std::to_string(lonely.size()) + " atoms of this kind" : "it") +
         " or raise --cutoff.");
@@ -102,7 +102,7 @@ void Vantor::tellCoincidentAtoms() const {
         return m_positions[a] == m_positions[b];
     });
     if (pair != order.end()) {
-        warn(m_workflow.m_ipdb.getValue() + ": atoms " + std::to_string(m_atoms[*pair].m_serial) + " and " +
+        warn(m_settings.modelPath + ": atoms " + std::to_string(m_atoms[*pair].m_serial) + " and " +
              std::to_string(m_atoms[*std::next(pair)].m_serial) +
              " stand at one position; no spring joins them. Check the model.");
     }
@@ -112,16 +112,15 @@ void Vantor::tellCoincidentAtoms() const {
 void Vantor::tellTooManyModes() const {
     const long blocks = *std::max_element(m_blockIds.begin(), m_blockIds.end()) + 1L;
     const long most = 6 * blocks - 8;
-    if (static_cast<double>(m_workflow.m_nmodes.getValue()) > static_cast<double>(most)) {
-        warn(m_workflow.m_ipdb.getValue() + ": --nmodes asks for more modes than its " +
-             std::to_string(blocks) + " blocks have; use at most " + std::to_string(std::max(most, 0L)) +
-             ".");
+    if (static_cast<double>(m_settings.modes) > static_cast<double>(most)) {
+        warn(m_settings.modelPath + ": --nmodes asks for more modes than its " + std::to_string(blocks) +
+             " blocks have; use at most " + std::to_string(std::max(most, 0L)) + ".");
     }
 }
 
 void Vantor::performNMA() {
     m_info.printInfo(" Computing normal modes of the structure ");
-    const auto nModes = static_cast<unsigned int>(m_workflow.m_nmodes.getValue());
+    const auto nModes = static_cast<unsigned int>(m_settings.modes);
     if (nModes == 0) {
         m_nma = std::make_shared<NormalModeEngine>(0U);
         return;
@@ -133,7 +132,7 @@ void Vantor::performNMA() {
                                                    1.0 / (gasConstant + gasConstant), &m_info);
         m_eta.zeros(m_nma->m_nModes);
     } catch (const std::exception&) {
-        warn(m_workflow.m_ipdb.getValue() +
+        warn(m_settings.modelPath +
              ": its normal modes could not be computed. Use a smaller --nmodes, a larger --cutoff or a "
              "--stiffness near 1.");
         throw;

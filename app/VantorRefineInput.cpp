@@ -26,7 +26,7 @@ void Vantor::refineInputPDB(cSequentialTimer& timer) {
     // meet in the frame of a map whose first voxel stands one cell above the origin.
     m_structureGrid->m_box.m_min = map.m_cellDim;
     m_structureGrid->m_box.m_max = map.m_cellDim;
-    fccf::filterValues(m_edmValues, m_workflow.m_filtersigma.getValue());
+    fccf::filterValues(m_edmValues, m_settings.filterSigmas);
 
     auto density =
         std::make_shared<ElectronDensity>(m_positions.data(), m_sigma, m_positions.size(), m_structureGrid,
@@ -56,9 +56,9 @@ void Vantor::writeRefinedInput(const arma::Col<double>& x, const cVector3& cente
         displacement.subvec(3 * a, 3 * a + 2) +=
             fccf::getRigidDofMatrix(m_positions[a], {center.x, center.y, center.z}) * rigid;
     }
-    const std::string& input = m_workflow.m_ipdb.getValue();
+    const std::string& input = m_settings.modelPath;
     const std::string path =
-        m_workflow.m_odir.getValue() + "/Refined-" + input.substr(input.find_last_of('/') + 1);
+        m_settings.outputDirectory + "/Refined-" + input.substr(input.find_last_of('/') + 1);
     const bool isOpened = writeResult(path, [&](std::FILE* file) {
         return writePDB(nullptr, m_atoms.data(), static_cast<int>(m_atoms.size()), displacement, file);
     });

@@ -17,6 +17,7 @@
 #include "PDB/AtomLines.h"
 #include "PDB/writePDB.h"
 #include "Search/MapFrame.h"
+#include "Search/TrustRegion.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
 
@@ -27,27 +28,17 @@ constexpr mode_t privateMode = 0600;
 } // namespace
 
 void Vantor::initThreadedRefineTopConformations() {
-    double mass = 0.0;
-    const cMatrix33 inertia = getInertiaTensor(m_atoms, mass);
-    const double sqDx = m_edm.m_grid.m_cellDim.norm2();
-    unsigned int size[3] = {m_edm.m_grid.m_size[0], m_edm.m_grid.m_size[1], m_edm.m_grid.m_size[2]};
-    const double s = std::sin(m_workflow.getDangle(size) * pi / 180.0 * 0.5);
-    double sqDAngle = 4.0 / mass * s * s * (inertia(0, 0) + inertia(1, 1) + inertia(2, 2));
-    const double maxRmsd = m_workflow.m_maxrmsd.getValue();
-    const double sqEta = maxRmsd * maxRmsd * m_totalMass;
-    m_info.printInfo(" sqDAngleNorm Original Norm", std::sqrt(sqDAngle), nullptr);
-    if (sqDAngle > sqDx) {
-        sqDAngle = sqDx;
-    }
-    m_trustNorm[0] = std::sqrt(sqDx + sqDAngle + sqEta);
-    m_trustNorm[1] = std::sqrt(sqDx);
-    m_trustNorm[2] = std::sqrt(sqDAngle);
-    m_trustNorm[3] = std::sqrt(sqEta);
+    const TrustRegion region = TrustRegion::of(m_atoms, m_totalMass, m_edm.m_grid.m_cellDim, m_settings);
+    m_info.printInfo(" sqDAngleNorm Original Norm", std::sqrt(region.uncapped2), nullptr);
+    m_trustNorm[0] = region.radius();
+    m_trustNorm[1] = std::sqrt(region.translation2);
+    m_trustNorm[2] = std::sqrt(region.rotation2);
+    m_trustNorm[3] = std::sqrt(region.modes2);
     m_info.printInfo(" Trust Region Norm", m_trustNorm[0], nullptr);
     // Deliberate: squares, whatever their labels say.
-    m_info.printInfo(" sqDxNorm Norm", sqDx, nullptr);
-    m_info.printInfo(" sqDAngleNorm Norm", sqDAngle, nullptr);
-    m_info.printInfo(" sqEtaNorm Norm", sqEta, nullptr);
+    m_info.printInfo(" sqDxNorm Norm", region.translation2, nullptr);
+    m_info.printInfo(" sqDAngleNorm Norm", region.rotation2, nullptr);
+    m_info.printInfo(" sqEtaNorm Norm", region.modes2, nullptr);
     m_nonConvexCount = 0;
     m_hasMovedPoses = false;
 }
@@ -84,7 +75,7 @@ struct Vantor::SolutionFile {
 };
 
 void Vantor::tryOutputDirectory() const {
-    const std::string& directory = m_workflow.m_odir.getValue();
+    const std::string& directory = m_settings.outputDirectory;
     HiddenFile trial;
     if (!trial.createIn(directory + "/", privateMode)) {
         warn(directory + ": no file can be made there (" + std::strerror(errno) +
@@ -95,7 +86,7 @@ void Vantor::tryOutputDirectory() const {
 }
 
 void Vantor::saveTopSolution(const std::string& name) {
-    const std::string path = m_workflow.m_odir.getValue() + "/" + name + ".pdb";
+    const std::string path = m_settings.outputDirectory + "/" + name + ".pdb";
     std::unique_ptr<ResultFile> file = openResult(path);
     if (!file) {
         m_missingSolutions.push_back(path);
@@ -195,7 +186,7 @@ bool Vantor::writeResult(const std::string& path, const std::function<bool(std::
 }
 
 void Vantor::writeInputCopies() {
-    const std::string directory = m_workflow.m_odir.getValue();
+    const std::string directory = m_settings.outputDirectory;
     writeResult(directory + "/original.pdb", [this](std::FILE* file) {
         return writePDB(nullptr, m_atoms.data(), static_cast<int>(m_atoms.size()), file);
     });

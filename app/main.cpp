@@ -42,7 +42,7 @@ constexpr std::chrono::milliseconds checkpointInterval{SELVANE_CHECKPOINT_MILLIS
 /// Ends a run that cannot be resumed before it costs time, and tells of a scan that this run would lose.
 void checkForCheckpoint(const VantorHexaust& fit, const CheckpointLock& lock) {
     const std::string path = fit.getCheckpointPath();
-    const bool isResumed = fit.workflow().m_resume.getValue();
+    const bool isResumed = fit.settings().resume;
     if (lock.isOfAnotherRun()) {
         const std::string text = path + " is in use by another run with the same --odir";
         if (isResumed) {
@@ -75,7 +75,7 @@ void skipDone(Scan& scan, const std::vector<unsigned long>& done, std::size_t ro
     if (!scan.skip(done)) {
         fail(path + ": the checkpoint is damaged. Remove it and start from the beginning without --resume.");
     }
-    if (fit.workflow().m_resume.getValue()) {
+    if (fit.settings().resume) {
         const unsigned long sum = std::accumulate(done.begin(), done.end(), 0UL);
         warn("going on from " + path + ", where " + std::to_string(sum) + " of " + std::to_string(rotations) +
              " rotations are done");
@@ -176,7 +176,7 @@ int run(int argc, char** argv) {
     const auto angles = fit.getEulerAngles();
     save();
 
-    if (fit.workflow().m_multistep.getValue()) {
+    if (fit.settings().multistep) {
         info.printInfo(" Optimizing the sof-max solution ");
         fit.initThreadedRefineTopConformations(); // for the trust radius of the scan
     }
@@ -199,7 +199,7 @@ int run(int argc, char** argv) {
 
     fit.mergeConformationOpt();
     save();
-    if (fit.workflow().useClustering()) {
+    if (fit.settings().clustering) {
         fit.clusterSolutions();
         save();
     }
@@ -211,7 +211,7 @@ int run(int argc, char** argv) {
 
     info.printInfo(" Optimizing the top solutions ");
     fit.initThreadedRefineTopConformations();
-    const unsigned long tasks = fit.workflow().useClustering() ? fit.getNClusteres() : fit.getNSolutions();
+    const unsigned long tasks = fit.settings().clustering ? fit.getNClusteres() : fit.getNSolutions();
     DynamicParallelForEach<VantorRefineConformationThread> refinement(workers, tasks, "poses");
     for (auto& thread : refinement.m_threads) {
         thread->m_fit = &fit;
@@ -232,7 +232,7 @@ int run(int argc, char** argv) {
     info.printTimings();
     const bool isComplete = !fit.hasIncompleteFiles() && scan.allDone() && refinement.allDone();
     releaseCheckpoint(fit, isComplete && !fit.hasMissingFiles(),
-                      checkpoints.isStored() || fit.workflow().m_resume.getValue());
+                      checkpoints.isStored() || fit.settings().resume);
     return isComplete ? 0 : 1;
 }
 

@@ -18,22 +18,21 @@ constexpr unsigned long mostSteps = 20000;
 
 } // namespace
 
-MultistepScanWorker::MultistepScanWorker(const ScanMethod& method, std::vector<double>& buffer)
-    : m_method(method)
+MultistepScanWorker::MultistepScanWorker(const SearchScene& scene, std::vector<double>& buffer)
+    : m_scene(scene)
     , m_buffer(buffer)
-    , m_oracle(std::make_shared<CrossCorrelationOracle>(buffer.data(), method.scene().paddedStructure,
-                                                        *method.scene().positions, method.scene().sigma,
-                                                        method.scene().modes, softMaxBeta, false)) {
+    , m_oracle(std::make_shared<CrossCorrelationOracle>(buffer.data(), scene.paddedStructure,
+                                                        *scene.positions, scene.sigma, scene.modes,
+                                                        softMaxBeta, false)) {
     m_oracle->initAsThirdOrder();
 }
 
 MultistepScanWorker::~MultistepScanWorker() = default;
 
 void MultistepScanWorker::rotate(const Rotation& angles) {
-    const SearchScene& scene = m_method.scene();
     m_angles = angles;
-    ElectronDensity::rotateNonZeroPadded(*scene.mapValues, *scene.map, angles, *scene.padded, m_buffer.data(),
-                                         scene.filterSigmas);
+    ElectronDensity::rotateNonZeroPadded(*m_scene.mapValues, *m_scene.map, angles, *m_scene.padded,
+                                         m_buffer.data(), m_scene.filterSigmas);
 }
 
 void MultistepScanWorker::score() {
@@ -46,15 +45,15 @@ void MultistepScanWorker::offer(CandidateSet& set) {
 }
 
 void MultistepScanWorker::moveModel() {
-    TrustRegionSolver solver(m_oracle, m_method.scene().modes->m_nModes + 6UL, 1.0);
-    solver.m_radius = m_method.trustRadius();
+    TrustRegionSolver solver(m_oracle, m_scene.modes->m_nModes + 6UL, 1.0);
+    solver.m_radius = *m_scene.trustRadius;
     solver.solve(relativeResidual, mostSteps);
     const auto [tau, theta, eta] = m_oracle->getTweenDof(solver.m_x);
     m_oracle->getThirdOrder()->setTweenDof(tau, theta, eta);
 }
 
 void MultistepScanWorker::makePattern() {
-    m_oracle->setRotationCenter(m_method.scene().rotationCenter());
+    m_oracle->setRotationCenter(m_scene.rotationCenter());
     m_oracle->initPatternEdm();
 }
 
@@ -64,14 +63,14 @@ std::shared_ptr<const ElectronDensity> MultistepScanWorker::density() const {
 
 /// The rotated map and the oracle's copy of it, and correlation, two spectra and two spectra of patterns for
 /// the first and for the third order.
-double MultistepScanMethod::bytesNeeded(std::size_t workers) const {
+double MultistepScanMethod::bytesNeeded(std::size_t workers, double, double) const {
     constexpr double arraysPerWorker = 12.0;
     return arraysPerWorker * static_cast<double>(workers) * 8.0 *
            static_cast<double>(scene().padded->getTotalSize());
 }
 
 std::unique_ptr<ScanWorker> MultistepScanMethod::makeWorker(std::vector<double>& buffer) {
-    return std::make_unique<MultistepScanWorker>(*this, buffer);
+    return std::make_unique<MultistepScanWorker>(scene(), buffer);
 }
 
 std::shared_ptr<const ElectronDensity> MultistepScanMethod::makePattern(ScanWorker& worker) {

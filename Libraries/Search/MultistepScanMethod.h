@@ -17,10 +17,12 @@ class MultistepScanMethod : public ScanMethod {
 public:
     using ScanMethod::ScanMethod;
 
-    double bytesNeeded(std::size_t workers) const override;
+    double bytesNeeded(std::size_t workers, double kept, double rotations) const override;
+    std::size_t modelCount(std::size_t workers) const override { return 2 * workers; }
     std::unique_ptr<ScanWorker> makeWorker(std::vector<double>& buffer) override;
     bool usesBuffer() const override { return true; }
     std::shared_ptr<const ElectronDensity> makePattern(ScanWorker& worker) override;
+    void complete(HexaustFlexibleFitConformation&) override {}
 
 private:
     std::once_flag m_patternMade;
@@ -29,8 +31,9 @@ private:
 /// A worker of it.
 class MultistepScanWorker : public ScanWorker {
 public:
-    /// @param method, buffer  as in ScanMethod::makeWorker; both must stay
-    MultistepScanWorker(const ScanMethod& method, std::vector<double>& buffer);
+    /// @param scene   of the method
+    /// @param buffer  as in ScanMethod::makeWorker; both must stay
+    MultistepScanWorker(const SearchScene& scene, std::vector<double>& buffer);
     ~MultistepScanWorker() override;
 
     void rotate(const Rotation& angles) override;
@@ -46,7 +49,7 @@ public:
     std::shared_ptr<const ElectronDensity> density() const;
 
 private:
-    const ScanMethod& m_method;
+    const SearchScene& m_scene;
     std::vector<double>& m_buffer;
     std::shared_ptr<CrossCorrelationOracle> m_oracle;
     Rotation m_angles{};

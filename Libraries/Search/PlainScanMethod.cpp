@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Search/PlainScanMethod.h"
 
+#include <algorithm>
+
+#include "CrossCorrelation/ElectronDensity.h"
+#include "CrossCorrelation/MapRotator.h"
+#include "CrossCorrelation/RotatedNodes.h"
+
 namespace {
 
 class PlainScanWorker : public ScanWorker {
@@ -23,11 +29,14 @@ private:
 } // namespace
 
 /// A spectrum per worker; shared the pattern's and the map in single precision. Besides, before the scan, the
-/// model's density as a field, and a copy of it where it is written.
-double PlainScanMethod::bytesNeeded(std::size_t workers) const {
+/// model's density as a field, and a copy of it where it is written. A worker keeps the filters of no more
+/// rotations than twice its set has places.
+double PlainScanMethod::bytesNeeded(std::size_t workers, double kept, double rotations) const {
     const double padded = 8.0 * static_cast<double>(scene().padded->getTotalSize());
     const double map = 8.0 * static_cast<double>(scene().map->getTotalSize());
-    return (static_cast<double>(workers) + 3.0) * padded + 0.5 * map;
+    constexpr double bytesPerFilter = 96.0; // a node of the worker's list
+    const auto count = static_cast<double>(workers);
+    return (count + 3.0) * padded + 0.5 * map + bytesPerFilter * std::min(2.0 * kept, rotations) * count;
 }
 
 std::unique_ptr<ScanWorker> PlainScanMethod::makeWorker(std::vector<double>&) {
@@ -41,7 +50,50 @@ std::shared_ptr<const ElectronDensity> PlainScanMethod::makePattern(ScanWorker& 
     std::shared_ptr<const ElectronDensity> density;
     std::call_once(m_patternMade, [&] {
         density = scene().modelDensity();
+        m_density = density;
         m_pattern = static_cast<PlainScanWorker&>(worker).scan().makePattern(density);
     });
     return density;
+}
+
+void PlainScanMethod::releaseWorkers(std::vector<std::unique_ptr<ScanWorker>>& workers) {
+    for (const auto& worker : workers) {
+        if (worker) {
+            m_workersFilters.push_back(static_cast<PlainScanWorker&>(*worker).scan().takeFilters());
+        }
+    }
+    workers.clear();
+    m_pattern.reset();
+    m_map.reset();
+}
+
+void PlainScanMethod::keepFor(const std::vector<HexaustFlexibleFitConformation>& poses) {
+    for (const auto& pose : poses) {
+        for (const RotationScan::Filters& filters : m_workersFilters) {
+            const auto known = filters.find({pose.m_alpha, pose.m_beta, pose.m_gamma});
+            if (known != filters.end()) {
+                m_filters.insert(*known);
+            }
+        }
+    }
+    m_workersFilters.clear();
+}
+
+void PlainScanMethod::complete(HexaustFlexibleFitConformation& pose) {
+    if (!pose.m_gradient.is_empty()) {
+        return;
+    }
+    std::call_once(m_derivativesMade, [&] { m_derivatives = m_density->tabulate(); });
+    const Rotation angles{pose.m_alpha, pose.m_beta, pose.m_gamma};
+    completeCandidate(m_derivatives, RotatedNodes(*scene().mapValues, *scene().map, angles, filterOf(angles)),
+                      pose);
+}
+
+/// A filter that the scan left behind spares rotating the whole map once more.
+fccf::SigmaFilter PlainScanMethod::filterOf(const Rotation& angles) const {
+    const auto known = m_filters.find(angles);
+    if (known != m_filters.end()) {
+        return known->second;
+    }
+    return MapRotator(*scene().mapValues, *scene().map, scene().filterSigmas).filterOf(angles);
 }

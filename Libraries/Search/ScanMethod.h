@@ -25,8 +25,13 @@ public:
     /// The plain method, or that of multistep.
     static std::unique_ptr<ScanMethod> choose(SearchScene scene, bool multistep);
 
-    /// Bytes of the arrays that so many workers take, what they share included, beyond the scene.
-    virtual double bytesNeeded(std::size_t workers) const = 0;
+    /// Bytes of what so many workers hold, what they share included, beyond the scene and their sets.
+    /// @param kept       candidates of a worker's set, at most
+    /// @param rotations  of the scan
+    virtual double bytesNeeded(std::size_t workers, double kept, double rotations) const = 0;
+
+    /// Models that are held at once.
+    virtual std::size_t modelCount(std::size_t workers) const = 0;
 
     /// Makes a worker. On the main thread: transforms are planned.
     /// @param buffer  the worker's own padded map, filled by fillBuffer(); must not move. Only where
@@ -41,16 +46,20 @@ public:
     /// @return the density of the model where it stands, for the first worker that asks; null for the others
     virtual std::shared_ptr<const ElectronDensity> makePattern(ScanWorker& worker) = 0;
 
-    /// How far, in the degrees of freedom together, the model may move at a rotation; of multistep alone.
-    void setTrustRadius(double radius) { m_trustRadius = radius; }
+    /// Takes leave of the workers: they go with their memory, and what the poses will need of them stays.
+    virtual void releaseWorkers(std::vector<std::unique_ptr<ScanWorker>>& workers) { workers.clear(); }
+
+    /// The poses that the merge has left, which are all that is ever completed.
+    virtual void keepFor(const std::vector<HexaustFlexibleFitConformation>& /*poses*/) {}
+
+    /// Gives a pose the gradient and the Hessian of its score, where the scan left them for later. Poses may
+    /// be completed on several threads.
+    virtual void complete(HexaustFlexibleFitConformation& pose) = 0;
 
     const SearchScene& scene() const { return m_scene; }
 
-    double trustRadius() const { return m_trustRadius; }
-
 private:
     SearchScene m_scene;
-    double m_trustRadius = 0.0;
 };
 
 #endif

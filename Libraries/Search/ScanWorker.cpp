@@ -4,6 +4,21 @@
 #include <algorithm>
 #include <cmath>
 
+#include "Math/structure.h"
+#include "Sampler/cAngularSampler.h"
+
+std::vector<Rotation> scanRotations(double step) {
+    std::vector<Rotation> rotations = cAngularSampler::constructRotations(step);
+    constexpr double identityTolerance = 1e-11;
+    const bool hasIdentity = std::any_of(rotations.begin(), rotations.end(), [](const Rotation& rotation) {
+        return norm(rotation) < identityTolerance;
+    });
+    if (!hasIdentity) {
+        rotations.push_back({0.0, 0.0, 0.0});
+    }
+    return rotations;
+}
+
 // Deliberate: the share is formed in double.
 ScanShare ScanShare::of(std::size_t worker, std::size_t workers, std::size_t rotations) {
     const double share =

@@ -15,6 +15,10 @@ using CandidateSet = LimitedSizeSet<HexaustFlexibleFitConformation>;
 /// A rotation of the scan, as the angles of cMatrix33::rotationXYZ in radians.
 using Rotation = std::array<double, 3>;
 
+/// The rotations of a search: those of the sampling for a step in degrees, and the identity at the end unless
+/// it is among them.
+std::vector<Rotation> scanRotations(double step);
+
 /// The part of a list of rotations that one worker does. Parts are contiguous and follow each other in the
 /// order of the workers' indices, so that any list, however it is dealt to threads and processes, gives the
 /// same sets as long as the number of all workers is the same.

@@ -45,6 +45,7 @@ struct SearchScene {
     std::shared_ptr<const NormalModeEngine> modes;
     double sigma;
     double filterSigmas;
+    const double* trustRadius; ///< of moves that a scan makes by itself; may change between two scans
 
     /// The middle of the map's box, which small rotations of the model turn about.
     cVector3 rotationCenter() const;

@@ -30,7 +30,8 @@ struct TestScene {
     }
 
     SearchScene scene() const {
-        return {&values, &map, &padded, model.grid, &model.positions, model.engine, model.sigma, 0.5};
+        return {&values,      &map,        &padded, model.grid,  &model.positions,
+                model.engine, model.sigma, 0.5,     &trustRadius};
     }
 
     const std::array<unsigned int, 3> sizes = {9, 10, 7};
@@ -38,6 +39,7 @@ struct TestScene {
     cGrid map;
     cGrid padded;
     std::vector<double> values;
+    double trustRadius = 0.5;
 };
 
 std::vector<Rotation> rotations(std::size_t count) {
@@ -135,7 +137,6 @@ TEST(ScanMethod, GivesTheDensityOfTheModelToTheFirstWorkerAlone) {
 TEST(MultistepScanMethod, CandidatesCarryTheStateOfTheirRotationAndTheDerivativesThere) {
     const TestScene test;
     const auto method = ScanMethod::choose(test.scene(), true);
-    method->setTrustRadius(0.5);
     testing::internal::CaptureStdout();
     const auto moved = scan(*method, rotations(3), 2, 20);
     testing::internal::GetCapturedStdout();
@@ -151,9 +152,9 @@ TEST(ScanMethod, MemoryGrowsByAPaddedMapAWorkerAndWithMultistepByTwelve) {
     const TestScene test;
     const double padded = 8.0 * test.padded.getTotalSize();
     const auto plain = ScanMethod::choose(test.scene(), false);
-    EXPECT_DOUBLE_EQ(plain->bytesNeeded(5) - plain->bytesNeeded(4), padded);
+    EXPECT_DOUBLE_EQ(plain->bytesNeeded(5, 10, 7) - plain->bytesNeeded(4, 10, 7), padded + 7 * 96);
     const auto multistep = ScanMethod::choose(test.scene(), true);
-    EXPECT_DOUBLE_EQ(multistep->bytesNeeded(5) - multistep->bytesNeeded(4), 12.0 * padded);
+    EXPECT_DOUBLE_EQ(multistep->bytesNeeded(5, 10, 7) - multistep->bytesNeeded(4, 10, 7), 12.0 * padded);
 }
 
 } // namespace
