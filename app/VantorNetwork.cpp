@@ -6,10 +6,9 @@
 #include <numeric>
 #include <stdexcept>
 
-#include "Mechanics/System.h"
 #include "NMAEngine/NormalModeEngine.h"
-#include "PDB/NeighbourList.h"
 #include "PDB/cAtomGrid.h"
+#include "Search/elasticModes.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
 #include "app/resources.h"
@@ -23,16 +22,10 @@ void Vantor::buildHessian() {
         return;
     }
     const int count = static_cast<int>(m_atoms.size());
-    cPDBAtom::cNeighbourList pairs;
-    {
-        cAtomGrid grid;
-        grid.initPointer(m_atoms.data(), count, nullptr, m_settings.cutoff);
-        checkSprings(grid);
-        grid.constructNeighbourList(m_atoms.data(), count, &pairs);
-    }
-    const NeighbourList<std::array<double, 3>> neighbours(pairs);
-    cPDBAtom::cNeighbourList().swap(pairs);
-    m_system = std::make_shared<System>(neighbours, m_masses, m_settings.stiffness, &m_info);
+    cAtomGrid grid;
+    grid.initPointer(m_atoms.data(), count, nullptr, m_settings.cutoff);
+    checkSprings(grid);
+    m_system = makeNetwork(m_atoms, m_masses, grid, m_settings.stiffness, m_info);
 }
 
 /// Ends the run if the network can't be held; docs/cost.md derives the bytes.
@@ -120,16 +113,11 @@ void Vantor::tellTooManyModes() const {
 
 void Vantor::performNMA() {
     m_info.printInfo(" Computing normal modes of the structure ");
-    const auto nModes = static_cast<unsigned int>(m_settings.modes);
-    if (nModes == 0) {
-        m_nma = std::make_shared<NormalModeEngine>(0U);
-        return;
+    if (m_settings.modes > 0) {
+        tellTooManyModes();
     }
-    tellTooManyModes();
-    constexpr double gasConstant = 0.0083144621; // kJ / (mol K)
     try {
-        m_nma = std::make_shared<NormalModeEngine>(m_system, m_positions, m_masses, m_blockIds, nModes,
-                                                   1.0 / (gasConstant + gasConstant), &m_info);
+        m_nma = makeModes(m_system, m_positions, m_masses, m_blockIds, m_settings.modes, m_info);
         m_eta.zeros(m_nma->m_nModes);
     } catch (const std::exception&) {
         warn(m_settings.modelPath +

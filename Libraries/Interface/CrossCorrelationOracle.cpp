@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
-#include <iostream>
 #include <limits>
 #include <stdexcept>
 #include <utility>
@@ -14,6 +13,7 @@
 #include "CrossCorrelation/FirstOrderCrossCorrelation.h"
 #include "CrossCorrelation/SecondOrderCrossCorrelation.h"
 #include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
+#include "IO/reportText.h"
 #include "Interface/tweenDof.h"
 #include "NMAEngine/NormalModeEngine.h"
 
@@ -42,7 +42,7 @@ void applyTo(const std::unique_ptr<Correlation>& correlation, const char* operat
              Operation&& apply) {
     if (correlation) {
         apply(*correlation);
-        std::cout << std::string("CrossCorrelationOracle::") + operation + " : " + name + " \n" << std::flush;
+        reportText(std::string("CrossCorrelationOracle::") + operation + " : " + name + " \n");
     }
 }
 

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iostream>
 #include <limits>
 #include <optional>
 #include <utility>
 
+#include "IO/reportText.h"
 #include "Optimization/smallDense.h"
 #include "Optimization/trustRegionRule.h"
 
@@ -85,7 +85,7 @@ Pass improve(Shift& shift, const Vector& b, const Matrix& A, double radius, Vect
 
 /// b has no part along the lowest eigenvector, which alone can then bring the step to the boundary.
 Vector solveHardCase(const Vector& b, const Matrix& A, double radius) {
-    std::cout << "Hard case !\n";
+    reportText("Hard case !\n");
 
     Vector eigenvalues;
     Matrix eigenvectors;
