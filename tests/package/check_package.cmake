@@ -20,7 +20,8 @@ run(${CMAKE_COMMAND} --install ${SELVANE_BUILD} --prefix ${WORK}/prefix)
 run(${CMAKE_COMMAND} -S ${CONSUMER} -B ${WORK}/build -DCMAKE_PREFIX_PATH=${WORK}/prefix
     -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${flags})
 run(${CMAKE_COMMAND} --build ${WORK}/build)
-run(${WORK}/build/consumer)
+run(${SELVANE_BUILD}/bin/selvane-example ${WORK}/example)
+run(${WORK}/build/consumer ${WORK}/example/map.ccp4 ${WORK}/example/model.pdb ${WORK}/example/truth.pdb)
 
 # An installation whose bin is in PATH is found without being told, also behind the bin of the build folder.
 run(${CMAKE_COMMAND} -E env --unset=CMAKE_PREFIX_PATH "PATH=${SELVANE_BUILD}/bin:${WORK}/prefix/bin:$ENV{PATH}"
