@@ -8,11 +8,12 @@
 
 #include "CrossCorrelation/HexaustFlexibleFitConformation.h"
 #include "CrossCorrelation/LimitedSizeSet.h"
+#include "Search/CheckpointFile.h"
 #include "Search/ScanMethod.h"
-#include "app/Checkpoint.h"
 #include "app/Vantor.h"
 
 class ElectronDensity;
+class RecoverableScan;
 class ThirdOrderCrossCorrelation;
 
 /// The exhaustive search: every rotation of the sampling, every translation at once, and for the poses that
@@ -51,14 +52,9 @@ public:
     /// What a checkpoint of this scan belongs to. Follows zeroPadd().
     checkpoint::Identity checkpointIdentity() const;
 
-    /// A worker's part of a checkpoint.
-    /// @param done  rotations of its range that the worker has done
-    std::string encodeWorker(unsigned long threadId, unsigned long done) const;
-
-    /// With the switch resume, fills the workers' sets from the checkpoint, or ends the run if that can't be.
-    /// Follows zeroPadd().
-    /// @return per worker, the rotations of its range that are done already
-    std::vector<unsigned long> resumeScan();
+    /// Gives the workers' sets to the checkpoints; with the switch resume, filled from one, or the run ends
+    /// if that can't be. Follows zeroPadd().
+    void resumeScan(RecoverableScan& recovery);
 
     std::array<double, 3> getConformationTau(unsigned long solution) const override;
     std::array<double, 3> getConformationAngle(unsigned long solution) const override;

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "NMAEngine/NormalModeEngine.h"
-#include "app/Checkpoint.h"
-#include "app/ContentHash.h"
+#include "Search/ContentHash.h"
+#include "Search/RecoverableScan.h"
 #include "app/VantorHexaust.h"
 #include "app/fail.h"
 
@@ -107,25 +107,12 @@ checkpoint::Identity VantorHexaust::checkpointIdentity() const {
     return identity;
 }
 
-std::string VantorHexaust::encodeWorker(unsigned long threadId, unsigned long done) const {
-    return checkpoint::encode(done, m_localTopConformations[threadId]);
-}
-
-std::vector<unsigned long> VantorHexaust::resumeScan() {
-    if (!m_settings.resume) {
-        return std::vector<unsigned long>(m_nThread, 0);
-    }
-    const checkpoint::Shape shape{m_paddedStructureGrid, m_nma->m_nModes,
-                                  static_cast<std::size_t>(m_settings.capacity()), m_nThread};
+void VantorHexaust::resumeScan(RecoverableScan& recovery) {
+    checkpoint::Shape shape{m_paddedStructureGrid, m_nma->m_nModes,
+                            static_cast<std::size_t>(m_settings.capacity()), m_nThread};
     try {
-        std::vector<checkpoint::Worker> workers = checkpoint::read(
-            getCheckpointPath(), checkpointIdentity(), shape, {m_settings.mapPath, m_settings.modelPath});
-        std::vector<unsigned long> done;
-        for (unsigned long i = 0; i < m_nThread; ++i) {
-            done.push_back(workers[i].done);
-            m_localTopConformations[i] = std::move(workers[i].candidates);
-        }
-        return done;
+        recovery.attach({checkpointIdentity(), std::move(shape), {m_settings.mapPath, m_settings.modelPath}},
+                        m_localTopConformations);
     } catch (const checkpoint::Error& error) {
         fail(error.what());
     }

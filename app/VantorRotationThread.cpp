@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/VantorRotationThread.h"
 
-#include "app/ScanCheckpoints.h"
+#include "Search/ScanCheckpoints.h"
 #include "app/Vantor.h"
 
 void VantorRotationThread::setContext(Vantor* fit, const std::array<double, 3>* angles) {

@@ -1,21 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The stages of a run, in their order, with the stopwatch between them.
-#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
-#include <memory>
-#include <numeric>
 #include <string>
 #include <vector>
 
 #include "IO/cSequentialTimer.h"
 #include "IO/message.h"
 #include "IO/printHeader.h"
-#include "app/Checkpoint.h"
-#include "app/CheckpointLock.h"
+#include "Search/RecoverableScan.h"
 #include "app/DynamicParallelForEach.h"
-#include "app/ScanCheckpoints.h"
 #include "app/StaticParallelForEach.h"
 #include "app/VantorHexaust.h"
 #include "app/VantorRefineConformationThread.h"
@@ -24,6 +18,7 @@
 #include "app/fail.h"
 #include "app/interruption.h"
 #include "app/resources.h"
+#include "app/scanStage.h"
 
 // The workers are the parallelism of a run; a matrix library with threads of its own would only multiply
 // them.
@@ -38,84 +33,6 @@ constexpr int lineWidth = 80;
 #define SELVANE_CHECKPOINT_MILLISECONDS 60000
 #endif
 constexpr std::chrono::milliseconds checkpointInterval{SELVANE_CHECKPOINT_MILLISECONDS};
-
-/// Ends a run that cannot be resumed before it costs time, and tells of a scan that this run would lose.
-void checkForCheckpoint(const VantorHexaust& fit, const CheckpointLock& lock) {
-    const std::string path = fit.getCheckpointPath();
-    const bool isResumed = fit.settings().resume;
-    if (lock.isOfAnotherRun()) {
-        const std::string text = path + " is in use by another run with the same --odir";
-        if (isResumed) {
-            fail(text + ". Wait for its end, or give another --odir without --resume.");
-        }
-        warn(text + ". This run takes no checkpoints, and whichever ends last leaves its results.");
-        return;
-    }
-    if (!isResumed) {
-        if (checkpoint::exists(path)) {
-            warn(path +
-                 " is left of an interrupted run. This run begins anew and will replace it if it takes "
-                 "more than a minute; the command of that run with --resume would continue it.");
-        }
-        return;
-    }
-    try {
-        checkpoint::require(path);
-    } catch (const checkpoint::Error& error) {
-        fail(error.what());
-    }
-    interruption::setCheckpoint(path);
-}
-
-/// Leaves out what the checkpoint has, if the run goes on from one.
-template <class Scan>
-void skipDone(Scan& scan, const std::vector<unsigned long>& done, std::size_t rotations,
-              const VantorHexaust& fit) {
-    const std::string path = fit.getCheckpointPath();
-    if (!scan.skip(done)) {
-        fail(path + ": the checkpoint is damaged. Remove it and start from the beginning without --resume.");
-    }
-    if (fit.settings().resume) {
-        const unsigned long sum = std::accumulate(done.begin(), done.end(), 0UL);
-        warn("going on from " + path + ", where " + std::to_string(sum) + " of " + std::to_string(rotations) +
-             " rotations are done");
-    }
-}
-
-ScanCheckpoints::Steps checkpointSteps(const VantorHexaust& fit) {
-    const std::string path = fit.getCheckpointPath();
-    return {[&fit](unsigned long worker, unsigned long done) { return fit.encodeWorker(worker, done); },
-            [path, identity = fit.checkpointIdentity()](const std::vector<std::string>& parts) {
-                checkpoint::write(path, identity, parts);
-            },
-            [](const std::string& reason) {
-                warn("no checkpoint could be written (" + reason +
-                     "); the scan goes on, but an interruption loses what it has done since the last one.");
-            }};
-}
-
-/// A complete run has no use for its checkpoint; one that left something undone can be resumed from it.
-void releaseCheckpoint(const VantorHexaust& fit, bool isComplete, bool isOwn) {
-    const std::string path = fit.getCheckpointPath();
-    if (isComplete && isOwn) {
-        std::remove(path.c_str());
-        interruption::setCheckpoint("");
-    } else if (isOwn) {
-        warn("this run is not complete; the same command with --resume goes on from " + path);
-    }
-}
-
-/// Ends a run whose workers could not be started at all: empty results would take the place of earlier ones.
-void requireScan(const std::vector<bool>& started, const std::vector<unsigned long>& resumed) {
-    const bool isStarted = std::find(started.begin(), started.end(), true) != started.end();
-    if (!isStarted && std::accumulate(resumed.begin(), resumed.end(), 0UL) == 0) {
-        fail("no worker could be started for the scan, so no solutions are written and earlier ones stay as "
-             "they "
-             "are. Give the run more memory or a higher limit of processes (ulimit -v, -u, -s), or fewer "
-             "workers "
-             "(--nthread).");
-    }
-}
 
 /// Runs one worker per buffer; what a worker that could not be started leaves undone is done here.
 template <class Thread, class Step>
@@ -138,8 +55,7 @@ int run(int argc, char** argv) {
     const auto save = [&] { info.saveTimeInterval(timer.getTimeInterval()); };
     const unsigned long workers = fit.getNThread();
 
-    const CheckpointLock lock(fit.getCheckpointPath());
-    checkForCheckpoint(fit, lock);
+    RecoverableScan recovery = openScan(fit, checkpointInterval);
     fit.tryOutputDirectory();
     printHeader(lineWidth);
     fit.initThreaded();
@@ -157,7 +73,7 @@ int run(int argc, char** argv) {
     fit.computeStructureEdm(timer);
     save();
     fit.zeroPadd();
-    const std::vector<unsigned long> done = fit.resumeScan();
+    fit.resumeScan(recovery);
     save();
 
     info.printInfo(" Zero padding the local grids and densities ");
@@ -183,18 +99,7 @@ int run(int argc, char** argv) {
     info.printInfo((" Scaning " + std::to_string(angles.size()) + " rotations ").c_str());
     // Deliberate: both loops live on to the end, and the line ends of their bars come behind the table.
     StaticParallelForEach<VantorRotationThread> scan(workers, angles.size(), "rotations");
-    skipDone(scan, done, angles.size(), fit);
-    ScanCheckpoints checkpoints(checkpointInterval, done, checkpointSteps(fit));
-    for (auto& thread : scan.m_threads) {
-        thread->setContext(&fit, angles.data());
-        thread->setCheckpoints(&checkpoints);
-    }
-    if (!lock.isOfAnotherRun()) {
-        checkpoints.start();
-    }
-    const std::vector<bool> started = scan.run();
-    checkpoints.stop();
-    requireScan(started, done);
+    runScan(scan, recovery, fit, angles);
     save();
 
     fit.mergeConformationOpt();
@@ -231,8 +136,7 @@ int run(int argc, char** argv) {
     info.setTotalTime(timer.getTime());
     info.printTimings();
     const bool isComplete = !fit.hasIncompleteFiles() && scan.allDone() && refinement.allDone();
-    releaseCheckpoint(fit, isComplete && !fit.hasMissingFiles(),
-                      checkpoints.isStored() || fit.settings().resume);
+    recovery.close(isComplete && !fit.hasMissingFiles());
     return isComplete ? 0 : 1;
 }
 

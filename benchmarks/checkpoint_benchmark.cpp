@@ -14,8 +14,8 @@
 #include <benchmark/benchmark.h>
 
 #include "Math/cGrid.h"
-#include "app/Checkpoint.h"
-#include "app/ScanCheckpoints.h"
+#include "Search/CheckpointFile.h"
+#include "Search/ScanCheckpoints.h"
 
 namespace {
 
@@ -28,10 +28,10 @@ std::shared_ptr<const cGrid> smallGrid() {
 }
 
 /// A full set, with derivatives as a multistep scan keeps them, or without any for no modes.
-checkpoint::CandidateSet fullSet(const checkpoint::Shape& shape) {
+CandidateSet fullSet(const checkpoint::Shape& shape) {
     std::mt19937 random;
     std::uniform_real_distribution<double> value(0.001, 1.0);
-    checkpoint::CandidateSet set(shape.capacity);
+    CandidateSet set(shape.capacity);
     const std::size_t nDof = shape.nModes == 0 ? 0 : shape.nModes + 6;
     while (set.size() < shape.capacity) {
         HexaustFlexibleFitConformation candidate(
@@ -61,7 +61,7 @@ void reportShare(benchmark::State& state) {
 void encodeOneWorker(benchmark::State& state) {
     const checkpoint::Shape shape{smallGrid(), static_cast<std::size_t>(state.range(1)),
                                   static_cast<std::size_t>(state.range(0)), 1};
-    const checkpoint::CandidateSet set = fullSet(shape);
+    const CandidateSet set = fullSet(shape);
     std::string bytes;
     for (auto _ : state) {
         bytes = checkpoint::encode(1, set);
@@ -80,7 +80,7 @@ BENCHMARK(encodeOneWorker)
 void writeTwoWorkers(benchmark::State& state) {
     const checkpoint::Shape shape{smallGrid(), static_cast<std::size_t>(state.range(1)),
                                   static_cast<std::size_t>(state.range(0)), workers};
-    const checkpoint::CandidateSet set = fullSet(shape);
+    const CandidateSet set = fullSet(shape);
     const std::vector<std::string> parts(workers, checkpoint::encode(7, set));
     const std::string directory = scratchDirectory();
     const std::string path = directory + "/.selvane-checkpoint";

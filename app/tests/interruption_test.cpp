@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include "IO/HiddenFile.h"
+#include "Search/CheckpointLock.h"
 #include "app/interruption.h"
 
 namespace {
@@ -74,6 +75,16 @@ TEST_F(UnfinishedFilesDeathTest, GoWithASignal) {
         },
         testing::KilledBySignal(SIGTERM), "SIGTERM");
     EXPECT_FALSE(std::filesystem::exists(m_path));
+}
+
+TEST_F(UnfinishedFilesDeathTest, TheLockOfACheckpointGoesWithASignal) {
+    EXPECT_EXIT(
+        {
+            const CheckpointLock lock(m_path);
+            endBy(SIGTERM, std::filesystem::exists(m_path + ".lock") ? "locked" : "");
+        },
+        testing::KilledBySignal(SIGTERM), "the last checkpoint is locked");
+    EXPECT_FALSE(std::filesystem::exists(m_path + ".lock"));
 }
 
 TEST_F(UnfinishedFilesDeathTest, GoWithAnExitFromTheMidstOfAStage) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#ifndef SELVANE_APP_CHECKPOINTLOCK_H
-#define SELVANE_APP_CHECKPOINTLOCK_H
+#ifndef SELVANE_SEARCH_CHECKPOINTLOCK_H
+#define SELVANE_SEARCH_CHECKPOINTLOCK_H
 
 #include <string>
 

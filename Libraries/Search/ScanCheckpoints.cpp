@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/ScanCheckpoints.h"
+#include "Search/ScanCheckpoints.h"
 
 #include <algorithm>
 #include <exception>

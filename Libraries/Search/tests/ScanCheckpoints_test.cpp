@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/ScanCheckpoints.h"
+#include "Search/ScanCheckpoints.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/ContentHash.h"
+#include "Search/ContentHash.h"
 
 namespace {
 

@@ -1,19 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#ifndef SELVANE_APP_CHECKPOINT_H
-#define SELVANE_APP_CHECKPOINT_H
+#ifndef SELVANE_SEARCH_CHECKPOINTFILE_H
+#define SELVANE_SEARCH_CHECKPOINTFILE_H
 
-#include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "CrossCorrelation/HexaustFlexibleFitConformation.h"
-#include "CrossCorrelation/LimitedSizeSet.h"
-
-class cGrid;
+#include "Search/CandidateCodec.h"
 
 /// The file from which an interrupted scan goes on: where each worker stood in its range of rotations and
 /// what its set of candidates held.
@@ -32,36 +28,20 @@ struct Identity {
     std::vector<std::pair<std::string, std::string>> options;
 };
 
-/// What candidates of the present scan look like.
-struct Shape {
-    std::shared_ptr<const cGrid> grid; ///< of the correlation, which candidates share
-    std::size_t nModes = 0;
-    std::size_t capacity = 1; ///< of each worker's set
-    std::size_t workers = 1;
-};
-
-using CandidateSet = LimitedSizeSet<HexaustFlexibleFitConformation>;
-
-struct Worker {
-    unsigned long done; ///< rotations of its range
-    CandidateSet candidates;
-};
-
 /// A checkpoint that no scan can go on from. The text names the file and the remedy.
 class Error : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// A worker's part of the file.
-/// @param done  rotations of its range that its set has seen
-std::string encode(unsigned long done, const CandidateSet& candidates);
-
 /// Puts the file in place of an older one, which stays as it was if this fails: written beside it as
-/// path + ".new", synced, renamed. From then on a signal that ends the run tells of it.
-/// @param parts  of encode(), one per worker
+/// path + ".new", synced, renamed.
+/// @param parts   of encode(), one per worker
+/// @param placed  called as soon as the file has its name, while the directory is still on its way to the
+/// disk
 /// @throws std::system_error
-void write(const std::string& path, const Identity& identity, const std::vector<std::string>& parts);
+void write(const std::string& path, const Identity& identity, const std::vector<std::string>& parts,
+           const std::function<void()>& placed = {});
 
 /// The workers as write() left them: their sets hold the same candidates in the same order, bit by bit.
 /// @param inputs  names of map and model, for the texts of errors

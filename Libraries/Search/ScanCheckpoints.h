@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#ifndef SELVANE_APP_SCANCHECKPOINTS_H
-#define SELVANE_APP_SCANCHECKPOINTS_H
+#ifndef SELVANE_SEARCH_SCANCHECKPOINTS_H
+#define SELVANE_SEARCH_SCANCHECKPOINTS_H
 
 #include <atomic>
 #include <chrono>

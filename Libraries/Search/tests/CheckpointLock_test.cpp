@@ -15,8 +15,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/CheckpointLock.h"
-#include "app/interruption.h"
+#include "Search/CheckpointLock.h"
 
 namespace {
 
@@ -65,21 +64,6 @@ TEST_F(CheckpointLocks, WhatAKilledRunLeftIsTakenOver) {
     ASSERT_EQ(waitpid(child, nullptr, 0), child);
     EXPECT_TRUE(fs::exists(m_file));
     EXPECT_FALSE(isTaken());
-    EXPECT_FALSE(fs::exists(m_file));
-}
-
-TEST_F(CheckpointLocks, ASignalTakesItAway) {
-    const pid_t child = fork();
-    if (child == 0) {
-        std::signal(SIGTERM, SIG_DFL);
-        interruption::install();
-        const CheckpointLock lock(m_checkpoint);
-        raise(SIGTERM);
-        _exit(0);
-    }
-    int state = 0;
-    ASSERT_EQ(waitpid(child, &state, 0), child);
-    EXPECT_TRUE(WIFSIGNALED(state));
     EXPECT_FALSE(fs::exists(m_file));
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#ifndef SELVANE_APP_CONTENTHASH_H
-#define SELVANE_APP_CONTENTHASH_H
+#ifndef SELVANE_SEARCH_CONTENTHASH_H
+#define SELVANE_SEARCH_CONTENTHASH_H
 
 #include <cstddef>
 #include <cstdint>
