@@ -9,7 +9,7 @@
 
 RecoverableScan openScan(const VantorHexaust& fit, std::chrono::milliseconds interval) {
     try {
-        return RecoverableScan({fit.getCheckpointPath(), fit.workflow().m_resume.getValue(), interval, warn,
+        return RecoverableScan({fit.getCheckpointPath(), fit.settings().resume, interval, warn,
                                 interruption::setCheckpoint});
     } catch (const checkpoint::Error& error) {
         fail(error.what());
