@@ -3,6 +3,7 @@
 #define SELVANE_APP_PARALLELRUNNER_H
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <vector>
 

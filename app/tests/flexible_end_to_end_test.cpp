@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Fits with normal modes: whether a bent model finds its way into the map of its bent form.
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Runs with limited address space, and with options that ask for more than there is.
 #include <csignal>
+#include <cstdint>
 #include <string>
 #include <vector>
 

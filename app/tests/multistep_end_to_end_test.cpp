@@ -2,6 +2,7 @@
 // Scans that move the model at every rotation.
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <string>
 #include <vector>
 

@@ -2,7 +2,11 @@
 // What each option does to a run.
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdio>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "app/tests/RunFixture.h"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Whether a fit finds the place that is known.
+#include <array>
 #include <cmath>
 #include <string>
 #include <vector>

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <regex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "app/tests/RunFixture.h"
