@@ -31,7 +31,7 @@ void Vantor::refineInputPDB(cSequentialTimer& timer) {
     auto density =
         std::make_shared<ElectronDensity>(m_positions.data(), m_sigma, m_positions.size(), m_structureGrid,
                                           *m_nma, m_eta, ElectronDensity::EPSILON);
-    const cVector3 center = 0.5 * (map.m_box.m_min + map.m_box.m_max);
+    const cVector3 center = map.m_box.center();
     density->setRotationCenter(center);
     const std::size_t nDof = m_eta.n_elem + 6;
     const auto oracle = std::make_shared<ConformationOracle>(m_edmValues, density, nDof);

@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 
 #include "Math/cVector3.h"
+#include "Math/pi.h"
 #include "app/FittingWorkflow.h"
 
 namespace {
@@ -212,8 +213,7 @@ TEST(FittingWorkflow, DerivedSigmaIsTheLargestEdgeOfTheCell) {
 }
 
 TEST(FittingWorkflow, DerivedDangleFollowsTheLargestNodeCount) {
-    EXPECT_EQ(Workflow({}).getDangle(mapSize),
-              360.0 / std::pow(100.0 * 4.0 * 3.141592653589793, 0.3333333333333333));
+    EXPECT_EQ(Workflow({}).getDangle(mapSize), 360.0 / std::pow(100.0 * 4.0 * pi, 0.3333333333333333));
     EXPECT_NEAR(Workflow({}).getDangle(mapSize), 33.36, 0.01);
     EXPECT_EQ(Workflow({"--dangle", "20"}).getDangle(mapSize), 20.0);
 }

@@ -21,6 +21,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Math/pi.h"
 #include "app/tests/RunFixture.h"
 #include "app/tests/solutionFile.h"
 
@@ -341,9 +342,8 @@ TEST_F(Failures, ReportThatCannotBeWrittenIsTold) {
 TEST_F(Failures, StepTooCoarseForTheModelIsToldWithABetterOne) {
     writeInputs();
     // Twice the width over the radius is a good step; from four times on there is a line.
-    constexpr double degreesPerRadian = 180.0 / 3.141592653589793;
     const double good =
-        2.0 * m_map.largestVoxel() / radiusOfGyration(positionsOf(m_model)) * degreesPerRadian;
+        2.0 * m_map.largestVoxel() / radiusOfGyration(positionsOf(m_model)) / radiansPerDegree;
     const auto withStep = [&](double step) {
         return fit({"--nthread", "1", "--nsolutions", "5", "--dangle", std::to_string(step)});
     };

@@ -9,12 +9,12 @@
 #include <utility>
 #include <vector>
 
+#include "Math/pi.h"
 #include "app/tests/RunFixture.h"
 #include "app/tests/solutionFile.h"
 
 namespace {
 
-constexpr double pi = 3.141592653589793;
 constexpr std::size_t headerSize = 1024;
 
 class Options : public RunFixture {

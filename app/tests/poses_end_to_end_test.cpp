@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "Math/pi.h"
 #include "app/tests/RunFixture.h"
 #include "app/tests/solutionFile.h"
 
 namespace {
 
-constexpr double pi = 3.141592653589793;
 constexpr double printedDigits = 0.0011; ///< angstrom: what three printed decimals leave of an exact place
 constexpr double refinedRmsd = 0.01;     ///< angstrom, in a map as it stands
 constexpr double resampled = 0.03;       ///< angstrom, in a map that was turned by linear interpolation

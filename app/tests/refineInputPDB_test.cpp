@@ -14,6 +14,7 @@
 
 #include "CrossCorrelation/fccf.h"
 #include "IO/cSequentialTimer.h"
+#include "Math/pi.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "app/VantorHexaust.h"
 #include "app/tests/testInputs.h"
@@ -21,8 +22,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr double pi = 3.141592653589793;
 
 /// A run whose data can be looked at.
 class OpenFit : public VantorHexaust {

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "Math/pi.h"
 #include "app/tests/RunFixture.h"
 #include "app/tests/solutionFile.h"
 
@@ -16,7 +17,6 @@ namespace {
 
 constexpr int width = 80;
 constexpr std::size_t bannerLines = 11;
-constexpr double pi = 3.141592653589793;
 
 std::string formatted(double value) {
     char text[40];

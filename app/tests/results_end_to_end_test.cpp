@@ -11,13 +11,13 @@
 #include <string>
 #include <vector>
 
+#include "Math/pi.h"
 #include "app/tests/RunFixture.h"
 #include "app/tests/solutionFile.h"
 
 namespace {
 
 constexpr std::size_t headerSize = 1024;
-constexpr double pi = 3.141592653589793;
 
 class Results : public RunFixture {
 protected:

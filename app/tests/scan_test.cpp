@@ -130,7 +130,7 @@ protected:
         const auto angles = fit.getEulerAngles();
         fit.initCrossCorrelation(false);
         const cBBox& box = fit.m_edm.m_grid.m_box;
-        fit.m_ccf->setRotationCenter(0.5 * (box.m_min + box.m_max));
+        fit.m_ccf->setRotationCenter(box.center());
         fit.m_ccf->initPatternEdm();
         std::vector<LimitedSizeSet<HexaustFlexibleFitConformation>> sets(
             2, LimitedSizeSet<HexaustFlexibleFitConformation>(40));
@@ -406,7 +406,7 @@ TEST_F(Scan, MultistepMovesTheModelToWhereASolverOnTheSameMapEnds) {
                                                  fit->m_sigma, fit->m_nma, 10000.0, false);
     oracle->initAsThirdOrder();
     const cBBox& box = fit->m_edm.m_grid.m_box;
-    oracle->setRotationCenter(0.5 * (box.m_min + box.m_max));
+    oracle->setRotationCenter(box.center());
     TrustRegionSolver solver(oracle, 8UL, fit->m_trustNorm[0]);
     const arma::Col<double> x = solver.solve(1e-11, 20000);
     ASSERT_TRUE(solver.m_converged);

@@ -6,9 +6,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include "Math/pi.h"
+
 namespace {
 
-constexpr double pi = 3.141592653589793;
 constexpr std::size_t headerSize = 1024;
 
 Mat operator*(const Mat& a, const Mat& b) {
