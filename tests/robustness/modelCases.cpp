@@ -9,11 +9,11 @@ namespace {
 
 using Spoil = std::function<void(Scene&)>;
 
-constexpr std::size_t X_OFFSET = 30;
-constexpr std::size_t NAME_OFFSET = 12;
-constexpr std::size_t RESIDUE_ATOMS = 5;
+constexpr std::size_t xOffset = 30;
+constexpr std::size_t nameOffset = 12;
+constexpr std::size_t residueAtoms = 5;
 
-const std::string MMCIF_HEAD = "data_TEST\n#\nloop_\n_atom_site.group_PDB\n_atom_site.id\n";
+const std::string mmcifHead = "data_TEST\n#\nloop_\n_atom_site.group_PDB\n_atom_site.id\n";
 
 Spoil text(const std::function<std::string(const std::string&)>& change) {
     return [change](Scene& scene) { scene.write("model.pdb", change(scene.read("model.pdb"))); };
@@ -35,7 +35,7 @@ Spoil x(const std::string& field) {
     return text([=](const std::string& model) {
         std::string changed = model;
         for (const char* serial : {"ATOM      1", "ATOM      2"}) {
-            changed.replace(changed.find(serial) + X_OFFSET, field.size(), field);
+            changed.replace(changed.find(serial) + xOffset, field.size(), field);
         }
         return changed;
     });
@@ -108,8 +108,8 @@ std::vector<Case> countCases() {
          }),
          End::Stops, "model.pdb: no atoms were kept"},
         {"one atom", first(1), End::EndsEarly, "model.pdb: atom 1 (N of LEU 1, chain 'A')"},
-        {"one residue", first(RESIDUE_ATOMS), End::Fits, ""},
-        {"two residues", first(2 * RESIDUE_ATOMS), End::Fits, ""},
+        {"one residue", first(residueAtoms), End::Fits, ""},
+        {"two residues", first(2 * residueAtoms), End::Fits, ""},
         {"more than 99,999 atoms, with serial numbers in base 36", makeLarge, End::Fits,
          "is too coarse for a model with a radius of gyration of 23.5 angstrom"},
         {"serial numbers that overflowed into stars", replace("ATOM      1", "ATOM  *****"), End::Fits, ""},
@@ -161,11 +161,11 @@ std::vector<Case> layoutCases() {
         {"gzip that holds no readable line",
          text([](const std::string&) { return "\x1f\x8b\x08" + std::string(3000, '\x9b'); }), End::Stops,
          "model.pdb is compressed (gzip)"},
-        {"mmCIF", before(MMCIF_HEAD), End::Stops, "model.pdb is an mmCIF file; convert it to the PDB format"},
-        {"mmCIF behind a UTF-8 byte-order mark", before("\xEF\xBB\xBF" + MMCIF_HEAD), End::Stops,
+        {"mmCIF", before(mmcifHead), End::Stops, "model.pdb is an mmCIF file; convert it to the PDB format"},
+        {"mmCIF behind a UTF-8 byte-order mark", before("\xEF\xBB\xBF" + mmcifHead), End::Stops,
          "model.pdb is an mmCIF file; convert it to the PDB format"},
         {"an escape sequence as the name of an only atom", text([](const std::string& model) {
-             return model.substr(0, model.find('\n') + 1).replace(NAME_OFFSET, 4, "\x1b[2J");
+             return model.substr(0, model.find('\n') + 1).replace(nameOffset, 4, "\x1b[2J");
          }),
          End::EndsEarly, "model.pdb: atom 1 (\\x1B[2J of LEU 1, chain 'A')"},
         {"UTF-16", text([](const std::string& model) {

@@ -3,7 +3,7 @@
 
 namespace {
 
-const std::string TOO_COARSE = "is too coarse for a model with a radius of gyration of ";
+const std::string tooCoarseStep = "is too coarse for a model with a radius of gyration of ";
 
 struct Ending {
     End end;
@@ -32,7 +32,7 @@ std::vector<NumericOption> numericOptions() {
     const Ending notAbove = refused("The value has to be above 0");
     const Ending negative = refused("is negative: give a whole number without a sign");
     const Ending flat = refused("The width has to be above 0 and below about 73.9 Angstrom");
-    const Ending tooCoarse{End::Fits, TOO_COARSE};
+    const Ending tooCoarse{End::Fits, tooCoarseStep};
     const Ending noStep = refused("The step has to be above 0 degrees");
     return {
         {"nmodes", fits, negative, "4294967296", refused("No model has more than 2147483647 modes")},
@@ -67,11 +67,11 @@ std::vector<Case> optionCases() {
     }
     const std::string tooMany = "The step gives more than 2147483645 rotations";
     cases.push_back(with("dangle", "1e-9", {End::Refused, tooMany}));
-    cases.push_back(with("dangle", "1e9", {End::Fits, TOO_COARSE}));
+    cases.push_back(with("dangle", "1e9", {End::Fits, tooCoarseStep}));
     cases.push_back(with("nthread", "10000", {End::FitsIfAble, ""}));
     for (const char* option : {"nsolutions", "nclusters"}) {
         // Every voxel of every rotation is kept, so there may be few.
-        Case all = with(option, "2147483647", {End::Fits, TOO_COARSE});
+        Case all = with(option, "2147483647", {End::Fits, tooCoarseStep});
         all.what += " with `--dangle` 180";
         all.spoil = [option](Scene& scene) {
             scene.options[option] = "2147483647";

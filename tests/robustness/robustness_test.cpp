@@ -16,9 +16,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::vector<std::string> SOLUTIONS = {"Rigid_solution.pdb", "Solution.pdb"};
-const std::vector<std::string> RESULTS = {"Rigid_solution.pdb", "Solution.pdb", "original.pdb", "edm.map"};
-const std::string EARLIER = "of an earlier run\n";
+const std::vector<std::string> solutions = {"Rigid_solution.pdb", "Solution.pdb"};
+const std::vector<std::string> results = {"Rigid_solution.pdb", "Solution.pdb", "original.pdb", "edm.map"};
+const std::string earlier = "of an earlier run\n";
 
 std::string contentOf(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -51,11 +51,11 @@ class Robustness : public RunFixture, public testing::WithParamInterface<Case> {
 protected:
     Robustness() : m_scene(m_directory / "work") {
         fs::create_directory(m_scene.directory / "out");
-        for (const std::string& name : RESULTS) {
-            m_scene.write("out/" + name, EARLIER);
+        for (const std::string& name : results) {
+            m_scene.write("out/" + name, earlier);
         }
-        m_scene.write("out/log.txt", EARLIER);
-        m_scene.write("density.map", EARLIER);
+        m_scene.write("out/log.txt", earlier);
+        m_scene.write("density.map", earlier);
     }
 
     RunResult runScene() const {
@@ -74,11 +74,11 @@ protected:
         const fs::path directory = m_scene.directory / m_scene.options.at("odir");
         std::map<std::string, std::string> after = snapshot(m_scene.directory);
         std::vector<fs::path> written = {m_scene.directory / "density.map", directory / "log.txt"};
-        for (const std::string& name : RESULTS) {
+        for (const std::string& name : results) {
             written.push_back(directory / name);
         }
         for (const fs::path& path : written) {
-            EXPECT_NE(after[path.string()], EARLIER) << path;
+            EXPECT_NE(after[path.string()], earlier) << path;
             before.erase(path.string());
             after.erase(path.string());
         }
@@ -90,7 +90,7 @@ protected:
 
     void expectUnwritten(const RunResult& result) const {
         EXPECT_EQ(result.status, 0) << result.err;
-        for (const std::string& name : SOLUTIONS) {
+        for (const std::string& name : solutions) {
             const std::string path = m_scene.options.at("odir") + "/" + name;
             EXPECT_TRUE(contains(result.out, "[ERROR] couldn't create the file ")) << result.out;
             EXPECT_TRUE(contains(result.out, " : " + path + "\n")) << result.out;
@@ -99,12 +99,12 @@ protected:
 
     void expectEarlierSolution(const RunResult& result) const {
         EXPECT_EQ(result.status, 0) << result.err;
-        for (const std::string& name : SOLUTIONS) {
+        for (const std::string& name : solutions) {
             const fs::path path = m_scene.directory / "out" / name;
-            EXPECT_TRUE(fs::is_directory(path) || contentOf(path) == EARLIER) << name;
+            EXPECT_TRUE(fs::is_directory(path) || contentOf(path) == earlier) << name;
         }
         for (const char* name : {"out/original.pdb", "out/edm.map", "out/log.txt", "density.map"}) {
-            EXPECT_NE(contentOf(m_scene.directory / name), EARLIER) << name;
+            EXPECT_NE(contentOf(m_scene.directory / name), earlier) << name;
         }
     }
 
