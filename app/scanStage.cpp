@@ -9,8 +9,8 @@
 
 RecoverableScan openScan(const VantorHexaust& fit, std::chrono::milliseconds interval) {
     try {
-        return RecoverableScan({fit.getCheckpointPath(), fit.settings().resume, interval, warn,
-                                interruption::setCheckpoint});
+        return RecoverableScan(
+            {fit.getCheckpointPath(), fit.settings().resume, interval, warn, interruption::setCheckpoint});
     } catch (const checkpoint::Error& error) {
         fail(error.what());
     }
