@@ -228,22 +228,21 @@ double FittingWorkflow::getClusterThreshold(const std::vector<std::array<double,
 bool FittingWorkflow::saveArgumentLog(const std::string& path, const cVector3& cellDim,
                                       const unsigned int* mapSize,
                                       const std::vector<std::array<double, 3>>& positions) const {
+    const FitSettings s = settings();
     std::ofstream log(path, std::ios::out | std::ios::app);
     const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
     log << "run of " << std::ctime(&now) << std::endl;
-    log << printable(_progName) << " --ipdb " << printable(m_ipdb.getValue()) << " --iedm "
-        << printable(m_iedm.getValue());
-    log << " --nthread " << m_nthread.getValue() << " --sigma " << getSigma(cellDim) << " --filtersigma "
-        << m_filtersigma.getValue() << " --dangle " << getDangle(mapSize);
+    log << printable(_progName) << " --ipdb " << printable(s.modelPath) << " --iedm " << printable(s.mapPath);
+    log << " --nthread " << s.workers << " --sigma " << getSigma(cellDim) << " --filtersigma "
+        << s.filterSigmas << " --dangle " << getDangle(mapSize);
     // Deliberate: a blank too many in front of the threshold, and no word of the hidden options and
     // nopadding.
-    if (useClustering()) {
+    if (s.clustering) {
         log << " --clustering "
-            << " --clusterThreshold " << getClusterThreshold(positions) << " --nclusters "
-            << m_nclusters.getValue();
+            << " --clusterThreshold " << getClusterThreshold(positions) << " --nclusters " << s.clusters;
     }
     // Deliberate: the solutions kept, not the option as given.
-    log << " --nsolutions " << getCapacity();
-    log << " --odir " << printable(m_odir.getValue()) << std::endl << std::endl;
+    log << " --nsolutions " << s.capacity();
+    log << " --odir " << printable(s.outputDirectory) << std::endl << std::endl;
     return log.good();
 }
