@@ -8,6 +8,7 @@
 #     threads      those of the programs of tests that start threads; only if named, for tsan has them, too
 #     clang        a build by clang, warnings are errors
 #     tidy         clang-tidy by .clang-tidy
+#     naming       its rule of names alone, in a few minutes; only if named, for tidy has it, too
 #     format       clang-format by .clang-format
 #     cppcheck     cppcheck, less the lines of scripts/cppcheck.suppressions
 #     same-answer  scripts/same-answer.sh
@@ -20,8 +21,8 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/lib.sh
 
-readonly ALL_STEPS=(format cppcheck tidy clang asan-ubsan threads tsan coverage same-answer fault-sweep demo fuzz)
-readonly PART_OF_OTHERS=(threads) # run when named only
+readonly ALL_STEPS=(format cppcheck naming tidy clang asan-ubsan threads tsan coverage same-answer fault-sweep demo fuzz)
+readonly PART_OF_OTHERS=(naming threads) # run when named only
 readonly FUZZ_SECONDS="${FUZZ_SECONDS:-600}"
 readonly LEAST_COVERAGE=95 # per cent of lines
 
@@ -60,11 +61,21 @@ check_clang() {
     build clang
 }
 
-check_tidy() {
+# run_tidy [OPTION...]: clang-tidy on all sources and, through them, their headers.
+run_tidy() {
     require_packages "${BUILD_PACKAGES[@]}" clang clang-tidy
     cmake --preset tidy
     say "Running clang-tidy on $(sources | wc -l) sources"
-    sources | xargs -P "$(jobs_count)" -n 1 clang-tidy --quiet -p build/tidy
+    sources | xargs -P "$(jobs_count)" -n 1 clang-tidy --quiet -p build/tidy "$@"
+}
+
+check_tidy() {
+    run_tidy
+}
+
+# Braces around statements are the format's.
+check_naming() {
+    run_tidy --checks='-*,readability-identifier-naming'
 }
 
 # The older clang-format of Debian 12 does not know braces.

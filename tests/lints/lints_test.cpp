@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstddef>
 #include <cstdlib>
 #include <fstream>
 #include <set>
@@ -82,6 +83,27 @@ TEST(Project, ArchitectureDocumentHasARowForEveryLayer) {
         names.insert(line.second);
     }
     EXPECT_EQ(layersInTheDocument(), names);
+}
+
+std::string textOf(const fs::path& path) {
+    std::ostringstream text;
+    text << std::ifstream(sourceRoot / path).rdbuf();
+    return text.str();
+}
+
+TEST(Project, EveryStepOfTheChecksStandsInTheirHeadAndInTheReadme) {
+    const std::string script = textOf("scripts/check.sh");
+    const std::string readme = textOf("README.md");
+    const std::string list = "ALL_STEPS=(";
+    const std::size_t begin = script.find(list) + list.size();
+    std::istringstream steps(script.substr(begin, script.find(')', begin) - begin));
+    std::size_t count = 0;
+    for (std::string step; steps >> step; ++count) {
+        EXPECT_NE(script.find("\n#     " + step + " "), std::string::npos) << step;
+        EXPECT_NE(script.find("\ncheck_" + step + "() {"), std::string::npos) << step;
+        EXPECT_NE(readme.find("`" + step + "`"), std::string::npos) << step;
+    }
+    EXPECT_GT(count, 0U);
 }
 
 TEST(Project, LibrariesLeaveTheNameOfTheProgramToItsMessageSink) {
