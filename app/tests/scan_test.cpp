@@ -21,6 +21,7 @@
 #include "Interface/CrossCorrelationOracle.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "Optimization/TrustRegionSolver.h"
+#include "Search/ExhaustiveSearch.h"
 #include "app/StaticParallelForEach.h"
 #include "app/VantorHexaust.h"
 #include "app/VantorRotationThread.h"
@@ -34,10 +35,13 @@ class OpenFit : public VantorHexaust {
 public:
     using VantorHexaust::VantorHexaust;
 
+    using Vantor::m_atoms;
+    using Vantor::m_blockIds;
     using Vantor::m_edm;
     using Vantor::m_edmValues;
     using Vantor::m_eulerAngles;
     using Vantor::m_localEdmValues;
+    using Vantor::m_masses;
     using Vantor::m_nma;
     using Vantor::m_paddedStructureGrid;
     using Vantor::m_positions;
@@ -314,6 +318,29 @@ TEST_F(Scan, AWrittenPoseIsStretchedAcrossTheAxisOfItsTurn) {
         largest = std::max(largest, found / length);
     }
     EXPECT_GT(largest, 2.5); // of the 3.1 that are possible
+}
+
+TEST_F(Scan, OfTheLibraryInOneObjectFindsThePosesOfTheStages) {
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{}, {"--multistep", "--nmodes", "1", "--maxrmsd", "0.5"}}) {
+        testing::internal::CaptureStdout();
+        const auto staged = prepared("staged", options);
+        staged->initThreadedRefineTopConformations();
+        scanInParallel(*staged);
+        finish(*staged);
+        testing::internal::GetCapturedStdout();
+        ExhaustiveSearch search({staged->m_edmValues, staged->m_edm.m_grid},
+                                {staged->m_atoms, staged->m_masses, staged->m_blockIds}, staged->settings());
+        const std::vector<PoseRecord> poses = search.run();
+        ASSERT_EQ(poses.size(), staged->m_topConformations.size());
+        for (std::size_t n = 0; n < poses.size(); ++n) {
+            const auto& pose = staged->m_topConformations[n];
+            EXPECT_EQ(poses[n].score, pose.m_rigidScore);
+            EXPECT_EQ(poses[n].refinedScore, pose.m_flexScore);
+            EXPECT_EQ(poses[n].dTau.y, pose.m_ddy);
+            EXPECT_EQ(poses[n].amplitudes.size(), pose.m_eta.n_elem);
+        }
+    }
 }
 
 TEST_F(Scan, WorkersThatTakeNoCheckpointsFindTheSamePoses) {
