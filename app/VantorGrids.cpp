@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The stages that lay the grids of map and model over each other.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "CrossCorrelation/ElectronDensity.h"
 #include "IO/cSequentialTimer.h"

@@ -2,6 +2,7 @@
 #ifndef SELVANE_APP_VANTORHEXAUST_H
 #define SELVANE_APP_VANTORHEXAUST_H
 
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>

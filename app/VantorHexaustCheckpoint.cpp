@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What a checkpoint of the scan holds of a fit, and how a fit takes it up again.
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <utility>

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the output reads of each pose.
+#include <array>
+#include <memory>
+
 #include "app/VantorHexaust.h"
 
 std::array<double, 3> VantorHexaust::getConformationTau(unsigned long solution) const {

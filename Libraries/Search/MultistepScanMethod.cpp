@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Search/MultistepScanMethod.h"
 
+#include <cstddef>
+
 #include "CrossCorrelation/MapRotator.h"
 #include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
 #include "Interface/CrossCorrelationOracle.h"

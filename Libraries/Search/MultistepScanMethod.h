@@ -2,6 +2,7 @@
 #ifndef SELVANE_SEARCH_MULTISTEPSCANMETHOD_H
 #define SELVANE_SEARCH_MULTISTEPSCANMETHOD_H
 
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <vector>

@@ -2,6 +2,7 @@
 #include "Search/PlainScanMethod.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/MapRotator.h"

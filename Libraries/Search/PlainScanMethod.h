@@ -2,6 +2,7 @@
 #ifndef SELVANE_SEARCH_PLAINSCANMETHOD_H
 #define SELVANE_SEARCH_PLAINSCANMETHOD_H
 
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <vector>

@@ -2,6 +2,7 @@
 #include "Search/ScanCheckpoints.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <exception>
 #include <new>
 #include <system_error>

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstddef>
+#include <cstdint>
 #include <set>
 #include <string>
 #include <vector>

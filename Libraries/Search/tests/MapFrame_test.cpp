@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Where a pose puts the model, against the place that the definition of the correlation gives.
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <random>
 
 #include <gtest/gtest.h>

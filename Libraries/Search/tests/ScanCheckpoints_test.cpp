@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <mutex>
 #include <new>
 #include <stdexcept>

@@ -2,6 +2,7 @@
 // The two ways to score a rotation behind their common interface.
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <memory>
 #include <random>
 #include <vector>

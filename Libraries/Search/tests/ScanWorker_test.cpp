@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <random>
 #include <vector>
