@@ -176,6 +176,9 @@ void FittingWorkflow::checkSettings() const {
                                              &m_filtersigma, &m_dangle,    &m_clusterThreshold};
         const auto option = std::find_if(std::begin(options), std::end(options),
                                          [&](const auto* o) { return o->getName() == error.option(); });
+        if (option == std::end(options)) {
+            throw TCLAP::CmdLineParseException(error.what(), error.option());
+        }
         reject(**option, error.what());
     }
 }
