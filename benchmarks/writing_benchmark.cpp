@@ -15,7 +15,7 @@
 #include "Math/cMatrix33.h"
 #include "PDB/AtomLines.h"
 #include "PDB/writePDB.h"
-#include "app/PoseMove.h"
+#include "Search/PoseMove.h"
 #include "benchmarks/BenchmarkModel.h"
 #include "benchmarks/wallTime.h"
 
