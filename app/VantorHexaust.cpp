@@ -161,9 +161,8 @@ void VantorHexaust::tellNoPoses() const {
 
 void VantorHexaust::refineTopConformation(unsigned long, unsigned long solution) {
     HexaustFlexibleFitConformation& pose = m_topConformations[solution];
-    method().complete(pose);
     const FlexibleFitConformation before = pose;
-    if (!pose.solveConvexSubProblem(m_trustNorm[0])) {
+    if (!method().refine(pose)) {
         countNonConvex();
     }
     if (isMoved(before, pose)) {
@@ -184,14 +183,7 @@ unsigned long VantorHexaust::getNClusteres() {
 /// A lower bound from what is known before the pattern is evaluated; docs/cost.md derives it.
 double VantorHexaust::estimateScanBytes() {
     const double map = 8.0 * static_cast<double>(m_edm.m_grid.getTotalSize());
-    const double nDof = static_cast<double>(m_nma->m_nModes) + 6.0;
-    const double conformation = 600.0 + 8.0 * (nDof + nDof * nDof);
-    const double rotations = rotationCount() + 1.0;
-    // Two lists of triples while the sampling converts its angles.
-    const double angles = 2.0 * 24.0 * rotations;
-    const double kept = std::min<double>(m_settings.capacity(), rotations * m_paddedGrid.getTotalSize());
-    const double solutions = conformation * kept * (static_cast<double>(m_nThread) + 1.0);
-    return method().bytesNeeded(m_nThread, kept, rotations) + 2.0 * map + angles + solutions;
+    return scanBytes(method(), m_settings, m_nThread) + 2.0 * map;
 }
 
 /// An upper bound, unlike that of the bytes: what the limit refuses ends the run.

@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "CrossCorrelation/ElectronDensity.h"
+#include "IO/openInput.h"
 #include "Math/structure.h"
 #include "PDB/cClassicalParserPDB.h"
 #include "PDB/loadFromPDB.h"
@@ -34,15 +35,16 @@ std::int64_t voxelsInMemory() {
     return static_cast<std::int64_t>(std::min(resources::memory().total / bytesPerVoxel, most));
 }
 
-constexpr const char* swappedInputs =
-    "The inputs look swapped: give the map to --iedm and the model to --ipdb.";
-
 bool looksLikeModel(const std::string& path) {
     constexpr std::size_t probeSize = 1 << 20; // bytes; headers of models are shorter
     std::string text(probeSize, '\0');
-    std::ifstream file(path, std::ios::binary);
-    file.read(text.data(), static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<std::size_t>(file.gcount()));
+    try {
+        std::ifstream file = openInput(path);
+        file.read(text.data(), static_cast<std::streamsize>(text.size()));
+        text.resize(static_cast<std::size_t>(file.gcount()));
+    } catch (const InputError&) {
+        return false;
+    }
     return cClassicalParserPDB::contentOf(text) != cClassicalParserPDB::Content::UNKNOWN;
 }
 
@@ -66,7 +68,10 @@ void Vantor::checkMap() const {
     const std::string defect = m_edm.getDefect();
     if (!defect.empty()) {
         if (looksLikeModel(path)) {
-            warn(path + " looks like a model and not like a map. " + swappedInputs);
+            warn(path + " looks like a model and not like a map. " +
+                 (cDensityMapCCP4::looksLikeMap(m_settings.modelPath)
+                      ? "The inputs look swapped: give the map to --iedm and the model to --ipdb."
+                      : "Give a CCP4 map to --iedm."));
         }
         fail(path + ": " + defect +
              ". It must be a CCP4 map of 32-bit floats (mode 2) with at least two voxels "
@@ -130,7 +135,8 @@ void Vantor::checkModel() const {
     const std::string path = m_settings.modelPath;
     if (m_atoms.empty()) {
         if (cDensityMapCCP4::looksLikeMap(path)) {
-            warn(path + " looks like a CCP4 map and not like a model. " + swappedInputs);
+            // Swapped inputs have ended the run at the map already.
+            warn(path + " looks like a CCP4 map and not like a model. Give a PDB model to --ipdb.");
         }
         fail(path +
              ": no atoms were kept. It must hold ATOM or HETATM records of a model; waters, hydrogens and "

@@ -13,7 +13,7 @@ namespace dft {
 namespace {
 
 std::array<std::size_t, 3> requireFilled(const Dimensions& n, const std::array<unsigned int, 3>& filled) {
-    const int size[3] = {n.n_i, n.n_j, n.n_k};
+    const std::array<int, 3> size = {n.n_i, n.n_j, n.n_k};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         if (filled[axis] == 0 || filled[axis] > static_cast<unsigned int>(size[axis])) {
             throw std::length_error("a target of " + std::to_string(filled[axis]) + " nodes on a grid of " +

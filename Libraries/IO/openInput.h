@@ -11,12 +11,15 @@
 class InputError : public std::runtime_error {
 public:
     InputError(const std::string& path, const std::string& reason, bool isThere)
-        : std::runtime_error(path + ": " + reason), m_isThere(isThere) {}
+        : std::runtime_error(path + ": " + reason), m_reason(reason), m_isThere(isThere) {}
+
+    const std::string& reason() const { return m_reason; }
 
     /// Whether something was found at the path.
     bool isThere() const { return m_isThere; }
 
 private:
+    std::string m_reason;
     bool m_isThere;
 };
 

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "IO/HiddenFile.h"
+#include "IO/openInput.h"
 #include "Search/ByteStream.h"
 #include "Search/ContentHash.h"
 
@@ -47,22 +48,16 @@ std::string encodeIdentity(const Identity& identity) {
     return bytes;
 }
 
-/// The whole of a regular file.
-std::string contentOf(const std::string& path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) {
-        throw Error(path + ": there is no checkpoint to resume from (" + std::strerror(errno) +
+std::vector<char> contentOf(const std::string& path) {
+    try {
+        return readInput(path);
+    } catch (const InputError& error) {
+        if (error.isThere()) {
+            throw Error(path + ": the checkpoint cannot be read. Make it readable, or " + startOver + ".");
+        }
+        throw Error(path + ": there is no checkpoint to resume from (" + error.reason() +
                     "). Give the --odir of the interrupted run, or " + startOver + ".");
     }
-    std::ifstream file;
-    if (S_ISREG(status.st_mode)) {
-        file.open(path, std::ios::binary);
-    }
-    std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open() || file.bad()) {
-        throw Error(path + ": the checkpoint cannot be read. Make it readable, or " + startOver + ".");
-    }
-    return bytes;
 }
 
 /// Takes the magic word and the version.
@@ -170,8 +165,8 @@ void write(const std::string& path, const Identity& identity, const std::vector<
 
 std::vector<Worker> read(const std::string& path, const Identity& identity, const Shape& shape,
                          const std::pair<std::string, std::string>& inputs) {
-    const std::string bytes = contentOf(path);
-    ByteReader reader(bytes);
+    const std::vector<char> bytes = contentOf(path);
+    ByteReader reader(std::string_view(bytes.data(), bytes.size()));
     try {
         checkVersion(reader, path);
         checkIdentity(ByteReader(takeSection(reader)), path, identity, inputs);

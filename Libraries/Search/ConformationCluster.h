@@ -14,6 +14,7 @@
 #include "Math/cMatrix33.h"
 #include "Math/cVector3.h"
 #include "QCProt/RMSD.h"
+#include "Search/FitSettings.h"
 #include "Search/MapFrame.h"
 #include "Search/PoseRecord.h"
 
@@ -58,6 +59,18 @@ private:
     Clusters m_clusters; ///< the kept poses, best first
     MapFrame m_frame;
 };
+
+/// At most settings.clusters of some poses, best first, that are further from each other than the threshold.
+/// @param settings  resolved for the model
+template <typename T>
+std::vector<T> clusterPoses(const std::vector<T>& poses, const std::vector<std::array<double, 3>>& positions,
+                            const MapFrame& frame, const FitSettings& settings) {
+    ConformationCluster<T> clusters(positions, frame, settings.clusterThreshold.value());
+    for (const T& pose : poses) {
+        clusters.insertToMap(pose, static_cast<unsigned long>(settings.clusters));
+    }
+    return clusters.toStdVector();
+}
 
 template <typename T>
 ConformationCluster<T>::ConformationCluster(const std::vector<std::array<double, 3>>& positions,

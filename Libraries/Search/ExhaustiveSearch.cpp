@@ -161,16 +161,6 @@ SearchObserver& orNobody(SearchObserver* observer) {
     return observer != nullptr ? *observer : nobody;
 }
 
-std::vector<Candidate> clustered(const std::vector<Candidate>& poses,
-                                 const std::vector<std::array<double, 3>>& positions, const MapFrame& frame,
-                                 const FitSettings& settings) {
-    ConformationCluster<Candidate> clusters(positions, frame, settings.clusterThreshold.value());
-    for (const Candidate& pose : poses) {
-        clusters.insertToMap(pose, static_cast<unsigned long>(settings.clusters));
-    }
-    return clusters.toStdVector();
-}
-
 } // namespace
 
 ExhaustiveSearch::ExhaustiveSearch(SearchMap map, SearchModel model, FitSettings settings)
@@ -241,15 +231,14 @@ std::vector<PoseRecord> ExhaustiveSearch::finish(std::vector<CandidateSet> sets,
     m_method->keepFor(poses);
     if (m_settings.clustering) {
         orNobody(observer).stageBegins("clustering", 0);
-        poses = clustered(poses, m_positions, m_frame, m_settings);
+        poses = clusterPoses(poses, m_positions, m_frame, m_settings);
     }
     orNobody(observer).stageBegins("refinement", poses.size());
     std::atomic<std::size_t> next{0};
     Team team(orNobody(observer));
     team.run(m_settings.workers, [&](std::size_t) {
         for (std::size_t k = next++; k < poses.size(); k = next++) {
-            m_method->complete(poses[k]);
-            poses[k].solveConvexSubProblem(m_trustRadius);
+            m_method->refine(poses[k]);
             team.taskDone();
         }
     });
@@ -269,5 +258,5 @@ std::vector<double> ExhaustiveSearch::displacements(const PoseRecord& pose) cons
 }
 
 double ExhaustiveSearch::bytesNeeded(std::size_t workers) const {
-    return m_method->bytesNeeded(workers, m_settings.capacity(), m_settings.rotationCount() + 1.0);
+    return scanBytes(*m_method, m_settings, workers);
 }

@@ -84,7 +84,10 @@ void PlainScanMethod::complete(HexaustFlexibleFitConformation& pose) {
     if (!pose.m_gradient.is_empty()) {
         return;
     }
-    std::call_once(m_derivativesMade, [&] { m_derivatives = m_density->tabulate(); });
+    std::call_once(m_derivativesMade, [&] {
+        // Who merges the sets of others need not have scanned.
+        m_derivatives = (m_density ? m_density : scene().modelDensity())->tabulate();
+    });
     const Rotation angles{pose.m_alpha, pose.m_beta, pose.m_gamma};
     completeCandidate(m_derivatives, RotatedNodes(*scene().mapValues, *scene().map, angles, filterOf(angles)),
                       pose);

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Search/ScanMethod.h"
 
+#include <algorithm>
+
 #include "CrossCorrelation/ElectronDensity.h"
+#include "NMAEngine/NormalModeEngine.h"
+#include "Search/FitSettings.h"
 #include "Search/MultistepScanMethod.h"
 #include "Search/PlainScanMethod.h"
 
@@ -15,4 +19,20 @@ std::unique_ptr<ScanMethod> ScanMethod::choose(SearchScene scene, bool multistep
 void ScanMethod::fillBuffer(std::vector<double>& buffer) const {
     buffer.resize(m_scene.padded->getTotalSize());
     ElectronDensity::zeroPadd(*m_scene.mapValues, *m_scene.map, *m_scene.padded, buffer);
+}
+
+bool ScanMethod::refine(HexaustFlexibleFitConformation& pose) {
+    complete(pose);
+    return pose.solveConvexSubProblem(*m_scene.trustRadius);
+}
+
+double scanBytes(const ScanMethod& method, const FitSettings& settings, std::size_t workers) {
+    const double nDof = static_cast<double>(method.scene().modes->m_nModes) + 6.0;
+    const double conformation = 600.0 + 8.0 * (nDof + nDof * nDof);
+    const double rotations = settings.rotationCount() + 1.0;
+    const double angles = 2.0 * 24.0 * rotations;
+    const double kept =
+        std::min<double>(settings.capacity(), rotations * method.scene().padded->getTotalSize());
+    const double candidates = conformation * kept * (static_cast<double>(workers) + 1.0);
+    return method.bytesNeeded(workers, kept, rotations) + angles + candidates;
 }

@@ -11,6 +11,7 @@
 #include "Search/SearchScene.h"
 
 class ElectronDensity;
+struct FitSettings;
 
 /// How a search scores a rotation, and what its workers share for it. Made once; after it nothing asks which
 /// one it is.
@@ -56,10 +57,20 @@ public:
     /// be completed on several threads.
     virtual void complete(HexaustFlexibleFitConformation& pose) = 0;
 
+    /// Completes a pose and moves it off the lattice, within the trust radius of the scene.
+    /// @return whether its local problem was concave
+    bool refine(HexaustFlexibleFitConformation& pose);
+
     const SearchScene& scene() const { return m_scene; }
 
 private:
     SearchScene m_scene;
 };
+
+/// Bytes that a scan takes beyond the inputs: the arrays of the method, the candidates of the workers' sets
+/// and of the merge, and two lists of rotations while the sampling converts its angles. docs/cost.md derives
+/// it.
+/// @param settings  resolved for the map
+double scanBytes(const ScanMethod& method, const FitSettings& settings, std::size_t workers);
 
 #endif

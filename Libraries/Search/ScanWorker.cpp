@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 
 #include "Math/structure.h"
 #include "Sampler/cAngularSampler.h"
@@ -30,6 +31,9 @@ ScanShare ScanShare::of(std::size_t worker, std::size_t workers, std::size_t rot
 }
 
 std::vector<HexaustFlexibleFitConformation> mergeCandidates(std::vector<CandidateSet>& sets) {
+    if (sets.empty()) {
+        throw std::invalid_argument("there are no sets of workers to merge");
+    }
     CandidateSet& merged = sets.front();
     for (std::size_t i = 1; i < sets.size(); ++i) {
         for (const HexaustFlexibleFitConformation& candidate : sets[i]) {

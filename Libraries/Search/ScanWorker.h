@@ -54,7 +54,8 @@ public:
 
 /// The merge of the workers' sets: what sets 1, 2, ... hold is offered to set 0, in the order of the workers
 /// and best first. Of equal scores the worker with the lowest index wins.
-/// @param sets  at least one; the first is used up
+/// @param sets  the first is used up
+/// @throws std::invalid_argument without any
 std::vector<HexaustFlexibleFitConformation> mergeCandidates(std::vector<CandidateSet>& sets);
 
 #endif

@@ -92,9 +92,9 @@ std::vector<Case> pathCases() {
         {"a map and a model in each other's place", takeBoth("map.ccp4", "model.pdb"), End::Stops,
          "model.pdb looks like a model and not like a map. " + swapped},
         {"the map in place of the model, too", takeBoth("map.ccp4", "map.ccp4"), End::Stops,
-         "map.ccp4 looks like a CCP4 map and not like a model. " + swapped},
+         "map.ccp4 looks like a CCP4 map and not like a model. Give a PDB model to --ipdb."},
         {"the model in place of the map, too", takeBoth("model.pdb", "model.pdb"), End::Stops,
-         "model.pdb looks like a model and not like a map. " + swapped},
+         "model.pdb looks like a model and not like a map. Give a CCP4 map to --iedm."},
         {"a model that the run would overwrite", takeOutput("ipdb", "model.pdb", "out/original.pdb"),
          End::Refused, "The run would overwrite its input 'out/original.pdb'"},
     };

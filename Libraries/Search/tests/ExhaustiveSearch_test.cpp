@@ -135,7 +135,11 @@ TEST(ExhaustiveSearch, WorkersOfSeveralProcessesGiveThePosesOfOne) {
     for (CandidateSet& set : two.scan(two.rotations(), 2, 1, 3)) {
         sets.push_back(std::move(set));
     }
+    // The one that merges need not be one that has scanned.
+    ExhaustiveSearch collector(problem.map, problem.model, problem.settings);
+    expectSame(collector.finish(sets), expected);
     expectSame(one.finish(std::move(sets)), expected);
+    EXPECT_THROW(collector.finish({}), std::invalid_argument);
 }
 
 TEST(ExhaustiveSearch, ClustersWhereAsked) {
