@@ -3,13 +3,13 @@
 #define SELVANE_APP_STATICPARALLELFOREACH_H
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <iostream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "Search/ScanShare.h"
 #include "app/ParallelRunner.h"
 #include "app/ProgressBar.h"
 
@@ -24,14 +24,10 @@ public:
         : ParallelRunner<T>(nThreads)
         , m_progress{static_cast<int>(nTasks), 70}
         , m_taskName(std::move(taskName)) {
-        const double share =
-            std::ceil(static_cast<double>(nTasks) / static_cast<double>(std::max(nThreads, 1UL)));
-        const auto chunk = static_cast<unsigned long>(share);
-        unsigned long begin = 0;
-        for (const auto& thread : this->m_threads) {
-            thread->setRange(begin, std::min(begin + chunk, nTasks));
-            thread->setProgress(&m_progress, &m_counter);
-            begin += chunk;
+        for (std::size_t i = 0; i < this->m_threads.size(); ++i) {
+            const ScanShare share = ScanShare::of(i, nThreads, nTasks);
+            this->m_threads[i]->setRange(share.first, std::min(share.first + share.count, nTasks));
+            this->m_threads[i]->setProgress(&m_progress, &m_counter);
         }
     }
 

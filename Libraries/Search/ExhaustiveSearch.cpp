@@ -19,6 +19,7 @@
 #include "NMAEngine/NormalModeEngine.h"
 #include "PDB/cAtomGrid.h"
 #include "Search/ConformationCluster.h"
+#include "Search/ScanShare.h"
 #include "Search/elasticModes.h"
 
 namespace {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "IO/message.h"
+#include "Search/ScanShare.h"
 
 RecoverableScan::RecoverableScan(Settings settings)
     : m_settings(std::move(settings)), m_lock(m_settings.path) {

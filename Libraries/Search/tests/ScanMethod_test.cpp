@@ -13,6 +13,7 @@
 #include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
 #include "CrossCorrelation/tests/testModel.h"
 #include "Search/ScanMethod.h"
+#include "Search/ScanShare.h"
 
 namespace {
 
