@@ -14,6 +14,7 @@
 
 #include "IO/HiddenFile.h"
 #include "IO/openInput.h"
+#include "IO/unfinishedFiles.h"
 #include "Search/ByteStream.h"
 #include "Search/ContentHash.h"
 
@@ -154,11 +155,15 @@ void write(const std::string& path, const Identity& identity, const std::vector<
     if (!isWritten || !draft.finish()) {
         throwErrno(draftPath);
     }
-    if (!draft.renameTo(path)) {
-        throwErrno(path);
-    }
-    if (placed) {
-        placed();
+    {
+        // A signal in between would tell that there is no checkpoint.
+        const unfinished::EndingHold hold;
+        if (!draft.renameTo(path)) {
+            throwErrno(path);
+        }
+        if (placed) {
+            placed();
+        }
     }
     syncDirectoryOf(path);
 }

@@ -28,7 +28,7 @@ FlexibleFitConformation withScore(double score) {
 } // namespace
 
 TEST(FlexibleFitConformation, DefaultSortsBelowAnyAcceptedCandidate) {
-    const FlexibleFitConformation conformation;
+    const FlexibleFitConformation conformation{};
     EXPECT_EQ(conformation.m_rigidScore, -1.0);
     EXPECT_EQ(conformation.m_flexScore, 0.0);
     EXPECT_EQ(conformation.m_i, 0);
