@@ -27,4 +27,22 @@ add_library(selvane_tclap INTERFACE)
 target_include_directories(selvane_tclap SYSTEM INTERFACE ${SELVANE_TCLAP_INCLUDE_DIR})
 add_library(Selvane::Tclap ALIAS selvane_tclap)
 
-install(TARGETS selvane_armadillo selvane_lapack selvane_fftw selvane_tclap EXPORT SelvaneTargets)
+# For selvane-fit alone; the program selvane links none of them.
+find_package(ZLIB REQUIRED)
+
+find_path(SELVANE_GEMMI_INCLUDE_DIR gemmi/model.hpp REQUIRED)
+add_library(selvane_gemmi INTERFACE)
+target_include_directories(selvane_gemmi SYSTEM INTERFACE ${SELVANE_GEMMI_INCLUDE_DIR})
+add_library(Selvane::Gemmi ALIAS selvane_gemmi)
+
+find_path(SELVANE_CLI11_INCLUDE_DIR CLI/CLI.hpp REQUIRED)
+add_library(selvane_cli11 INTERFACE)
+target_include_directories(selvane_cli11 SYSTEM INTERFACE ${SELVANE_CLI11_INCLUDE_DIR})
+add_library(Selvane::Cli11 ALIAS selvane_cli11)
+
+find_path(SELVANE_JSON_INCLUDE_DIR nlohmann/json.hpp REQUIRED)
+add_library(selvane_json INTERFACE)
+target_include_directories(selvane_json SYSTEM INTERFACE ${SELVANE_JSON_INCLUDE_DIR})
+add_library(Selvane::Json ALIAS selvane_json)
+
+install(TARGETS selvane_armadillo selvane_lapack selvane_fftw selvane_tclap selvane_gemmi selvane_cli11 selvane_json EXPORT SelvaneTargets)

@@ -28,7 +28,7 @@ readonly LEAST_COVERAGE=95 # per cent of lines
 
 # sources: the tracked sources of the libraries, the program and the examples, without tests.
 sources() {
-    git ls-files 'Libraries/*.cpp' 'app/*.cpp' 'examples/*.cpp' | grep -v /tests/
+    git ls-files 'Libraries/*.cpp' 'app/*.cpp' 'fit/*.cpp' 'examples/*.cpp' | grep -v /tests/
 }
 
 check_asan-ubsan() {

@@ -4,7 +4,8 @@
 
 # Debian's names of what the build needs, and of what the tests and benchmarks need besides.
 # shellcheck disable=SC2034  # the scripts that source this file use them
-BUILD_PACKAGES=(g++ cmake make libfftw3-dev libarmadillo-dev libopenblas-dev libarpack2-dev libeigen3-dev libtclap-dev)
+BUILD_PACKAGES=(g++ cmake make libfftw3-dev libarmadillo-dev libopenblas-dev libarpack2-dev libeigen3-dev libtclap-dev
+    gemmi-dev zlib1g-dev libcli11-dev nlohmann-json3-dev)
 # shellcheck disable=SC2034
 TEST_PACKAGES=(libgtest-dev libbenchmark-dev)
 
@@ -60,6 +61,10 @@ probe() {
     libarmadillo-dev) has_header armadillo ;;
     libeigen3-dev) has_header eigen3/Eigen/Core || has_header Eigen/Core ;;
     libtclap-dev) has_header tclap/CmdLine.h ;;
+    gemmi-dev) has_header gemmi/model.hpp ;;
+    zlib1g-dev) has_header zlib.h ;;
+    libcli11-dev) has_header CLI/CLI.hpp ;;
+    nlohmann-json3-dev) has_header nlohmann/json.hpp ;;
     libgtest-dev) has_header gtest/gtest.h ;;
     libbenchmark-dev) has_header benchmark/benchmark.h ;;
     libopenblas-dev) has_library openblas ;;

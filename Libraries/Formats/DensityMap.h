@@ -13,9 +13,9 @@
 /// Voxel (i, j, k) along x, y, z has the value number (i ny + j) nz + k, so z runs fastest, and stands at
 /// origin + (i dx, j dy, k dz). All values are finite.
 struct DensityMap {
-    std::array<std::size_t, 3> size{};     ///< nx, ny, nz, each at least 1
-    cVector3 origin = cVector3(0.0);       ///< place of voxel (0, 0, 0), angstrom
-    cVector3 voxel = cVector3(1.0);        ///< dx, dy, dz, angstrom, above 0
+    std::array<std::size_t, 3> size{}; ///< nx, ny, nz, each at least 1
+    cVector3 origin = cVector3(0.0);   ///< place of voxel (0, 0, 0), angstrom
+    cVector3 voxel = cVector3(1.0);    ///< dx, dy, dz, angstrom, above 0
     std::vector<float> values;
 
     std::size_t index(std::size_t i, std::size_t j, std::size_t k) const {

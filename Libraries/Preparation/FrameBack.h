@@ -21,8 +21,10 @@ public:
     /// The other way.
     RigidMotion toPrepared(const RigidMotion& user) const;
 
-    const cVector3& modelShift() const { return m_modelShift; } ///< m - c: from the file to the prepared frame
-    const cVector3& mapShift() const { return m_mapShift; }     ///< o: from the prepared frame to the map's
+    const cVector3& modelShift() const {
+        return m_modelShift;
+    }                                                       ///< m - c: from the file to the prepared frame
+    const cVector3& mapShift() const { return m_mapShift; } ///< o: from the prepared frame to the map's
 
 private:
     cVector3 m_modelShift;

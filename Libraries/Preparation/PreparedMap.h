@@ -19,7 +19,7 @@ enum class MapField {
 };
 
 struct MapRequest {
-    std::optional<double> level;     ///< density at or below counts as empty; none: chosen
+    std::optional<double> level;      ///< density at or below counts as empty; none: chosen
     const DensityMap* mask = nullptr; ///< where it is not above 0.5 the map counts as empty
     MapField field = MapField::Laplacian;
 };
@@ -28,11 +28,11 @@ struct MapRequest {
 /// outside the mask, cut to its content and laid into a grid that holds every rotation of the content about
 /// the middle, with room for the model around, so that no pose wraps around in a periodic correlation.
 struct PreparedMap {
-    cGrid grid;                 ///< its low corner is the origin of the prepared frame
-    std::vector<double> values; ///< a value per node, z fastest, of standard deviation 1
+    cGrid grid;                     ///< its low corner is the origin of the prepared frame
+    std::vector<double> values;     ///< a value per node, z fastest, of standard deviation 1
     cVector3 inMap = cVector3(0.0); ///< where the prepared frame's origin stands in the map's frame
-    double level = 0.0;         ///< in units of the map, given or chosen
-    double contentRadius = 0.0; ///< of the content about the middle of the grid, angstrom
+    double level = 0.0;             ///< in units of the map, given or chosen
+    double contentRadius = 0.0;     ///< of the content about the middle of the grid, angstrom
     double farthestCentre = 0.0; ///< poses whose model's middle stands farther from the grid's are not wanted
     std::vector<std::string> remarks;
 

@@ -9,10 +9,10 @@
 
 /// The atoms of a search about their own middle.
 struct PreparedModel {
-    std::vector<ModelAtom> atoms;        ///< with the mean of their positions at the origin
-    cVector3 centre = cVector3(0.0);     ///< that mean in the frame of the file
-    double radiusOfGyration = 0.0;       ///< every atom the same, angstrom
-    double reach = 0.0;                  ///< of the atom farthest from the middle, angstrom
+    std::vector<ModelAtom> atoms;    ///< with the mean of their positions at the origin
+    cVector3 centre = cVector3(0.0); ///< that mean in the frame of the file
+    double radiusOfGyration = 0.0;   ///< every atom the same, angstrom
+    double reach = 0.0;              ///< of the atom farthest from the middle, angstrom
 };
 
 /// @throws std::invalid_argument without atoms

@@ -17,10 +17,10 @@ struct ScanChoice {
 
 /// What the choice depends on.
 struct ScanNeeds {
-    double resolution = 0.0;            ///< of the map, angstrom
-    double mapVoxel = 0.0;              ///< the largest edge, angstrom
-    double radiusOfGyration = 0.0;      ///< of the model, angstrom
-    std::optional<double> step;         ///< given by the user
+    double resolution = 0.0;       ///< of the map, angstrom
+    double mapVoxel = 0.0;         ///< the largest edge, angstrom
+    double radiusOfGyration = 0.0; ///< of the model, angstrom
+    std::optional<double> step;    ///< given by the user
     std::optional<double> scanResolution;
 };
 

@@ -230,7 +230,7 @@ std::set<fs::path> namedTests(const fs::path& root, const fs::path& cmakeLists) 
 }
 
 const std::vector<std::string>& codeFolders() {
-    static const std::vector<std::string> folders = {"Libraries", "app", "benchmarks", "examples", "tests"};
+    static const std::vector<std::string> folders = {"Libraries", "app", "fit", "benchmarks", "examples", "tests"};
     return folders;
 }
 
@@ -286,7 +286,7 @@ Layers parseLayers(const std::string& table) {
 
 std::vector<std::string> layerFaults(const fs::path& root, const Layers& layers) {
     std::vector<std::string> faults;
-    for (const fs::path& path : filesBelow(root, {"Libraries", "app"})) {
+    for (const fs::path& path : filesBelow(root, {"Libraries", "app", "fit"})) {
         if (isCode(path) && !isBelowTests(path)) {
             checkIncludes(root, path, layers, faults);
         }
