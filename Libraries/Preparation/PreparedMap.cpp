@@ -1,13 +1,150 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Preparation/PreparedMap.h"
 
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <stdexcept>
+#include <utility>
+
+#include "Preparation/coarsen.h"
+#include "Preparation/content.h"
+#include "Preparation/fastSize.h"
+
+namespace {
+
+// Of an atom's Gaussian, beyond which it adds nothing to a pose.
+constexpr double sigmasOfAtom = 3.0;
+
+std::string text(double value) {
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%.4g", value);
+    return buffer;
+}
+
+void checkMask(const DensityMap& map, const DensityMap& mask) {
+    constexpr double tolerance = 0.01; // of a voxel
+    const cVector3 between = mask.origin - map.origin;
+    const bool isSame =
+        mask.size == map.size && std::abs(between.x) < tolerance * map.voxel.x &&
+        std::abs(between.y) < tolerance * map.voxel.y && std::abs(between.z) < tolerance * map.voxel.z &&
+        (mask.voxel - map.voxel).norm() * static_cast<double>(map.size[0]) < tolerance * map.voxel.x * 3.0;
+    if (!isSame) {
+        throw std::invalid_argument(
+            "the mask has another frame than the map: give a mask with the same size, "
+            "voxels and place");
+    }
+}
+
+double meanOf(const std::vector<double>& values) {
+    double sum = 0.0;
+    for (const double value : values) {
+        sum += value;
+    }
+    return sum / static_cast<double>(values.size());
+}
+
+/// To standard deviation 1, in numbers that single precision holds: a file gives them back as they are.
+void normalise(std::vector<double>& values) {
+    const double mean = meanOf(values);
+    double squares = 0.0;
+    for (const double value : values) {
+        squares += (value - mean) * (value - mean);
+    }
+    const double scale = std::sqrt(static_cast<double>(values.size()) / squares);
+    for (double& value : values) {
+        value = static_cast<double>(static_cast<float>(value * scale));
+    }
+}
+
+/// A cube of so many nodes an axis that a pose near the content cannot meet it from the other side, too.
+void layGrid(PreparedMap& prepared, const Content& content, double voxel, double modelReach,
+             const DensityMap& coarse) {
+    // The middle of the content may lie half a voxel beside that of the nodes.
+    const double halfDiagonal = 0.5 * std::sqrt(3.0) * voxel;
+    prepared.contentRadius = content.radius + halfDiagonal;
+    // Either the model's middle is in the content's sphere or the content is in the model's.
+    prepared.farthestCentre = std::max(prepared.contentRadius, modelReach - prepared.contentRadius);
+    const double period = prepared.contentRadius + modelReach + prepared.farthestCentre;
+    const std::size_t nodes = fastSize(static_cast<std::size_t>(std::ceil(period / voxel)) + 1);
+    const double length = static_cast<double>(nodes - 1) * voxel;
+    const auto sizes = static_cast<unsigned int>(nodes);
+    const unsigned int all[3] = {sizes, sizes, sizes};
+    prepared.grid = cGrid(cBBox(cVector3(0.0), cVector3(length)), all);
+    const cVector3 corner = content.middle - cVector3(0.5 * length) - coarse.origin;
+    prepared.inMap =
+        coarse.origin + cVector3(std::round(corner.x / voxel) * voxel, std::round(corner.y / voxel) * voxel,
+                                 std::round(corner.z / voxel) * voxel);
+}
+
+/// The values of the content, at their nodes of the grid.
+void fill(PreparedMap& prepared, const DensityMap& field, const Content& content) {
+    prepared.values.assign(prepared.grid.getTotalSize(), 0.0);
+    const cVector3 offset = field.origin - prepared.inMap;
+    const auto shift = [&](double length, double edge) { return std::lround(length / edge); };
+    const long di = shift(offset.x, field.voxel.x), dj = shift(offset.y, field.voxel.y),
+               dk = shift(offset.z, field.voxel.z);
+    std::size_t v = 0;
+    for (std::size_t i = 0; i < field.size[0]; ++i) {
+        for (std::size_t j = 0; j < field.size[1]; ++j) {
+            for (std::size_t k = 0; k < field.size[2]; ++k, ++v) {
+                const auto a = static_cast<int>(static_cast<long>(i) + di);
+                const auto b = static_cast<int>(static_cast<long>(j) + dj);
+                const auto c = static_cast<int>(static_cast<long>(k) + dk);
+                if (content.inside[v] != 0 && prepared.grid.isIndexOnGrid(a, b, c)) {
+                    prepared.values[prepared.grid.indexToFlatIndex(a, b, c)] =
+                        static_cast<double>(field.values[v]);
+                }
+            }
+        }
+    }
+}
+
+void remark(PreparedMap& prepared, const Content& content, const PreparedModel& model) {
+    if (content.reachesFaces) {
+        prepared.remarks.push_back(
+            "the content of the map reaches its faces, as in a map cut out of a larger "
+            "one: places near a face are less certain");
+    }
+    if (model.reach > prepared.contentRadius) {
+        prepared.remarks.push_back(
+            "the model reaches " + text(model.reach) + " A from its middle and the content of the map only " +
+            text(prepared.contentRadius) +
+            " A: the map shows a part of the model, or the voxel size or the level is wrong");
+    }
+}
+
+} // namespace
 
 cVector3 PreparedMap::middle() const {
     return grid.m_box.center();
 }
 
-PreparedMap prepareMap(const DensityMap& /*map*/, const PreparedModel& /*model*/,
-                       const ScanChoice& /*choice*/, const MapRequest& /*request*/) {
-    throw std::logic_error("prepareMap");
+PreparedMap prepareMap(const DensityMap& map, const PreparedModel& model, const ScanChoice& choice,
+                       const MapRequest& request) {
+    if (request.mask != nullptr) {
+        checkMask(map, *request.mask);
+    }
+    DensityMap coarse =
+        coarsen(map, {choice.mapResolution, choice.resolution, choice.voxel, request.level, request.mask});
+    PreparedMap prepared;
+    const double level = chooseLevel(coarse);
+    prepared.level = request.level.value_or(level);
+    const Content content = findContent(coarse, level, 0.5 * choice.resolution);
+    if (content.voxels == 0) {
+        const float highest = *std::max_element(map.values.begin(), map.values.end());
+        throw std::invalid_argument("the map has no content" +
+                                    (request.level ? " above the level " + text(*request.level) +
+                                                         ": its highest density is " +
+                                                         text(static_cast<double>(highest))
+                                                   : std::string(": all its voxels have the same density")));
+    }
+    layGrid(prepared, content, choice.voxel, model.reach + sigmasOfAtom * choice.sigma, coarse);
+    if (request.field == MapField::Laplacian) {
+        coarse = negativeLaplacian(coarse);
+    }
+    fill(prepared, coarse, content);
+    normalise(prepared.values);
+    remark(prepared, content, model);
+    return prepared;
 }

@@ -5,7 +5,8 @@
 
 ScanChoice chooseScan(const ScanNeeds& needs) {
     const double resolution = needs.scanResolution.value_or(std::max(10.0, needs.resolution));
-    return {resolution, resolution / 3.0, gaussianOf(resolution), needs.step.value_or(18.0), {}};
+    return {resolution, needs.resolution, resolution / 3.0, gaussianOf(resolution), needs.step.value_or(18.0),
+            {}};
 }
 
 double gaussianOf(double resolution) {

@@ -8,10 +8,11 @@
 
 /// How finely a scan looks. docs/preparation.md gives the formulas with their reasons.
 struct ScanChoice {
-    double resolution = 0.0; ///< that the map is brought to, angstrom; never finer than its own
-    double voxel = 0.0;      ///< of the scan's lattice, angstrom
-    double sigma = 0.0;      ///< standard deviation of an atom's Gaussian, angstrom
-    double step = 0.0;       ///< the farthest that an orientation is from the nearest rotation, degrees
+    double resolution = 0.0;    ///< that the map is brought to, angstrom; never finer than its own
+    double mapResolution = 0.0; ///< that the map is taken to have, angstrom
+    double voxel = 0.0;         ///< of the scan's lattice, angstrom
+    double sigma = 0.0;         ///< standard deviation of an atom's Gaussian, angstrom
+    double step = 0.0;          ///< the farthest that an orientation is from the nearest rotation, degrees
     std::vector<std::string> remarks; ///< a sentence each, for the user
 };
 
