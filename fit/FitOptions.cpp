@@ -17,7 +17,8 @@ namespace {
 
 constexpr double mostPoses = 100000;
 constexpr double mostThreads = 4096;
-constexpr int nameWidth = 34;
+constexpr std::size_t nameWidth = 26; ///< columns of the help for names
+constexpr std::size_t textWidth = 54; ///< and for texts
 
 /// A number that takes up all of a text.
 std::optional<double> numberOf(const std::string& text) {
@@ -70,6 +71,19 @@ CLI::Validator notEmpty() {
         "");
 }
 
+/// The text in lines that fit the columns of the help.
+std::string wrapped(const std::string& text) {
+    std::istringstream words(text);
+    std::string lines;
+    std::size_t used = 0;
+    for (std::string word; words >> word;) {
+        const bool fits = used == 0 || used + 1 + word.size() <= textWidth;
+        lines += used == 0 ? word : (fits ? " " : "\n") + word;
+        used = (fits && used > 0 ? used + 1 : 0) + word.size();
+    }
+    return lines;
+}
+
 /// A value as the command line gives it, for options that may be absent.
 struct Texts {
     std::string level;
@@ -86,52 +100,59 @@ struct Texts {
 
 void addInputs(CLI::App& app, FitOptions& options, Texts& texts) {
     const std::string group = "Input";
-    app.add_option("MAP", options.map,
-                   "the map, CCP4 or MRC of mode 0, 1, 2, 6 or 12, plain or gzipped; poses are written in "
-                   "its frame")
+    app.add_option(
+           "MAP", options.map,
+           wrapped("the map, CCP4 or MRC of mode 0, 1, 2, 6 or 12, plain or gzipped; poses are written in "
+                   "its frame"))
         ->required()
         ->check(notEmpty())
+        ->type_name("")
         ->group(group);
-    app.add_option("MODEL", options.model, "the model, PDB or mmCIF, plain or gzipped")
+    app.add_option("MODEL", options.model, wrapped("the model, PDB or mmCIF, plain or gzipped"))
         ->required()
         ->check(notEmpty())
+        ->type_name("")
         ->group(group);
-    app.add_option("-r,--resolution", texts.resolution, "resolution of the map in A; required")
+    app.add_option("-r,--resolution", texts.resolution, wrapped("resolution of the map in A; required"))
         ->required()
         ->check(aboveZero("A", "8"))
         ->option_text("R")
         ->group(group);
     app.add_option("--select", options.choice.selection,
-                   "part of the model: A,B for chains, A/10-200 for residues (default: all)")
+                   wrapped("part of the model: A,B for chains, A/10-200 for residues (default: all)"))
         ->check(notEmpty())
         ->option_text("TEXT")
         ->group(group);
     app.add_option("--model", texts.model,
-                   "which model of a file of several, by its number (default: the first)")
+                   wrapped("which model of a file of several, by its number (default: the first)"))
         ->check(notEmpty())
         ->option_text("N")
         ->group(group);
     app.add_option(
            "--assembly", options.choice.assembly,
-           "a biological assembly of the model's file, by its name (default: the atoms as they stand)")
+           wrapped(
+               "a biological assembly of the model's file, by its name (default: the atoms as they stand)"))
         ->check(notEmpty())
         ->option_text("NAME")
         ->group(group);
-    app.add_option("--plddt", texts.plddt,
-                   "residues with a mean B factor below N, 0 to 100, are carried along and not searched for: "
-                   "predicted models tell their confidence there (default: off)")
+    app.add_option(
+           "--plddt", texts.plddt,
+           wrapped("residues with a mean B factor below N, 0 to 100, are carried along and not searched for: "
+                   "predicted models tell their confidence there (default: off)"))
         ->check(number([](double value) { return value >= 0.0 && value <= 100.0; },
                        "no number from 0 to 100: give one such as 70"))
         ->option_text("N")
         ->group(group);
-    app.add_option("--level", texts.level,
-                   "density at or below L, in units of the map, counts as empty (default: chosen and told)")
+    app.add_option(
+           "--level", texts.level,
+           wrapped("density at or below L, in units of the map, counts as empty (default: chosen and told)"))
         ->check(anyNumber("no number: give a density of the map, such as 0.02"))
         ->option_text("L")
         ->group(group);
     app.add_option(
            "--mask", options.mask,
-           "a map of the same frame; where it is not above 0.5 the map counts as empty (default: none)")
+           wrapped(
+               "a map of the same frame; where it is not above 0.5 the map counts as empty (default: none)"))
         ->check(notEmpty())
         ->option_text("FILE")
         ->group(group);
@@ -139,25 +160,29 @@ void addInputs(CLI::App& app, FitOptions& options, Texts& texts) {
 
 void addSearch(CLI::App& app, Texts& texts) {
     const std::string group = "Search";
-    app.add_option("--score", texts.score,
-                   "laplacian: the map's edges against the model's density; overlap: the density itself "
-                   "(default: laplacian)")
+    app.add_option(
+           "--score", texts.score,
+           wrapped("laplacian: the map's edges against the model's density; overlap: the density itself "
+                   "(default: laplacian)"))
         ->check(oneOf("laplacian", "overlap"))
         ->option_text("NAME")
         ->group(group);
-    app.add_option("--step", texts.step,
-                   "the farthest, in degrees, that an orientation may be from the nearest rotation tried "
-                   "(default: chosen and told)")
+    app.add_option(
+           "--step", texts.step,
+           wrapped("the farthest, in degrees, that an orientation may be from the nearest rotation tried "
+                   "(default: chosen and told)"))
         ->check(number([](double value) { return value > 0.0 && value <= 180.0; },
                        "no number of degrees above 0 and up to 180: give one such as 15"))
         ->option_text("DEG")
         ->group(group);
-    app.add_option("--scan-resolution", texts.scanResolution,
-                   "resolution in A that the map is brought to for the scan (default: chosen and told)")
+    app.add_option(
+           "--scan-resolution", texts.scanResolution,
+           wrapped("resolution in A that the map is brought to for the scan (default: chosen and told)"))
         ->check(aboveZero("A", "10"))
         ->option_text("R")
         ->group(group);
-    app.add_option("--threads", texts.threads, "workers (default: the cores that this process may use)")
+    app.add_option("--threads", texts.threads,
+                   wrapped("workers (default: the cores that this process may use)"))
         ->check(count(mostThreads, "4"))
         ->option_text("N")
         ->group(group);
@@ -165,27 +190,30 @@ void addSearch(CLI::App& app, Texts& texts) {
 
 void addOutput(CLI::App& app, FitOptions& options, Texts& texts) {
     const std::string group = "Output";
-    app.add_option("-o,--output", options.output,
-                   "folder of results, made if need be (default: fit-MODEL-in-MAP by the files' names)")
+    app.add_option(
+           "-o,--output", options.output,
+           wrapped("folder of results, made if need be (default: fit-MODEL-in-MAP by the files' names)"))
         ->check(notEmpty())
         ->option_text("DIR")
         ->group(group);
-    app.add_option("--poses", texts.poses, "poses written (default: 10)")
+    app.add_option("--poses", texts.poses, wrapped("poses written (default: 10)"))
         ->check(count(mostPoses, "10"))
         ->option_text("N")
         ->group(group);
-    app.add_option("--format", texts.format, "of the poses, pdb or cif (default: that of the model)")
+    app.add_option("--format", texts.format, wrapped("of the poses, pdb or cif (default: that of the model)"))
         ->check(oneOf("pdb", "cif"))
         ->option_text("NAME")
         ->group(group);
+    app.add_flag("--prepare-only", options.prepareOnly,
+                 wrapped("write the prepared files and the selvane command line that scans them, and stop "
+                         "(default: off)"))
+        ->group(group);
     app.add_flag(
-           "--prepare-only", options.prepareOnly,
-           "write the prepared files and the selvane command line that scans them, and stop (default: off)")
+           "--restart", options.restart,
+           wrapped("replace the results of an earlier run in the folder; other files stay (default: off)"))
         ->group(group);
-    app.add_flag("--restart", options.restart,
-                 "replace the results of an earlier run in the folder; other files stay (default: off)")
-        ->group(group);
-    app.add_flag("--quiet", options.quiet, "no progress, only warnings and the verdict (default: off)")
+    app.add_flag("--quiet", options.quiet,
+                 wrapped("no progress, only warnings and the verdict (default: off)"))
         ->group(group);
 }
 
@@ -235,8 +263,9 @@ std::string defaultOutput(const std::string& model, const std::string& map) {
 }
 
 FitOptions parseFitOptions(int argc, const char* const* argv) {
-    CLI::App app("Fits an atomic model into a cryo-EM density map: prepares both, scans rotations and "
-                 "translations, and writes the best places of the model in the map's frame.",
+    CLI::App app("Fits an atomic model into a cryo-EM density map: prepares both, scans\n"
+                 "rotations and translations, and writes the best places of the model in\n"
+                 "the map's frame.",
                  "selvane-fit");
     FitOptions options;
     Texts texts;

@@ -19,12 +19,6 @@ FitOptions parsed(const Words& words) {
     return parseFitOptions(static_cast<int>(argv.size()), argv.data());
 }
 
-FitOptions parsedBeside(const Words& more) {
-    Words words = {"map.mrc", "model.pdb", "-r", "8"};
-    words.insert(words.end(), more.begin(), more.end());
-    return parsed(words);
-}
-
 /// How a command line ends that asks for no run.
 CommandLineEnd endOf(const Words& words) {
     try {
