@@ -74,7 +74,8 @@ void Journal::progress(std::size_t done) {
     if (m_manner == Manner::Terminal) {
         m_lastPercent = percent;
         drawBar(percent);
-    } else if (m_manner == Manner::Lines && percent / tenth > m_lastPercent / tenth) {
+    } else if (m_manner == Manner::Lines && percent / tenth > m_lastPercent / tenth &&
+               elapsed() >= m_patience) {
         m_lastPercent = percent;
         const double left = elapsed() * static_cast<double>(100 - percent) / static_cast<double>(percent);
         line(m_stage + ": " + std::to_string(percent) + " %" +

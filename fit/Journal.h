@@ -18,8 +18,10 @@ class Journal : public SearchObserver {
 public:
     enum class Manner { Quiet, Lines, Terminal };
 
-    /// @param out  not owned; Quiet tells it warnings alone
-    Journal(std::FILE* out, Manner manner) : m_out(out), m_manner(manner) {}
+    /// @param out       not owned; Quiet tells it warnings alone
+    /// @param patience  seconds that a stage goes on before lines tell its tenths
+    Journal(std::FILE* out, Manner manner, double patience = 0.5)
+        : m_out(out), m_manner(manner), m_patience(patience) {}
 
     /// That of the standard error stream.
     static Manner mannerOf(bool quiet);
@@ -49,6 +51,7 @@ private:
 
     std::FILE* m_out;
     Manner m_manner;
+    double m_patience;
     std::string m_stage;
     std::size_t m_total = 0;
     std::size_t m_lastPercent = 0; ///< told

@@ -50,14 +50,24 @@ AtomicModel readModel(const FitOptions& options, Journal& journal) {
     return model;
 }
 
+/// What cannot be prepared is told with the file that it is the fault of.
+PreparedMap prepareOrThrow(const DensityMap& map, const PreparedModel& model, const ScanChoice& choice,
+                           const MapRequest& request, const std::string& path) {
+    try {
+        return prepareMap(map, model, choice, request);
+    } catch (const std::invalid_argument& error) {
+        throw std::runtime_error(path + ": " + error.what());
+    }
+}
+
 PreparedMap prepareMapOf(const DensityMap& map, const PreparedModel& model, const ScanChoice& choice,
                          const FitOptions& options, Journal& journal) {
     std::optional<DensityMap> mask;
     if (!options.mask.empty()) {
         mask = readMapOf(options.mask, journal);
     }
-    PreparedMap prepared =
-        prepareMap(map, model, choice, {options.level, mask ? &*mask : nullptr, options.field});
+    PreparedMap prepared = prepareOrThrow(
+        map, model, choice, {options.level, mask ? &*mask : nullptr, options.field}, options.map);
     warnOf(journal, options.map, prepared.remarks);
     journal.choose(join("level ", prepared.level, options.level ? ", as given" : ", chosen",
                         "; the scan's map has ", prepared.grid.m_size[0], " x ", prepared.grid.m_size[1],

@@ -55,7 +55,7 @@ void tellAScan(Journal& journal, std::size_t tasks) {
 
 TEST(Journal, WritesALineForEachTenthOfAStage) {
     const Stream stream;
-    Journal journal(stream.file(), Journal::Manner::Lines);
+    Journal journal(stream.file(), Journal::Manner::Lines, 0.0);
     tellAScan(journal, 1000);
     const std::string text = stream.text();
     EXPECT_EQ(countOf(text, "scan: "), 10U);
@@ -67,9 +67,16 @@ TEST(Journal, WritesALineForEachTenthOfAStage) {
 
 TEST(Journal, FewTasksSkipTenths) {
     const Stream stream;
-    Journal journal(stream.file(), Journal::Manner::Lines);
+    Journal journal(stream.file(), Journal::Manner::Lines, 0.0);
     tellAScan(journal, 3);
     EXPECT_EQ(countOf(stream.text(), "scan: "), 3U);
+}
+
+TEST(Journal, AShortStageIsOneLine) {
+    const Stream stream;
+    Journal journal(stream.file(), Journal::Manner::Lines, 1e6);
+    tellAScan(journal, 1000);
+    EXPECT_EQ(stream.text(), "reading\n  level 0.5\nscan\nselvane-fit: odd map\n");
 }
 
 TEST(Journal, QuietTellsWarningsAlone) {
@@ -111,7 +118,7 @@ TEST(Journal, KeepsStagesChoicesAndWarnings) {
 
 TEST(Journal, ShowsControlCharactersOfNames) {
     const Stream stream;
-    Journal journal(stream.file(), Journal::Manner::Lines);
+    Journal journal(stream.file(), Journal::Manner::Lines, 0.0);
     journal.warn("a\x1b[31m\nb");
     EXPECT_EQ(stream.text(), "selvane-fit: a\\x1B[31m\\x0Ab\n");
 }
