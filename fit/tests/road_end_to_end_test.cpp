@@ -37,8 +37,9 @@ using Words = std::vector<std::string>;
 
 constexpr double resolution = 10.0; // angstrom, of the map
 
-/// A pose off by this has the scan's orientation and place: half of what its lattice cannot tell apart.
-constexpr double rightPose = 3.0; // angstrom, RMSD
+/// RMSD in angstrom of a right pose at most: a turn by the step of 18 degrees moves a model of 18.6 A radius
+/// of gyration by 4.8 A, and not every pose can be refined. Wrong places are off by 15 A and more.
+constexpr double rightPose = 4.5;
 
 const example::Example& scene() {
     static const example::Example made = [] {
