@@ -8,7 +8,7 @@
 #include "IO/ResultFile.h"
 #include "app/FittingWorkflow.h"
 #include "app/fail.h"
-#include "app/shellQuote.h"
+#include "IO/shellQuote.h"
 
 Vantor::Vantor(int argc, char** argv, int width)
     : m_workflow(std::make_unique<FittingWorkflow>()), m_info(width) {

@@ -33,6 +33,7 @@ find_package(ZLIB REQUIRED)
 find_path(SELVANE_GEMMI_INCLUDE_DIR gemmi/model.hpp REQUIRED)
 add_library(selvane_gemmi INTERFACE)
 target_include_directories(selvane_gemmi SYSTEM INTERFACE ${SELVANE_GEMMI_INCLUDE_DIR})
+target_compile_definitions(selvane_gemmi INTERFACE USE_STD_SNPRINTF) # Debian has no copy of the other one
 add_library(Selvane::Gemmi ALIAS selvane_gemmi)
 
 find_path(SELVANE_CLI11_INCLUDE_DIR CLI/CLI.hpp REQUIRED)

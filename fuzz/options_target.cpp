@@ -6,7 +6,7 @@
 
 #include "Math/cVector3.h"
 #include "app/FittingWorkflow.h"
-#include "app/shellQuote.h"
+#include "IO/shellQuote.h"
 #include "fuzz/fuzzTarget.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#ifndef SELVANE_APP_SHELLQUOTE_H
-#define SELVANE_APP_SHELLQUOTE_H
+#ifndef SELVANE_IO_SHELLQUOTE_H
+#define SELVANE_IO_SHELLQUOTE_H
 
 #include <string>
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/shellQuote.h"
+#include "IO/shellQuote.h"
 
 namespace {
 

@@ -1,0 +1,435 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Formats/CifText.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <set>
+#include <sstream>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "Formats/atomSite.h"
+#include "Formats/cifCategories.h"
+#include "Formats/modelAssembly.h"
+#include "Formats/parseCif.h"
+#include "Formats/turnTensor.h"
+#include "IO/openInput.h"
+
+#include <gemmi/mmcif.hpp>
+#include <gemmi/to_cif.hpp>
+
+namespace cif = gemmi::cif;
+
+namespace {
+
+constexpr int fewestDecimals = 3; // of a coordinate, as many as the PDB format has
+constexpr int fewestTensorDecimals = 4;
+constexpr int mostDecimals = 6;
+
+cif::Loop* findLoop(cif::Block& block, const std::string& tag) {
+    for (cif::Item& item : block.items) {
+        if (item.type == cif::ItemType::Loop && item.loop.has_tag(tag)) {
+            return &item.loop;
+        }
+    }
+    return nullptr;
+}
+
+/// A category of one row may stand as pairs; as a loop it is like all others.
+void makeLoop(cif::Block& block, const std::string& category) {
+    cif::Item item{cif::LoopArg{}};
+    for (cif::Item& pair : block.items) {
+        if (pair.type == cif::ItemType::Pair && pair.has_prefix(category)) {
+            item.loop.tags.push_back(pair.pair[0]);
+            item.loop.values.push_back(pair.pair[1]);
+            pair.erase();
+        }
+    }
+    if (!item.loop.tags.empty()) {
+        block.items.push_back(std::move(item));
+    }
+}
+
+int decimalsOf(const std::string& number, int fewest) {
+    const std::size_t point = number.find('.');
+    if (point == std::string::npos) {
+        return fewest;
+    }
+    const std::size_t end = std::min(number.find_first_not_of("0123456789", point + 1), number.size());
+    return std::clamp(static_cast<int>(end - point - 1), fewest, mostDecimals);
+}
+
+std::string formatted(double value, int decimals) {
+    std::array<char, 64> text{}; // places and tensors are bounded
+    std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
+    return text.data();
+}
+
+bool isBounded(double value) {
+    return std::abs(value) <= farthestCoordinate; // false for what is no number
+}
+
+/// Columns that are not true once atoms moved: fractional coordinates and standard deviations along axes.
+bool isUntrueColumn(const std::string& tag) {
+    const std::string name = gemmi::to_lower(tag.substr(tag.find('.') + 1));
+    const bool isDeviation = name.size() > 4 && name.compare(name.size() - 4, 4, "_esd") == 0;
+    return name.compare(0, 6, "fract_") == 0 ||
+           (isDeviation && (name.compare(0, 6, "cartn_") == 0 || name.find('[') != std::string::npos));
+}
+
+void removeUntrueColumns(cif::Loop& loop) {
+    std::vector<bool> stays;
+    for (const std::string& tag : loop.tags) {
+        stays.push_back(!isUntrueColumn(tag));
+    }
+    cif::Loop rest;
+    for (std::size_t i = 0; i < loop.tags.size(); ++i) {
+        if (stays[i]) {
+            rest.tags.push_back(std::move(loop.tags[i]));
+        }
+    }
+    if (rest.tags.size() == stays.size()) {
+        loop.tags = std::move(rest.tags);
+        return;
+    }
+    for (std::size_t i = 0; i < loop.values.size(); ++i) {
+        if (stays[i % stays.size()]) {
+            rest.values.push_back(std::move(loop.values[i]));
+        }
+    }
+    loop = std::move(rest);
+}
+
+/// A loop with some of the values of a row replaced.
+class RowChange {
+public:
+    explicit RowChange(const cif::Loop& loop) : m_loop(loop), m_changed(loop.width()) {}
+
+    void begin(std::size_t row) {
+        m_row = row;
+        for (const std::size_t column : m_used) {
+            m_changed[column].clear();
+        }
+        m_used.clear();
+    }
+    const std::string& old(int column) const { return m_loop.val(m_row, static_cast<std::size_t>(column)); }
+    void set(int column, std::string value) {
+        m_used.push_back(static_cast<std::size_t>(column));
+        m_changed[m_used.back()] = std::move(value);
+    }
+    void turn(const std::array<int, 6>& columns, const cMatrix33& rotation);
+    void write(std::string& out) const;
+
+private:
+    const cif::Loop& m_loop;
+    std::size_t m_row = 0;
+    std::vector<std::string> m_changed; ///< empty: as it was
+    std::vector<std::size_t> m_used;
+};
+
+/// A tensor of which an element is missing is unknown as a whole once it is turned.
+void RowChange::turn(const std::array<int, 6>& columns, const cMatrix33& rotation) {
+    if (columns[0] < 0) {
+        return;
+    }
+    SymmetricTensor tensor{};
+    bool isKnown = true;
+    for (std::size_t i = 0; i < tensor.size(); ++i) {
+        tensor[i] = cif::as_number(old(columns[i]));
+        isKnown = isKnown && isBounded(tensor[i]);
+    }
+    const SymmetricTensor turned = turnTensor(tensor, rotation);
+    for (std::size_t i = 0; i < tensor.size(); ++i) {
+        set(columns[i],
+            isKnown ? formatted(turned[i], decimalsOf(old(columns[i]), fewestTensorDecimals)) : "?");
+    }
+}
+
+void RowChange::write(std::string& out) const {
+    bool atLineStart = true;
+    for (std::size_t column = 0; column < m_changed.size(); ++column) {
+        const std::string& value = m_changed[column].empty() ? m_loop.val(m_row, column) : m_changed[column];
+        if (!value.empty() && value[0] == ';') { // a text field begins and ends a line
+            out += atLineStart ? "" : "\n";
+            out += value;
+            out += '\n';
+            atLineStart = true;
+        } else {
+            out += atLineStart ? "" : " ";
+            out += value;
+            atLineStart = false;
+        }
+    }
+    out += atLineStart ? "" : "\n";
+}
+
+void writeTags(const cif::Loop& loop, std::string& out) {
+    out += "loop_\n";
+    for (const std::string& tag : loop.tags) {
+        out += tag + "\n";
+    }
+}
+
+bool hasAtoms(const cif::Block& block) {
+    const auto hasPlace = [](const cif::Item& item) {
+        return (item.type == cif::ItemType::Loop && !item.loop.values.empty() &&
+                item.loop.has_tag("_atom_site.Cartn_x")) ||
+               (item.type == cif::ItemType::Pair && gemmi::iequal(item.pair[0], "_atom_site.cartn_x"));
+    };
+    return std::any_of(block.items.begin(), block.items.end(), hasPlace);
+}
+
+bool hasCategory(const cif::Block& block, const std::string& category) {
+    return std::any_of(block.items.begin(), block.items.end(),
+                       [&](const cif::Item& item) { return item.has_prefix(category); });
+}
+
+/// Why there is nothing to search in a document without coordinates.
+std::string reasonWithoutAtoms(const cif::Document& document) {
+    for (const cif::Block& block : document.blocks) {
+        if (hasCategory(block, "_refln.")) {
+            return "holds reflections and no atoms; give the file of the model";
+        }
+        if (hasCategory(block, "_chem_comp_atom.")) {
+            return "describes a chemical component and no model; give the file of the model";
+        }
+    }
+    return "has no coordinates of atoms (_atom_site.Cartn_x, _y and _z in one loop); give the file of the "
+           "model";
+}
+
+} // namespace
+
+struct CifText::Content {
+    cif::Document document;
+    cif::Block* block = nullptr; ///< of document
+    std::string modelName = "1";
+    std::vector<std::size_t> rows; ///< of the chosen model
+    std::vector<bool> kept;        ///< one for each of them
+    cif::Block definitions;        ///< of the structure, apart from its atoms
+    std::vector<gemmi::Assembly> assemblies;
+
+    cif::Loop& atoms() const { return *findLoop(*block, "_atom_site.Cartn_x"); }
+    cif::Loop* tensors() const { return findLoop(*block, "_atom_site_anisotrop.id"); }
+    std::unordered_map<std::string, std::size_t> placesById() const;
+    void writeAtoms(std::string& out, const RigidMotion& motion) const;
+    void writeTensors(std::string& out, const cMatrix33& rotation) const;
+    void writeBlock(std::string& out, const cif::Block& written, const RigidMotion& motion) const;
+};
+
+CifText::~CifText() = default;
+
+CifText::CifText(const std::string& path, const std::string& text, const std::optional<std::string>& model)
+    : m_path(path), m_content(std::make_unique<Content>()) {
+    try {
+        m_content->document = parseCif(text);
+    } catch (const CifError& error) {
+        throw InputError(path, std::string("is no valid mmCIF: ") + error.what(), true);
+    }
+    cif::Document& document = m_content->document;
+    const auto block = std::find_if(document.blocks.begin(), document.blocks.end(), hasAtoms);
+    if (block == document.blocks.end()) {
+        throw InputError(path, reasonWithoutAtoms(document), true);
+    }
+    m_content->block = &*block;
+    makeLoop(*block, "_atom_site.");
+    makeLoop(*block, "_atom_site_anisotrop.");
+    takeModel(model);
+    checkPlaces();
+    m_content->definitions = structureDefinitions(*block);
+    m_content->assemblies = readAssemblies(*block);
+    removeUntrue();
+}
+
+void CifText::takeModel(const std::optional<std::string>& model) {
+    const cif::Loop& loop = m_content->atoms();
+    const AtomSiteColumns columns(loop);
+    std::vector<std::string> names;
+    std::vector<std::size_t> counts;
+    std::unordered_map<std::string, std::size_t> indices;
+    std::vector<std::size_t> modelOf(loop.length());
+    for (std::size_t row = 0; row < loop.length(); ++row) {
+        const std::string name =
+            columns.model < 0 ? "1" : cif::as_string(loop.val(row, static_cast<std::size_t>(columns.model)));
+        const auto [found, isNew] = indices.emplace(name, names.size());
+        if (isNew) {
+            names.push_back(name.empty() ? "?" : name);
+            counts.push_back(0);
+        }
+        ++counts[found->second];
+        modelOf[row] = found->second;
+    }
+    const std::size_t chosen = chooseModel(m_path, names, counts, model, m_remarks);
+    m_content->modelName = names[chosen];
+    for (std::size_t row = 0; row < modelOf.size(); ++row) {
+        if (modelOf[row] == chosen) {
+            m_content->rows.push_back(row);
+        }
+    }
+    m_content->kept.assign(m_content->rows.size(), true);
+}
+
+void CifText::checkPlaces() const {
+    const cif::Loop& loop = m_content->atoms();
+    const AtomSiteColumns columns(loop);
+    for (const std::size_t row : m_content->rows) {
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const int column = columns.place[axis];
+            const char* name = "xyz" + axis;
+            if (column < 0) {
+                throw InputError(m_path, std::string("_atom_site has no Cartn_") + *name, true);
+            }
+            const std::string& value = loop.val(row, static_cast<std::size_t>(column));
+            if (!isBounded(cif::as_number(value))) {
+                throw InputError(m_path,
+                                 "row " + std::to_string(row + 1) + " of _atom_site: Cartn_" + *name +
+                                     " is no number; correct the atom's coordinates or remove its row",
+                                 true);
+            }
+        }
+    }
+}
+
+void CifText::removeUntrue() {
+    for (cif::Block& block : m_content->document.blocks) {
+        for (cif::Item& item : block.items) {
+            if (isUntrueAfterMotion(item) || (&block != m_content->block && isOfAnotherModel(item))) {
+                item.erase();
+            }
+        }
+        removeBondsToMates(block);
+    }
+    removeUntrueColumns(m_content->atoms());
+    if (cif::Loop* tensors = m_content->tensors()) {
+        removeUntrueColumns(*tensors);
+    }
+}
+
+std::unordered_map<std::string, std::size_t> CifText::Content::placesById() const {
+    std::unordered_map<std::string, std::size_t> places;
+    const cif::Loop& loop = atoms();
+    const int column = AtomSiteColumns(loop).id;
+    for (std::size_t place = 0; place < rows.size() && column >= 0; ++place) {
+        if (kept[place]) {
+            places.emplace(loop.val(rows[place], static_cast<std::size_t>(column)), place);
+        }
+    }
+    return places;
+}
+
+gemmi::Structure CifText::structure() const {
+    gemmi::Structure structure;
+    try {
+        structure = gemmi::make_structure_from_block(m_content->definitions);
+    } catch (const std::exception&) {
+        structure = gemmi::Structure(); // what only describes the atoms need not be read to move them
+    }
+    structure.models.assign(1, gemmi::Model(m_content->modelName));
+    const cif::Loop& loop = m_content->atoms();
+    addAtoms(loop, AtomSiteColumns(loop), m_content->rows, m_content->kept, structure.models.front());
+    gemmi::impl::fill_residue_entity_type(structure);
+    structure.assemblies = m_content->assemblies;
+    return structure;
+}
+
+void CifText::keepOnly(const std::vector<bool>& kept) {
+    m_content->kept = kept;
+    const cif::Loop& loop = m_content->atoms();
+    const AtomSiteColumns columns(loop);
+    std::set<std::string> chains;
+    for (std::size_t place = 0; place < kept.size() && columns.chain >= 0; ++place) {
+        if (kept[place]) {
+            chains.insert(
+                cif::as_string(loop.val(m_content->rows[place], static_cast<std::size_t>(columns.chain))));
+        }
+    }
+    removeStatementsOnOtherChains(*m_content->block, chains);
+}
+
+void CifText::Content::writeAtoms(std::string& out, const RigidMotion& motion) const {
+    const cif::Loop& loop = atoms();
+    const AtomSiteColumns columns(loop);
+    const std::array<int, 6> u = tensorColumns(loop, "_atom_site.aniso_U");
+    const std::array<int, 6> b = tensorColumns(loop, "_atom_site.aniso_B");
+    writeTags(loop, out);
+    RowChange change(loop);
+    for (std::size_t place = 0; place < rows.size(); ++place) {
+        if (!kept[place]) {
+            continue;
+        }
+        change.begin(rows[place]);
+        cVector3 x(0.0);
+        for (int axis = 0; axis < 3; ++axis) {
+            x[axis] = cif::as_number(change.old(columns.place[static_cast<std::size_t>(axis)]));
+        }
+        x = motion(x);
+        for (int axis = 0; axis < 3; ++axis) {
+            const int column = columns.place[static_cast<std::size_t>(axis)];
+            change.set(column, formatted(x[axis], decimalsOf(change.old(column), fewestDecimals)));
+        }
+        change.turn(u, motion.rotation);
+        change.turn(b, motion.rotation);
+        change.write(out);
+    }
+}
+
+void CifText::Content::writeTensors(std::string& out, const cMatrix33& rotation) const {
+    const cif::Loop& loop = *tensors();
+    const std::unordered_map<std::string, std::size_t> places = placesById();
+    const auto id = static_cast<std::size_t>(loop.find_tag("_atom_site_anisotrop.id"));
+    const std::array<int, 6> u = tensorColumns(loop, "_atom_site_anisotrop.U");
+    const std::array<int, 6> b = tensorColumns(loop, "_atom_site_anisotrop.B");
+    std::string rowsWritten;
+    RowChange change(loop);
+    for (std::size_t row = 0; row < loop.length(); ++row) {
+        if (places.count(loop.val(row, id)) > 0) {
+            change.begin(row);
+            change.turn(u, rotation);
+            change.turn(b, rotation);
+            change.write(rowsWritten);
+        }
+    }
+    if (!rowsWritten.empty()) {
+        writeTags(loop, out);
+        out += rowsWritten;
+    }
+}
+
+void CifText::Content::writeBlock(std::string& out, const cif::Block& written,
+                                  const RigidMotion& motion) const {
+    const cif::Loop* atomLoop = &atoms();
+    const cif::Loop* tensorLoop = tensors();
+    out += "data_" + written.name + "\n";
+    const cif::Item* previous = nullptr;
+    for (const cif::Item& item : written.items) {
+        if (item.type == cif::ItemType::Erased) {
+            continue;
+        }
+        if (previous == nullptr || cif::should_be_separated_(*previous, item)) {
+            out += "#\n";
+        }
+        previous = &item;
+        if (item.type == cif::ItemType::Loop && &item.loop == atomLoop) {
+            writeAtoms(out, motion);
+        } else if (item.type == cif::ItemType::Loop && &item.loop == tensorLoop) {
+            writeTensors(out, motion.rotation);
+        } else {
+            std::ostringstream text;
+            cif::write_out_item(text, item, cif::Style::Pdbx);
+            out += text.str();
+        }
+    }
+    out += "#\n";
+}
+
+std::string CifText::moved(const RigidMotion& motion) const {
+    std::string text;
+    for (const cif::Block& block : m_content->document.blocks) {
+        m_content->writeBlock(text, block, motion);
+    }
+    return text;
+}
