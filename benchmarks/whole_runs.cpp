@@ -1,15 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What do whole runs cost? Time in units of a pair of transforms that is measured between the runs, memory in
 // arrays of the padded grid; each beside the number that it is meant to stay below or above.
-#include <algorithm>
-#include <array>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <exception>
 #include <filesystem>
-#include <functional>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
@@ -18,10 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "benchmarks/BenchmarkModel.h"
 #include "benchmarks/ChildProcess.h"
 #include "benchmarks/ScanCase.h"
-#include "benchmarks/TransformPair.h"
+#include "benchmarks/costTable.h"
 
 namespace {
 
@@ -34,64 +28,6 @@ constexpr const char* usageText =
     "\n"
     "  --large  only the run on a grid of 512^3, which needs 16 GB of memory\n"
     "  --trial  the same on a small grid within seconds, to see that it works\n";
-
-/// Of several rounds; the machine may be shared.
-struct Rounds {
-    std::vector<double> values;
-
-    double median() const {
-        std::vector<double> sorted = values;
-        std::sort(sorted.begin(), sorted.end());
-        return sorted[sorted.size() / 2];
-    }
-    double least() const { return *std::min_element(values.begin(), values.end()); }
-    double most() const { return *std::max_element(values.begin(), values.end()); }
-};
-
-void printRow(const std::string& what, double value, const std::string& spread, const std::string& target) {
-    std::printf("%-68s %7.2f  %-13s %s\n", what.c_str(), value, spread.c_str(), target.c_str());
-    std::fflush(stdout);
-}
-
-/// The median, and in brackets the least and the most.
-void printRow(const std::string& what, const Rounds& rounds, const std::string& target) {
-    std::array<char, 32> spread{};
-    std::snprintf(spread.data(), spread.size(), "(%.2f-%.2f)", rounds.least(), rounds.most());
-    printRow(what, rounds.median(), spread.data(), target);
-}
-
-struct PairTime {
-    double cpu;
-    double wall;
-};
-
-double threadSeconds() {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-}
-
-/// Seconds of one pair of transforms of a cube, the median of as many as a second or so allows.
-PairTime measurePair(int edge) {
-    constexpr double enough = 1.0;
-    constexpr std::size_t atLeast = 3;
-    const std::vector<double> medians = inChild([edge] {
-        const auto n = static_cast<std::size_t>(edge);
-        TransformPair pair(edge, noiseField(n * n * n));
-        Rounds cpu, wall;
-        for (double total = 0.0; total < enough || wall.values.size() < atLeast;) {
-            const auto start = std::chrono::steady_clock::now();
-            const double cpuStart = threadSeconds();
-            pair.execute();
-            cpu.values.push_back(threadSeconds() - cpuStart);
-            wall.values.push_back(
-                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-            total += wall.values.back();
-        }
-        return std::vector<double>{cpu.median(), wall.median()};
-    });
-    return {medians.at(0), medians.at(1)};
-}
 
 /// What the report of a run says.
 struct Report {
