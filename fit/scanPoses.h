@@ -22,7 +22,7 @@ struct ScanLimits {
     static constexpr double everyValue =
         -1e6; ///< standard deviations below the mean at which a filter keeps all
     static constexpr int places = 100;
-    static constexpr int solutions = 1000; ///< per place, before neighbours are joined
+    static constexpr int solutions = 200; ///< per place, before neighbours are joined
     /// Two poses of which the model's atoms are nearer than this on average count as one place, angstrom.
     static double placeDistance(const ScanChoice& choice) { return choice.resolution / 2.0; }
 };
