@@ -1,14 +1,16 @@
-# What `cmake --install` puts in place: the program, its man page, the documents, the headers and a CMake package that
+# What `cmake --install` puts in place: the programs, their man pages, the documents, the headers and a CMake package that
 # offers each library as Selvane::NAME. The libraries themselves are installed where they are defined.
 
 include(CMakePackageConfigHelpers)
 
 set(SELVANE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Selvane)
 
-if(TARGET selvane)
-    install(TARGETS selvane RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-endif()
-install(FILES ${PROJECT_SOURCE_DIR}/docs/selvane.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+foreach(program selvane selvane-fit)
+    if(TARGET ${program})
+        install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    endif()
+endforeach()
+install(FILES ${PROJECT_SOURCE_DIR}/docs/selvane.1 ${PROJECT_SOURCE_DIR}/docs/selvane-fit.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/LICENSE
     DESTINATION ${CMAKE_INSTALL_DOCDIR} OPTIONAL)

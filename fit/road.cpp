@@ -2,6 +2,7 @@
 #include "fit/road.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <optional>
 #include <set>
@@ -26,6 +27,16 @@ std::string join(const Parts&... parts) {
     return text.str();
 }
 
+/// A length or a density without the noise of its last bits.
+double rounded(double value) {
+    constexpr double digits = 1e4;
+    return std::round(value * digits) / digits + 0.0; // no negative zero
+}
+
+std::string textOf(const cVector3& v, const std::string& between) {
+    return join(rounded(v.x), between, rounded(v.y), between, rounded(v.z));
+}
+
 void warnOf(Journal& journal, const std::string& path, const std::vector<std::string>& remarks) {
     for (const std::string& remark : remarks) {
         journal.warn(path + ": " + remark);
@@ -37,8 +48,7 @@ DensityMap readMapOf(const std::string& path, Journal& journal) {
     warnOf(journal, path, file.remarks);
     const DensityMap& map = file.map;
     journal.choose(join(path, ": ", map.size[0], " x ", map.size[1], " x ", map.size[2], " voxels of ",
-                        map.voxel.x, " x ", map.voxel.y, " x ", map.voxel.z, " A, the first at ",
-                        map.origin.x, " ", map.origin.y, " ", map.origin.z, " A"));
+                        textOf(map.voxel, " x "), " A, the first at ", textOf(map.origin, " "), " A"));
     return std::move(file.map);
 }
 
@@ -83,7 +93,7 @@ ScanChoice chooseScanOf(const DensityMap& map, const PreparedModel& model, const
     for (const std::string& remark : choice.remarks) {
         journal.choose(remark);
     }
-    journal.choose(join("scan at ", choice.resolution, " A with voxels of ", choice.voxel,
+    journal.choose(join("scan at ", choice.resolution, " A with voxels of ", rounded(choice.voxel),
                         " A, atoms of width ", choice.sigma, " A and steps of ", choice.step, " degrees"));
     return choice;
 }

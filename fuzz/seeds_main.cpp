@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "Formats/tests/MapBytes.h"
+#include "Formats/tests/gzipBytes.h"
 #include "app/tests/testInputs.h"
 
 namespace fs = std::filesystem;
@@ -53,6 +55,35 @@ void writeMaps(const fs::path& directory) {
         setIntAt(bytes, zeroed, 0);
     }
     write(directory / "defaults", bytes);
+}
+
+void writeMapFile(const fs::path& path, const MapBytes& map) {
+    write(path, map.bytes());
+    write(path.string() + "_gzipped", gzipped(map.bytes()));
+}
+
+void writeMapFiles(const fs::path& directory) {
+    for (const int mode : {0, 1, 2, 6, 12}) {
+        MapBytes map;
+        map.mode = mode;
+        map.order = {3, 1, 2};
+        map.start = {-3, 7, 1};
+        writeMapFile(directory / ("mode_" + std::to_string(mode)), map);
+    }
+    MapBytes map;
+    map.isBigEndian = true;
+    map.extended.assign(80, 'x');
+    writeMapFile(directory / "big_endian", map);
+    map.angles = {80.0F, 110.0F, 120.0F};
+    map.origin = {1.0F, -2.0F, 3.0F};
+    writeMapFile(directory / "skew", map);
+    map.tail.assign(40, 't');
+    write(directory / "members",
+          gzipped(map.bytes().substr(0, 1030)) + gzipped(map.bytes().substr(1030)) + std::string(50, '\0'));
+    std::string lying = MapBytes().bytes();
+    map.setInt(lying, 24, 800);
+    write(directory / "no_extended_header", lying);
+    write(directory / "zeros", MapBytes().header().replace(0, 232, std::string(232, '\0')));
 }
 
 std::string models(const std::string& atoms) {
@@ -124,6 +155,7 @@ int main(int argc, char** argv) {
     }
     const fs::path directory = argv[1];
     writeMaps(directory / "map");
+    writeMapFiles(directory / "mapfile");
     writeModels(directory / "pdb");
     writeModels(directory / "pqr");
     writeCommandLines(directory / "options");

@@ -15,6 +15,7 @@ readonly DATA="${SELVANE_FUZZ_DATA:-../shared/data}"
 readonly WORK=build/fuzz
 readonly LONGEST_INPUT=4096      # bytes; a small map and a model of 50 atoms fit
 readonly LARGEST_ALLOCATION_MB=8 # far more than such an input bears out
+readonly LARGEST_UNFOLDED_MB=160 # gzip folds a byte to a thousandth of one, which may be a voxel of a skew map
 readonly LONGEST_RUN=10          # seconds for one input
 
 # seeds_of TARGET: the heads of real files that are of its kind.
@@ -22,7 +23,7 @@ seeds_of() {
     local pattern file
     [[ -d "$DATA" ]] || return 0
     case "$1" in
-    map) pattern='.*\.\(map\|mrc\|ccp4\)' ;;
+    map | mapfile) pattern='.*\.\(map\|mrc\|ccp4\)' ;;
     pdb | pqr) pattern='.*\.\(pdb\|ent\|pqr\|cif\)' ;;
     *) return 0 ;;
     esac
@@ -32,12 +33,13 @@ seeds_of() {
 }
 
 fuzz() {
-    local corpus="$WORK/corpus/$1" faults="$WORK/faults/$1"
+    local corpus="$WORK/corpus/$1" faults="$WORK/faults/$1" largest="$LARGEST_ALLOCATION_MB"
+    [[ "$1" != mapfile ]] || largest="$LARGEST_UNFOLDED_MB"
     mkdir -p "$corpus" "$faults"
     seeds_of "$1"
     say "Fuzzing $1 for $SECONDS_EACH s, from $(find "$corpus" "fuzz/corpus/$1" -type f | wc -l) inputs"
     "$WORK/bin/fuzz_$1" -max_total_time="$SECONDS_EACH" -max_len="$LONGEST_INPUT" -timeout="$LONGEST_RUN" \
-        -malloc_limit_mb="$LARGEST_ALLOCATION_MB" -artifact_prefix="$faults/" -close_fd_mask=3 \
+        -malloc_limit_mb="$largest" -artifact_prefix="$faults/" -close_fd_mask=3 \
         -dict="fuzz/dictionaries/$1.dict" -print_final_stats=1 "$corpus" "fuzz/corpus/$1" 2>&1 |
         grep -v -E '^#[0-9]+.*(NEW|REDUCE|RELOAD)' | tail -n 40
 }
@@ -46,7 +48,7 @@ require_packages "${BUILD_PACKAGES[@]}" clang libclang-rt-dev
 build fuzz
 "$WORK/bin/fuzz_seeds" "$WORK/corpus"
 status=0
-for target in map pdb pqr options; do
+for target in map mapfile pdb pqr options; do
     fuzz "$target" || status=1
 done
 if ((status == 0)); then

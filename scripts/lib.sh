@@ -7,7 +7,7 @@
 BUILD_PACKAGES=(g++ cmake make libfftw3-dev libarmadillo-dev libopenblas-dev libarpack2-dev libeigen3-dev libtclap-dev
     gemmi-dev zlib1g-dev libcli11-dev nlohmann-json3-dev)
 # shellcheck disable=SC2034
-TEST_PACKAGES=(libgtest-dev libbenchmark-dev)
+TEST_PACKAGES=(libgtest-dev libbenchmark-dev gemmi python3-gemmi python3-mrcfile python3-numpy)
 
 say() {
     printf '\n== %s\n' "$*"
@@ -67,6 +67,8 @@ probe() {
     nlohmann-json3-dev) has_header nlohmann/json.hpp ;;
     libgtest-dev) has_header gtest/gtest.h ;;
     libbenchmark-dev) has_header benchmark/benchmark.h ;;
+    gemmi) command -v gemmi ;;
+    python3-*) python3 -c "import ${1#python3-}" ;;
     libopenblas-dev) has_library openblas ;;
     libarpack2-dev) has_library arpack ;;
     clang) command -v clang++ ;;

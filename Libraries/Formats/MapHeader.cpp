@@ -67,16 +67,17 @@ bool isPermutation(const Triple& axes) {
     return std::is_permutation(axes.begin(), axes.end(), straight.begin());
 }
 
-/// How many of the words that no other byte order would leave sensible are so, 0 to 5.
+/// How many of mode, extents and axes are what a map's may be, 0 to 3. Words of other things seldom are, nor
+/// are these in the wrong byte order: an extent below 65536 is none there.
 int plausibility(const Words& words) {
-    constexpr std::int32_t longestEdge = 0xFFFF; // one of these has no such reading in the other order
+    constexpr std::int32_t longestEdge = 0xFFFF;
     const Triple axes = words.integers(axisWord);
-    int count = isOfTheFormat(words.integer(modeWord)) ? 1 : 0;
-    count += isPermutation(axes) || axes == Triple{0, 0, 0} ? 1 : 0;
-    for (const std::int32_t extent : words.integers(extentWord)) {
-        count += extent > 0 && extent <= longestEdge ? 1 : 0;
-    }
-    return count;
+    const Triple extents = words.integers(extentWord);
+    const bool areExtents = std::all_of(extents.begin(), extents.end(), [](std::int32_t extent) {
+        return extent > 0 && extent <= longestEdge;
+    });
+    const bool areAxes = isPermutation(axes) || axes == Triple{0, 0, 0};
+    return (isOfTheFormat(words.integer(modeWord)) ? 1 : 0) + (areExtents ? 1 : 0) + (areAxes ? 1 : 0);
 }
 
 /// Whether the stamp tells the other byte order than this machine's.
@@ -89,13 +90,13 @@ bool isStampedSwapped(const char* bytes) {
 }
 
 Words wordsOf(const char* bytes, const std::string& path) {
-    constexpr int least = 3;
+    constexpr int most = 3;
     const Words native(bytes, false);
     const Words swapped(bytes, true);
     const int forNative = plausibility(native);
     const int forSwapped = plausibility(swapped);
     const bool isMarked = std::memcmp(bytes + markByte, "MAP", 3) == 0;
-    if (std::max(forNative, forSwapped) < least && !isMarked) {
+    if (std::max(forNative, forSwapped) < most && !isMarked) {
         throw InputError(path, "not a CCP4 or MRC map: its first 1024 bytes are no header of one", true);
     }
     const bool isSwapped = forNative == forSwapped ? isStampedSwapped(bytes) : forSwapped > forNative;

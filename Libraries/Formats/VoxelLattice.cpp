@@ -128,31 +128,35 @@ cVector3 startOf(const MapHeader& header) {
     return start;
 }
 
-/// Whether the ORIGIN words tell a place: some programs leave other things there, small integers (which are
-/// next to 0 as a float) or rubbish.
-bool isPlace(const cVector3& origin, std::vector<std::string>& remarks) {
-    constexpr double nothing = 1e-6; // angstrom
-    constexpr double farthest = 1e7; // angstrom
-    bool isSound = true;
-    double largest = 0.0;
-    for (int axis = 0; axis < 3; ++axis) {
-        isSound = isSound && std::fabs(origin[axis]) <= farthest;
-        largest = std::max(largest, std::fabs(origin[axis]));
+/// Whether a map can stand there, angstrom; false for what is no number.
+bool isPlace(const cVector3& origin) {
+    constexpr double farthest = 1e7;
+    return std::fabs(origin.x) <= farthest && std::fabs(origin.y) <= farthest &&
+           std::fabs(origin.z) <= farthest;
+}
+
+cVector3 placeByStart(const cVector3& start, const VoxelLattice& lattice, std::vector<std::string>& remarks) {
+    const cVector3 place = combination(lattice.steps, start);
+    if (!isPlace(place)) {
+        remarks.emplace_back("The start words of the header are no place; the map is put at 0.");
+        return cVector3(0.0);
     }
-    if (!isSound) {
-        remarks.emplace_back("The ORIGIN words of the header are no place; the start words are used.");
-    }
-    return isSound && largest > nothing;
+    return place;
 }
 
 cVector3 placeOf(const MapHeader& header, const VoxelLattice& lattice, std::vector<std::string>& remarks) {
+    constexpr double nothing = 1e-6;  // angstrom: small integers are next to 0 when they are read as floats
     constexpr double agreeing = 0.01; // of a voxel
     const cVector3 start = startOf(header);
-    const cVector3 byStart = combination(lattice.steps, start);
     const cVector3 byOrigin(header.origin[0], header.origin[1], header.origin[2]);
-    if (!isPlace(byOrigin, remarks)) {
-        return byStart;
+    if (!isPlace(byOrigin)) {
+        remarks.emplace_back("The ORIGIN words of the header are no place; the start words are used.");
+        return placeByStart(start, lattice, remarks);
     }
+    if (byOrigin.norm() <= nothing) {
+        return placeByStart(start, lattice, remarks);
+    }
+    const cVector3 byStart = combination(lattice.steps, start);
     const cVector3 apart = byStart - byOrigin;
     const cVector3 voxel = lattice.voxel();
     bool isSame = true;

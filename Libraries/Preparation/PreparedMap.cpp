@@ -72,9 +72,12 @@ void layGrid(PreparedMap& prepared, const Content& content, double voxel, double
     const unsigned int all[3] = {sizes, sizes, sizes};
     prepared.grid = cGrid(cBBox(cVector3(0.0), cVector3(length)), all);
     const cVector3 corner = content.middle - cVector3(0.5 * length) - coarse.origin;
+    // A corner halfway between two nodes, as content of an odd number of voxels has it, goes up for every
+    // place of the map, whose sums round one way or the other.
+    constexpr double halfway = 0.5 + 1e-6;
+    const auto nearestNode = [&](double x) { return std::floor(x / voxel + halfway) * voxel; };
     prepared.inMap =
-        coarse.origin + cVector3(std::round(corner.x / voxel) * voxel, std::round(corner.y / voxel) * voxel,
-                                 std::round(corner.z / voxel) * voxel);
+        coarse.origin + cVector3(nearestNode(corner.x), nearestNode(corner.y), nearestNode(corner.z));
 }
 
 /// The values of the content, at their nodes of the grid.

@@ -190,15 +190,17 @@ Content findContent(const DensityMap& map, double level, double margin) {
             content.reachesFaces =
                 content.reachesFaces || node[axis] == 0 || node[axis] + 1 == map.size[axis];
         }
-        points.push_back(map.origin + cVector3(static_cast<double>(node[0]) * map.voxel.x,
-                                               static_cast<double>(node[1]) * map.voxel.y,
-                                               static_cast<double>(node[2]) * map.voxel.z));
+        // From the first voxel: which of two points is farther must not hang on where the map stands.
+        points.emplace_back(static_cast<double>(node[0]) * map.voxel.x,
+                            static_cast<double>(node[1]) * map.voxel.y,
+                            static_cast<double>(node[2]) * map.voxel.z);
     }
     content.dropped = parts.total() - content.voxels;
     if (points.empty()) {
         return content;
     }
     encloseBySphere(points, content);
+    content.middle += map.origin;
     const double voxel = std::min({map.voxel.x, map.voxel.y, map.voxel.z});
     dilate(map, static_cast<std::size_t>(std::ceil(margin / voxel)), content.inside);
     content.radius += margin;

@@ -41,6 +41,14 @@ constexpr double resolution = 10.0; // angstrom, of the map
 /// of gyration by 4.8 A, and not every pose can be refined. Wrong places are off by 15 A and more.
 constexpr double rightPose = 4.5;
 
+/// For what does not depend on how good the poses are.
+const Words coarse = {"--step", "40", "--scan-resolution", "15"};
+
+Words coarseWith(Words more) {
+    more.insert(more.end(), coarse.begin(), coarse.end());
+    return more;
+}
+
 const example::Example& scene() {
     static const example::Example made = [] {
         example::Options options;
@@ -138,7 +146,7 @@ TEST_F(SelvaneFit, PutsTheModelWhereTheMapShowsIt) {
 
 /// The motion of a row of poses.csv applied to the model gives the file of that row.
 TEST_F(SelvaneFit, TableAndFilesTellTheSameMotion) {
-    ASSERT_EQ(fitInto("out", {"--poses", "2", "--quiet"}).status, 0);
+    ASSERT_EQ(fitInto("out", coarseWith({"--poses", "2", "--quiet"})).status, 0);
     std::istringstream table(m_scratch.read("out/poses.csv"));
     std::string line;
     std::getline(table, line);
@@ -166,10 +174,10 @@ TEST_F(SelvaneFit, TableAndFilesTellTheSameMotion) {
 
 TEST_F(SelvaneFit, PosesFollowTheOriginOfTheMap) {
     const Vec3 before = scene().map.lattice.position(0, 0, 0);
-    ASSERT_EQ(fitInto("here", {"--poses", "3"}).status, 0);
+    ASSERT_EQ(fitInto("here", coarseWith({"--poses", "3"})).status, 0);
     const Vec3 by{123.456, -78.9, 1000.03125};
     m_scratch.write("moved.mrc", mapAtOrigin(before + by));
-    ASSERT_EQ(fitInto("there", {"--poses", "3"}, "moved.mrc").status, 0);
+    ASSERT_EQ(fitInto("there", coarseWith({"--poses", "3"}), "moved.mrc").status, 0);
     for (const char* name : {"/pose_01.pdb", "/pose_02.pdb", "/pose_03.pdb"}) {
         EXPECT_LT(
             example::rmsd(shifted(pose(std::string("here") + name), by), pose(std::string("there") + name)),
@@ -178,9 +186,9 @@ TEST_F(SelvaneFit, PosesFollowTheOriginOfTheMap) {
 }
 
 TEST_F(SelvaneFit, PosesDoNotDependOnWhereTheModelsFileHasIt) {
-    ASSERT_EQ(fitInto("here", {"--poses", "3"}).status, 0);
+    ASSERT_EQ(fitInto("here", coarseWith({"--poses", "3"})).status, 0);
     m_scratch.write("moved.pdb", example::pdbText(shifted(scene().model, {-321.5, 77.25, 19.125}), "moved"));
-    ASSERT_EQ(fitInto("there", {"--poses", "3"}, "map.ccp4", "moved.pdb").status, 0);
+    ASSERT_EQ(fitInto("there", coarseWith({"--poses", "3"}), "map.ccp4", "moved.pdb").status, 0);
     for (const char* name : {"/pose_01.pdb", "/pose_02.pdb", "/pose_03.pdb"}) {
         EXPECT_LT(example::rmsd(pose(std::string("here") + name), pose(std::string("there") + name)), 0.01);
     }
@@ -219,7 +227,7 @@ TEST_F(SelvaneFit, TheCommandOfThePreparedFilesFindsTheSamePlace) {
 }
 
 TEST_F(SelvaneFit, ReplacesEarlierResultsOnlyWhenTold) {
-    ASSERT_EQ(fitInto("out", {"--poses", "3", "--step", "30"}).status, 0);
+    ASSERT_EQ(fitInto("out", coarseWith({"--poses", "3"})).status, 0);
     m_scratch.write("out/notes.txt", "mine");
     const std::string first = m_scratch.read("out/poses.csv");
     const Outcome refused = fitInto("out");
@@ -233,14 +241,17 @@ TEST_F(SelvaneFit, ReplacesEarlierResultsOnlyWhenTold) {
     EXPECT_EQ(m_scratch.read("out/poses.csv"), first);
     EXPECT_TRUE(m_scratch.has("out/pose_03.pdb"));
 
-    ASSERT_EQ(fitInto("out", {"--restart", "--poses", "2", "--format", "cif"}).status, 0);
+    ASSERT_EQ(fitInto("out", {"--restart", "--poses", "2", "--format", "cif", "--step", "50",
+                              "--scan-resolution", "15"})
+                  .status,
+              0);
     EXPECT_NE(m_scratch.read("out/poses.csv"), first);
     EXPECT_TRUE(m_scratch.has("out/pose_02.cif") && m_scratch.has("out/notes.txt"));
     EXPECT_FALSE(m_scratch.has("out/pose_01.pdb") || m_scratch.has("out/pose_03.pdb"));
 }
 
 TEST_F(SelvaneFit, QuietSaysTheVerdictAlone) {
-    const Outcome run = fitInto("out", {"--quiet", "--step", "40"});
+    const Outcome run = fitInto("out", coarseWith({"--quiet"}));
     ASSERT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     EXPECT_NE(run.out, "");

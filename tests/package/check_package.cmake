@@ -46,8 +46,19 @@ foreach(file CMakeLists.txt main.cpp)
     endif()
 endforeach()
 run(${WORK}/prefix/bin/selvane --help)
+run(${WORK}/prefix/bin/selvane-fit --help)
 
-foreach(pattern bin/selvane share/man/man1/selvane.1 share/doc/*/LICENSE include/selvane/Math/cGrid.h)
+# selvane is complete without the packages that the other program needs; of these only zlib is no mere header. What its
+# libraries link themselves is no matter of this project.
+find_program(READELF readelf)
+if(READELF)
+    execute_process(COMMAND ${READELF} -d ${WORK}/prefix/bin/selvane RESULT_VARIABLE status OUTPUT_VARIABLE libraries)
+    if(NOT status EQUAL 0 OR NOT libraries MATCHES "libfftw3" OR libraries MATCHES "libz\\.so")
+        message(FATAL_ERROR "selvane links:\n${libraries}")
+    endif()
+endif()
+
+foreach(pattern bin/selvane bin/selvane-fit share/man/man1/selvane.1 share/man/man1/selvane-fit.1 share/doc/*/LICENSE include/selvane/Math/cGrid.h)
     file(GLOB found ${WORK}/prefix/${pattern})
     if(NOT found)
         message(FATAL_ERROR "nothing was installed as ${pattern}")
