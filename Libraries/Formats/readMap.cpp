@@ -41,6 +41,12 @@ std::uint64_t endOfVoxels(const MapHeader& header, std::uint64_t begin) {
 
 [[noreturn]] void failTruncated(const MapHeader& header, std::uint64_t length, std::uint64_t end,
                                 const std::string& path) {
+    if (end == std::numeric_limits<std::uint64_t>::max()) {
+        throw InputError(path,
+                         "the header tells of " + header.extentsText() +
+                             " voxels, which no file holds: it is damaged; fetch the file again",
+                         true);
+    }
     throw InputError(path,
                      "truncated: " + header.extentsText() + " voxels end at byte " + std::to_string(end) +
                          ", the file at " + std::to_string(length) + ", so " + std::to_string(end - length) +

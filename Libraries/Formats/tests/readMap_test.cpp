@@ -173,12 +173,15 @@ TEST(ReadMap, ExtentsBelowOneAreRefused) {
 
 TEST(ReadMap, HugeExtentsAreRefusedWithoutTheirMemory) {
     const MapBytes source;
-    for (const int extent : {70000, 65536, std::numeric_limits<int>::max()}) {
+    constexpr int most = std::numeric_limits<int>::max();
+    const std::array<int, 3> wrappingTo0{1 << 22, 1 << 20, 1 << 20}; // in 64 bits, times 4 bytes
+    for (const std::array<int, 3>& extents :
+         {std::array<int, 3>{70000, 70000, 70000}, {65536, 65536, 65536}, {most, most, most}, wrappingTo0}) {
         std::string bytes = source.bytes();
-        for (std::size_t word = 1; word <= 3; ++word) {
-            source.setInt(bytes, word, extent);
+        for (std::size_t i = 0; i < 3; ++i) {
+            source.setInt(bytes, 1 + i, extents[i]);
         }
-        EXPECT_TRUE(holds(reasonOf(bytes), "are missing"));
+        EXPECT_TRUE(holds(reasonOf(bytes), extents[0] > 70000 ? "which no file holds" : "are missing"));
         EXPECT_TRUE(holds(reasonOf(gzipped(bytes)), "no gzipped file of"));
     }
 }
@@ -267,6 +270,8 @@ TEST(ReadMap, OriginWordsComeFirstAndADisagreementIsTold) {
     EXPECT_TRUE(holds(both.remarks[0], "(3.500, 3.000, -66.250) Å"));
     source.origin = {2.0F, 3.01F, 4.0F}; // a 300th of a voxel from the start words
     EXPECT_TRUE(readBytes(source.bytes()).remarks.empty());
+    source.origin = {2.0F, 3.06F, 4.0F}; // a 50th
+    EXPECT_EQ(readBytes(source.bytes()).remarks.size(), 1U);
 }
 
 TEST(ReadMap, OriginWordsThatAreNoPlaceAreNotUsed) {
@@ -281,6 +286,16 @@ TEST(ReadMap, OriginWordsThatAreNoPlaceAreNotUsed) {
     }
     source.origin = {1e-41F, 0.0F, 0.0F}; // a small integer read as a float
     EXPECT_TRUE(readBytes(source.bytes()).remarks.empty());
+}
+
+TEST(ReadMap, StartWordsThatAreNoPlaceAreNotUsed) {
+    MapBytes source;
+    source.start = {1, 933074600, 3};
+    const MapFile file = readBytes(source.bytes());
+    expectNear(file.map.origin, 0.0, 0.0, 0.0);
+    EXPECT_EQ(file.remarks.size(), 1U);
+    source.origin = {1.0F, 2.0F, 3.0F};
+    expectNear(readBytes(source.bytes()).map.origin, 1.0, 2.0, 3.0);
 }
 
 TEST(ReadMap, AVoxelIsTheCellOverItsSamplingWhateverPartOfItTheMapCovers) {
