@@ -7,8 +7,8 @@
 #include "Formats/AtomicModel.h"
 #include "Math/RigidMotion.h"
 
-/// The atoms of a search about their own middle and along their own axes, so that a scan finds the same places
-/// wherever and however turned the model stands in its file.
+/// The atoms of a search about their own middle and along their own axes, so that a scan finds the same
+/// places wherever and however turned the model stands in its file.
 struct PreparedModel {
     std::vector<ModelAtom> atoms;  ///< with the mean of their positions at the origin, longest axis along x
     RigidMotion fromFile;          ///< that brought them there

@@ -54,7 +54,8 @@ TEST(PrepareModel, TellsTheMotionThatItMade) {
 
 TEST(PrepareModel, IsTheSameHoweverTheFileStands) {
     const PreparedModel before = prepareModel(cloud());
-    for (const cVector3& angles : {cVector3(0.3, -1.0, 2.0), cVector3(3.1, 0.2, -0.4), cVector3(-2.0, 1.5, 1.0)}) {
+    for (const cVector3& angles :
+         {cVector3(0.3, -1.0, 2.0), cVector3(3.1, 0.2, -0.4), cVector3(-2.0, 1.5, 1.0)}) {
         const RigidMotion motion{cMatrix33::rotationXYZ(angles.x, angles.y, angles.z), 50.0 * angles};
         const PreparedModel after = prepareModel(moved(cloud(), motion));
         for (std::size_t a = 0; a < before.atoms.size(); ++a) {
