@@ -2,11 +2,88 @@
 #include "Preparation/ScanChoice.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <stdexcept>
+
+namespace {
+
+// An atom's Gaussian must rise above the density at which it is cut, which it does up to 300 A.
+constexpr double coarsestResolution = 300.0; // angstrom
+constexpr double finestScan = 10.0;          // angstrom: finer details tell a step of 18 degrees nothing
+constexpr double scanPerRadius = 0.4;        // of the scan's resolution to the model's radius of gyration
+constexpr double voxelsPerResolution = 3.0;
+constexpr double stepTimesRadius = 45.0; // degrees, in units of the scan's resolution
+constexpr double coarsestStep = 20.0;    // degrees
+constexpr double finestStep = 0.5;       // degrees
+constexpr double wholeTurn = 180.0;      // degrees: no orientation is farther from any other
+
+std::string text(double value) {
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%.4g", value);
+    return buffer;
+}
+
+void requireBetween(const char* what, double value, double least, double most, const char* unit) {
+    if (!(value >= least && value <= most)) {
+        throw std::invalid_argument(std::string("the ") + what + " has to be a number from " + text(least) +
+                                    " to " + text(most) + " " + unit + ", not " + text(value));
+    }
+}
+
+/// No map shows what is finer than two of its voxels.
+double resolutionOf(const ScanNeeds& needs, std::vector<std::string>& remarks) {
+    constexpr double finestResolution = 0.1; // angstrom
+    requireBetween("resolution", needs.resolution, finestResolution, coarsestResolution, "A");
+    const double shown = 2.0 * needs.mapVoxel;
+    if (needs.resolution >= shown) {
+        return needs.resolution;
+    }
+    remarks.push_back("a resolution of " + text(needs.resolution) + " A needs voxels of " +
+                      text(0.5 * needs.resolution) + " A or less and the map has " + text(needs.mapVoxel) +
+                      " A, so it is taken to have " + text(shown) +
+                      " A: check the resolution and the voxel size");
+    return shown;
+}
+
+double scanResolutionOf(const ScanNeeds& needs, double mapResolution, std::vector<std::string>& remarks) {
+    if (!needs.scanResolution) {
+        return std::max({mapResolution, finestScan, scanPerRadius * needs.radiusOfGyration});
+    }
+    requireBetween("scan resolution", *needs.scanResolution, 1.0, coarsestResolution, "A");
+    if (*needs.scanResolution < mapResolution) {
+        remarks.push_back("a scan at " + text(*needs.scanResolution) +
+                          " A would look for more than the map shows, so "
+                          "it is made at the map's " +
+                          text(mapResolution) + " A");
+    }
+    return std::max(*needs.scanResolution, mapResolution);
+}
+
+double stepOf(const ScanNeeds& needs, double scanResolution) {
+    if (needs.step) {
+        requireBetween("step", *needs.step, finestStep, wholeTurn, "degrees");
+        return *needs.step;
+    }
+    return std::min(coarsestStep, stepTimesRadius * scanResolution / needs.radiusOfGyration);
+}
+
+} // namespace
 
 ScanChoice chooseScan(const ScanNeeds& needs) {
-    const double resolution = needs.scanResolution.value_or(std::max(10.0, needs.resolution));
-    return {resolution, needs.resolution, resolution / 3.0, gaussianOf(resolution), needs.step.value_or(18.0),
-            {}};
+    ScanChoice choice;
+    choice.mapResolution = resolutionOf(needs, choice.remarks);
+    choice.resolution = scanResolutionOf(needs, choice.mapResolution, choice.remarks);
+    choice.voxel = choice.resolution / voxelsPerResolution;
+    choice.sigma = gaussianOf(choice.resolution);
+    choice.step = stepOf(needs, choice.resolution);
+    if (choice.mapResolution > needs.radiusOfGyration) {
+        choice.remarks.push_back("the map's resolution of " + text(choice.mapResolution) +
+                                 " A is coarser than the model's radius of gyration of " +
+                                 text(needs.radiusOfGyration) +
+                                 " A, so that the map hardly tells orientations apart");
+    }
+    return choice;
 }
 
 double gaussianOf(double resolution) {
