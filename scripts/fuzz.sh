@@ -23,6 +23,7 @@ seeds_of() {
     [[ -d "$DATA" ]] || return 0
     case "$1" in
     map) pattern='.*\.\(map\|mrc\|ccp4\)' ;;
+    modelfile) pattern='.*\.\(pdb\|ent\|cif\|cif\.gz\)' ;;
     pdb | pqr) pattern='.*\.\(pdb\|ent\|pqr\|cif\)' ;;
     *) return 0 ;;
     esac
@@ -46,7 +47,7 @@ require_packages "${BUILD_PACKAGES[@]}" clang libclang-rt-dev
 build fuzz
 "$WORK/bin/fuzz_seeds" "$WORK/corpus"
 status=0
-for target in map pdb pqr options; do
+for target in map pdb pqr modelfile options; do
     fuzz "$target" || status=1
 done
 if ((status == 0)); then
