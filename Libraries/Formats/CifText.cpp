@@ -216,6 +216,7 @@ struct CifText::Content {
     cif::Loop& atoms() const { return *findLoop(*block, "_atom_site.Cartn_x"); }
     cif::Loop* tensors() const { return findLoop(*block, "_atom_site_anisotrop.id"); }
     std::unordered_map<std::string, std::size_t> placesById() const;
+    void addTensors(gemmi::Model& model) const;
     void writeAtoms(std::string& out, const RigidMotion& motion) const;
     void writeTensors(std::string& out, const cMatrix33& rotation) const;
     void writeBlock(std::string& out, const cif::Block& written, const RigidMotion& motion) const;
@@ -321,6 +322,37 @@ std::unordered_map<std::string, std::size_t> CifText::Content::placesById() cons
     return places;
 }
 
+/// The anisotropic displacements of the atoms, for a file of another format.
+void CifText::Content::addTensors(gemmi::Model& model) const {
+    const cif::Loop* loop = tensors();
+    if (loop == nullptr) {
+        return;
+    }
+    const std::array<int, 6> columns = tensorColumns(*loop, "_atom_site_anisotrop.U");
+    const auto id = static_cast<std::size_t>(loop->find_tag("_atom_site_anisotrop.id"));
+    const std::unordered_map<std::string, std::size_t> places = placesById();
+    std::unordered_map<int, gemmi::SMat33<float>> bySerial;
+    for (std::size_t row = 0; columns[0] >= 0 && row < loop->length(); ++row) {
+        std::array<float, 6> u{};
+        bool isKnown = true;
+        for (std::size_t i = 0; i < u.size(); ++i) {
+            const double value = cif::as_number(loop->val(row, static_cast<std::size_t>(columns[i])));
+            isKnown = isKnown && isBounded(value);
+            u[i] = isKnown ? static_cast<float>(value) : 0.0F;
+        }
+        const auto place = places.find(loop->val(row, id));
+        if (isKnown && place != places.end()) {
+            bySerial[static_cast<int>(place->second) + 1] = {u[0], u[1], u[2], u[3], u[4], u[5]};
+        }
+    }
+    for (gemmi::CRA cra : model.all()) {
+        const auto found = bySerial.find(cra.atom->serial);
+        if (found != bySerial.end()) {
+            cra.atom->aniso = found->second;
+        }
+    }
+}
+
 gemmi::Structure CifText::structure() const {
     gemmi::Structure structure;
     try {
@@ -331,6 +363,7 @@ gemmi::Structure CifText::structure() const {
     structure.models.assign(1, gemmi::Model(m_content->modelName));
     const cif::Loop& loop = m_content->atoms();
     addAtoms(loop, AtomSiteColumns(loop), m_content->rows, m_content->kept, structure.models.front());
+    m_content->addTensors(structure.models.front());
     gemmi::impl::fill_residue_entity_type(structure);
     structure.assemblies = m_content->assemblies;
     return structure;

@@ -229,8 +229,9 @@ void PdbText::checkPlace(const Line& line) const {
                              ", before its coordinates do (columns 31 to 54); the file may be cut off",
                          true);
     }
-    const std::string remedy = "; where a coordinate needs more than 8 columns, give the model as mmCIF, else "
-                               "correct the line or remove it";
+    const std::string remedy =
+        "; where a coordinate needs more than 8 columns, give the model as mmCIF, else "
+        "correct the line or remove it";
     for (std::size_t axis = 0; axis < 3; ++axis) {
         const std::size_t first = pdb::coordinateColumn + axis * pdb::coordinateWidth;
         const std::size_t end = first + pdb::coordinateWidth - 1;
@@ -284,6 +285,9 @@ gemmi::Structure PdbText::structure() const {
             const std::size_t place = static_cast<std::size_t>(residue.atoms.front().serial) - 1;
             const std::string_view line = contentOf(m_lines[m_atoms[place]]);
             residue.name = pdb::residueName(pdb::parsable(line), m_hasTwoLetterChains);
+            if (*residue.seqid.num > pdb::negativeResidueNumbers) {
+                residue.seqid.num = pdb::negativeResidueNumbers - *residue.seqid.num;
+            }
         }
     }
     return structure;

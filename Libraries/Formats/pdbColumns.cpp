@@ -98,8 +98,10 @@ void tidyResidueNumber(std::string& line) {
     }
     const std::string_view number = columns(line, 23, 26);
     const bool isHybrid = isLetter(number[0]) && std::all_of(number.begin(), number.end(), isAlphanumeric);
-    if (!isHybrid && !integer(number)) {
-        put(line, 23, "   0");
+    const int value = isHybrid ? 0 : integer(number).value_or(0);
+    if (!isHybrid) {
+        put(line, 23,
+            hybrid36(4, static_cast<std::size_t>(value < 0 ? negativeResidueNumbers - value : value)));
     }
     if (!isAlphanumeric(line[26])) {
         line[26] = ' ';

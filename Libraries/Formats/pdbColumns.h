@@ -34,6 +34,10 @@ bool isAtom(std::string_view line);
 /// (Grosse-Kunstleve et al., hybrid-36), as much as those columns hold in capitals.
 std::string hybrid36(std::size_t width, std::size_t value);
 
+/// What parsableAtom() writes for a negative residue number n is this number less n: gemmi's parser shifts
+/// the bits of numbers, which C++17 leaves undefined below 0.
+constexpr int negativeResidueNumbers = 1200000;
+
 /// What a parser can rely on: an atom's line of 80 printable columns with this serial number, an occupancy,
 /// an element and a charge that are such or blank, and a residue number in four columns. What programs write
 /// beyond their columns (residue numbers of five digits, residue names of four letters) is brought into them.

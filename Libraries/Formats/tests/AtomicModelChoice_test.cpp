@@ -199,7 +199,8 @@ std::multiset<double> placesOf(const std::string& expression) {
     ModelChoice choice;
     choice.assembly = "one";
     std::multiset<double> places;
-    for (const ModelAtom& atom : readAs(cifWithAssembly(expression), choice).searchAtoms()) {
+    const AtomicModel model = readAs(cifWithAssembly(expression), choice);
+    for (const ModelAtom& atom : model.searchAtoms()) {
         places.insert(atom.position.x + 1e6 * atom.position.y);
     }
     return places;

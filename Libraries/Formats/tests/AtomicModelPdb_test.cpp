@@ -113,7 +113,8 @@ TEST(AtomicModelPdb, OfAlternateLocationsTheFirstOfEachResidueIsSearched) {
     }
     atoms[6].residue = "GLY";
     std::vector<double> used;
-    for (const ModelAtom& atom : readAs(pdbLines(atoms)).searchAtoms()) {
+    const AtomicModel model = readAs(pdbLines(atoms));
+    for (const ModelAtom& atom : model.searchAtoms()) {
         used.push_back(atom.position.x);
     }
     EXPECT_EQ(used, (std::vector<double>{0, 1, 3, 4, 5, 6}));
