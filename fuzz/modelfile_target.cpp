@@ -24,12 +24,14 @@ void checkSearchAtoms(const AtomicModel& model) {
     }
 }
 
-/// What is written is read again with as many atoms.
+/// What is written is read again with as many atoms. Only PDB has segments, by which residues and so their
+/// alternate locations differ; a file of the same format tells all that the first one did.
 void writeAndRead(const AtomicModel& model, const std::string& stem, ModelFormat format) {
     const std::string path = model.writeMoved(stem, someMotion(), format);
     const AtomicModel again = AtomicModel::read(path);
     require(again.atomCount() == model.atomCount(), "as many atoms come back");
-    require(again.searchAtoms().size() == model.searchAtoms().size(), "as many are searched");
+    require(again.format() != model.format() || again.searchAtoms().size() == model.searchAtoms().size(),
+            "as many are searched");
 }
 
 void readChosen(const std::string& path, const ModelChoice& choice) {

@@ -111,6 +111,7 @@ TEST(AtomicModelPdb, OfAlternateLocationsTheFirstOfEachResidueIsSearched) {
         atoms[i].number = numbers[i];
         atoms[i].place.x = static_cast<double>(i);
     }
+    atoms[0].name = " N  ";
     atoms[6].residue = "GLY";
     std::vector<double> used;
     const AtomicModel model = readAs(pdbLines(atoms));
@@ -118,6 +119,20 @@ TEST(AtomicModelPdb, OfAlternateLocationsTheFirstOfEachResidueIsSearched) {
         used.push_back(atom.position.x);
     }
     EXPECT_EQ(used, (std::vector<double>{0, 1, 3, 4, 5, 6}));
+}
+
+TEST(AtomicModelPdb, AtomWithoutALabelIsAtItsFirstLocation) {
+    std::vector<FileAtom> atoms(4);
+    const std::string labels = " BAB";
+    for (std::size_t i = 0; i < atoms.size(); ++i) {
+        atoms[i].name = i < 2 ? " CZ " : " NH1";
+        atoms[i].altLoc = labels[i];
+        atoms[i].place.x = static_cast<double>(i);
+    }
+    const AtomicModel model = readAs(pdbLines(atoms));
+    ASSERT_EQ(model.searchAtoms().size(), 2U);
+    EXPECT_EQ(model.searchAtoms()[0].position.x, 0.0);
+    EXPECT_EQ(model.searchAtoms()[1].position.x, 2.0);
 }
 
 TEST(AtomicModelPdb, TwoResiduesInOnePlaceAreAlternates) {
