@@ -64,7 +64,7 @@ int decimalsOf(const std::string& number, int fewest) {
 }
 
 std::string formatted(double value, int decimals) {
-    std::array<char, 64> text{}; // places and tensors are bounded
+    std::array<char, 352> text{}; // holds any double
     std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
     return text.data();
 }
@@ -183,6 +183,26 @@ bool hasAtoms(const cif::Block& block) {
     return std::any_of(block.items.begin(), block.items.end(), hasPlace);
 }
 
+/// Two values of one item would leave one of them where it was.
+void checkIsOnce(const cif::Block& block, const std::string& path, const std::string& category) {
+    std::set<std::string> tags;
+    std::size_t loops = 0;
+    std::size_t all = 0;
+    for (const cif::Item& item : block.items) {
+        if (item.type == cif::ItemType::Loop && item.has_prefix(category)) {
+            ++loops;
+            for (const std::string& tag : item.loop.tags) {
+                tags.insert(gemmi::to_lower(tag));
+                ++all;
+            }
+        }
+    }
+    if (loops > 1 || tags.size() != all) {
+        throw InputError(path, "has the category " + category + " or one of its items twice; remove one",
+                         true);
+    }
+}
+
 bool hasCategory(const cif::Block& block, const std::string& category) {
     return std::any_of(block.items.begin(), block.items.end(),
                        [&](const cif::Item& item) { return item.has_prefix(category); });
@@ -239,6 +259,8 @@ CifText::CifText(const std::string& path, const std::string& text, const std::op
     m_content->block = &*block;
     makeLoop(*block, "_atom_site.");
     makeLoop(*block, "_atom_site_anisotrop.");
+    checkIsOnce(*block, path, "_atom_site.");
+    checkIsOnce(*block, path, "_atom_site_anisotrop.");
     takeModel(model);
     checkPlaces();
     m_content->definitions = structureDefinitions(*block);

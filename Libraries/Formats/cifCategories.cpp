@@ -119,11 +119,20 @@ bool isUntrueAfterMotion(const cif::Item& item) {
                                                  "_pdbx_validate_symm_contact.",
                                                  "_struct_biol_gen.",
                                                  "_struct_biol_view.",
+                                                 "_struct_site_view.",
+                                                 "_ihm_starting_model_coord.",
                                                  "_refln.",
                                                  "_reflns."};
-    static const std::vector<std::string> prefixes = {
-        "_pdbx_struct_assembly",   "_struct_ncs_", "_refine", "_pdbx_refine", "_ccp4_refine", "_diffrn_refln",
-        "_pdbx_struct_legacy_oper"};
+    static const std::vector<std::string> prefixes = {"_pdbx_struct_assembly",
+                                                      "_struct_ncs_",
+                                                      "_refine",
+                                                      "_pdbx_refine",
+                                                      "_ccp4_refine",
+                                                      "_diffrn_refln",
+                                                      "_pdbx_struct_legacy_oper",
+                                                      "_ihm_sphere_obj",
+                                                      "_ihm_gaussian_obj",
+                                                      "_ihm_geometric_object"};
     const std::string category = categoryOf(item);
     return untrue.count(category) > 0 ||
            std::any_of(prefixes.begin(), prefixes.end(),

@@ -95,6 +95,14 @@ TEST(AtomicModelCif, LoopsThatLieAreRefused) {
     EXPECT_NE(refusalOf("data_x\nsave_y\n_a.b 1\n").find("save frame"), std::string::npos);
 }
 
+TEST(AtomicModelCif, ItemsThatStandTwiceAreRefused) {
+    const std::string row = "CA ALA A 1 1 0 0\n";
+    EXPECT_NE(refusalOf(minimal + row + minimal.substr(7) + row).find("twice"), std::string::npos);
+    EXPECT_NE(refusalOf(minimal + row + "_atom_site.cartn_x 5\n").find("twice"), std::string::npos);
+    EXPECT_NE(refusalOf(minimal + "_atom_site.CARTN_X\nCA ALA A 1 1 0 0 9\n").find("twice"),
+              std::string::npos);
+}
+
 TEST(AtomicModelCif, FilesOfOtherKindsAreTold) {
     EXPECT_NE(refusalOf("data_x\n_entry.id x\n").find("no coordinates"), std::string::npos);
     EXPECT_NE(refusalOf("data_x\nloop_\n_refln.index_h\n1\n").find("reflections"), std::string::npos);

@@ -60,9 +60,9 @@ TEST(AtomicModelPdb, ResidueNumbersGoOnBeyondFourDigits) {
 
 TEST(AtomicModelPdb, LineEndsAndLengthsDoNotMatter) {
     const std::string text = pdbLines(chainOf(3, "A"));
-    const std::vector<std::string> variants = {replaced(text, "\n", "\r\n"), text.substr(0, text.size() - 1),
-                                               gzipped(text), "\xef\xbb\xbf" + text,
-                                               replaced(text, "  1.00 20.00", "")};
+    const std::vector<std::string> variants = {
+        replaced(text, "\n", "\r\n"), text.substr(0, text.size() - 1),    gzipped(text),
+        "\xef\xbb\xbf" + text,        replaced(text, "  1.00 20.00", ""), replaced(text, "\n", "\r")};
     for (const std::string& variant : variants) {
         const AtomicModel model = readAs(variant);
         ASSERT_EQ(model.searchAtoms().size(), 15U);
