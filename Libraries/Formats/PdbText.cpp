@@ -201,7 +201,7 @@ void PdbText::takeModel(const std::vector<Line>& lines, const std::vector<std::s
 
 void PdbText::noteAtom(Line& line) {
     checkPlace(line);
-    m_hasTwoLetterChains = m_hasTwoLetterChains || pdb::hasTwoLetterChain(contentOf(line));
+    m_hasTwoLetterChains = m_hasTwoLetterChains || pdb::hasTwoLetterChain(pdb::parsable(contentOf(line)));
     m_atoms.push_back(m_lines.size());
 }
 

@@ -86,7 +86,8 @@ void filterCategory(cif::Block& block, const std::string& category, const std::v
     }
 }
 
-/// Text whose digits would not fit the integers of a parser is left unknown.
+/// Text whose digits would not fit the integers of a parser is left unknown. Characters outside of ASCII,
+/// which are negative, must not reach its shifts of bits.
 std::string inBounds(const std::string& value) {
     std::size_t digits = 0;
     for (const char c : value) {
@@ -95,7 +96,10 @@ std::string inBounds(const std::string& value) {
             return "?";
         }
     }
-    return value;
+    std::string ascii = value;
+    std::replace_if(
+        ascii.begin(), ascii.end(), [](char c) { return static_cast<unsigned char>(c) > '~'; }, '?');
+    return ascii;
 }
 
 } // namespace

@@ -181,13 +181,17 @@ std::string hybrid36(std::size_t width, std::size_t value) {
     return text;
 }
 
-std::string parsable(std::string_view line) {
-    std::string text(line.substr(0, lineWidth));
+std::string printed(std::string text) {
     for (char& c : text) {
         if (c < ' ' || c > '~') {
             c = c == '\t' ? ' ' : '?';
         }
     }
+    return text;
+}
+
+std::string parsable(std::string_view line) {
+    std::string text = printed(std::string(line.substr(0, lineWidth)));
     text.resize(lineWidth, ' ');
     return text;
 }

@@ -116,13 +116,13 @@ TEST_F(AtomicModelMoved, PdbKeepsWhatIsStillTrue) {
 }
 
 TEST_F(AtomicModelMoved, LineEndsStayAsTheyWere) {
-    const std::string unix = pdbLines(chainOf(2, "A"));
+    const std::string plain = pdbLines(chainOf(2, "A"));
     std::string windows;
-    for (const std::string& line : linesOf(unix)) {
+    for (const std::string& line : linesOf(plain)) {
         windows += line + "\r\n";
     }
     EXPECT_EQ(countOf(write(windows, ModelFormat::Pdb), "\r\n"), 10U);
-    const std::string open = write(unix.substr(0, unix.size() - 1), ModelFormat::Pdb);
+    const std::string open = write(plain.substr(0, plain.size() - 1), ModelFormat::Pdb);
     EXPECT_EQ(countOf(open, "\n"), 9U);
 }
 
