@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -113,6 +114,70 @@ void writeModels(const fs::path& directory) {
           "TER\nATOM      6  P    DA B-12A  -1.5e+1    nan     inf\nTER\nATOM      7  C1'\nEND");
 }
 
+/// The same atoms as mmCIF, with what a parser reads besides.
+std::string cifText(const std::vector<TestAtom>& atoms) {
+    std::ostringstream text;
+    text << "data_seed\n_entry.id seed\n_struct.title 'two chains'\n"
+            "loop_\n_entity.id\n_entity.type\n1 polymer\n"
+            "loop_\n_struct_asym.id\n_struct_asym.entity_id\nA 1\nB 1\n"
+            "_pdbx_struct_assembly_gen.assembly_id 1\n_pdbx_struct_assembly_gen.oper_expression (1)(1)\n"
+            "_pdbx_struct_assembly_gen.asym_id_list A,B\n_pdbx_struct_oper_list.id 1\n";
+    for (const char* row : {"1", "2", "3"}) {
+        for (const char* column : {"1", "2", "3"}) {
+            text << "_pdbx_struct_oper_list.matrix[" << row << "][" << column << "] "
+                 << (*row == *column ? 1 : 0) << '\n';
+        }
+        text << "_pdbx_struct_oper_list.vector[" << row << "] 5\n";
+    }
+    text << "loop_\n";
+    for (const char* name :
+         {"group_PDB", "id", "type_symbol", "label_atom_id", "label_alt_id", "label_comp_id", "label_asym_id",
+          "label_entity_id", "label_seq_id", "pdbx_PDB_ins_code", "Cartn_x", "Cartn_y", "Cartn_z",
+          "occupancy", "B_iso_or_equiv", "auth_seq_id", "auth_asym_id", "pdbx_PDB_model_num"}) {
+        text << "_atom_site." << name << '\n';
+    }
+    int serial = 0;
+    for (const TestAtom& atom : atoms) {
+        text << "ATOM " << ++serial << ' ' << atom.element << ' ' << atom.name << " . " << atom.residue << ' '
+             << atom.chain << " 1 " << atom.number << " ? " << atom.position[0] << ' ' << atom.position[1]
+             << ' ' << atom.position[2] << " 1.00 20.00 " << atom.number << ' ' << atom.chain << " 1\n";
+    }
+    text << "loop_\n_atom_site_anisotrop.id\n";
+    for (const char* element : {"1][1", "2][2", "3][3", "1][2", "1][3", "2][3"}) {
+        text << "_atom_site_anisotrop.U[" << element << "]\n";
+    }
+    text << "1 0.1 0.2 0.3 0.01 0.02 0.03\n";
+    return text.str();
+}
+
+void writeModelFiles(const fs::path& directory) {
+    const std::vector<TestAtom> whole = makeModel({10.0, -20.0, 30.0});
+    const std::vector<TestAtom> few(whole.begin() + 11 * residueAtoms, whole.begin() + 13 * residueAtoms);
+    write(directory / "cif", cifText(few));
+    write(directory / "gzipped_cif", gzipped(cifText(few)));
+    write(directory / "gzipped_pdb", gzipped(pdbText(few)));
+    write(directory / "statements",
+          "HEADER    SEED                                    28-MAR-07   1ABC\n"
+          "TITLE     ONE CHAIN\nAUTHOR    A.B.DOE,C.ROE\n"
+          "REMARK   2 RESOLUTION.    3.00 ANGSTROMS.\n"
+          "REMARK 350 BIOMOLECULE: 1\nREMARK 350 APPLY THE FOLLOWING TO CHAINS: A\n"
+          "REMARK 350   BIOMT1   1  1.000000  0.000000  0.000000        0.00000\n"
+          "REMARK 350   BIOMT2   1  0.000000  1.000000  0.000000        0.00000\n"
+          "REMARK 350   BIOMT3   1  0.000000  0.000000  1.000000        5.00000\n"
+          "DBREF  1ABC A    1     2  UNP    P12345   ABC_HUMAN        1      2\n"
+          "SEQRES   1 A    2  CYS CYS\n"
+          "HELIX    1   1 CYS A    1  CYS A    2  1                                   2\n"
+          "SHEET    1   A 1 CYS A   1  CYS A   2  0\n"
+          "SSBOND   1 CYS A    1    CYS A    2                          1555   1555  2.04\n"
+          "LINK         SG  CYS A   1                 SG  CYS A   2     1555   1555  2.04\n"
+          "CISPEP   1 CYS A    1    CYS A    2          0         0.00\n"
+          "CRYST1   15.000   15.000   15.000  90.00  90.00  90.00 P 1           1\n"
+          "ATOM      1  SG ACYS A   1       1.000   2.000   3.000  0.50 20.00           S\n"
+          "ANISOU    1  SG ACYS A   1     1000   2000   3000     10     20     30       S\n"
+          "ATOM  A0000  SG  CYS A   2       2.000   2.000   4.000  1.00 20.00           S1-\n"
+          "TER\nCONECT    1    2\nMASTER        0\nEND\n");
+}
+
 std::string commandLine(const std::vector<std::string>& words) {
     std::string bytes;
     for (const std::string& word : words) {
@@ -158,6 +223,8 @@ int main(int argc, char** argv) {
     writeMapFiles(directory / "mapfile");
     writeModels(directory / "pdb");
     writeModels(directory / "pqr");
+    writeModels(directory / "modelfile");
+    writeModelFiles(directory / "modelfile");
     writeCommandLines(directory / "options");
     return 0;
 }

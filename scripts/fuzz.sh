@@ -24,6 +24,7 @@ seeds_of() {
     [[ -d "$DATA" ]] || return 0
     case "$1" in
     map | mapfile) pattern='.*\.\(map\|mrc\|ccp4\)' ;;
+    modelfile) pattern='.*\.\(pdb\|ent\|cif\|cif\.gz\)' ;;
     pdb | pqr) pattern='.*\.\(pdb\|ent\|pqr\|cif\)' ;;
     *) return 0 ;;
     esac
@@ -48,7 +49,7 @@ require_packages "${BUILD_PACKAGES[@]}" clang libclang-rt-dev
 build fuzz
 "$WORK/bin/fuzz_seeds" "$WORK/corpus"
 status=0
-for target in map mapfile pdb pqr options; do
+for target in map mapfile pdb pqr modelfile options; do
     fuzz "$target" || status=1
 done
 if ((status == 0)); then

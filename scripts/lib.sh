@@ -5,7 +5,7 @@
 # Debian's names of what the build needs, and of what the tests and benchmarks need besides.
 # shellcheck disable=SC2034  # the scripts that source this file use them
 BUILD_PACKAGES=(g++ cmake make libfftw3-dev libarmadillo-dev libopenblas-dev libarpack2-dev libeigen3-dev libtclap-dev
-    gemmi-dev zlib1g-dev libcli11-dev nlohmann-json3-dev)
+    gemmi-dev tao-pegtl-dev zlib1g-dev libcli11-dev nlohmann-json3-dev)
 # shellcheck disable=SC2034
 TEST_PACKAGES=(libgtest-dev libbenchmark-dev gemmi python3-gemmi python3-mrcfile python3-numpy)
 
@@ -62,6 +62,7 @@ probe() {
     libeigen3-dev) has_header eigen3/Eigen/Core || has_header Eigen/Core ;;
     libtclap-dev) has_header tclap/CmdLine.h ;;
     gemmi-dev) has_header gemmi/model.hpp ;;
+    tao-pegtl-dev) has_header tao/pegtl.hpp ;;
     zlib1g-dev) has_header zlib.h ;;
     libcli11-dev) has_header CLI/CLI.hpp ;;
     nlohmann-json3-dev) has_header nlohmann/json.hpp ;;

@@ -64,7 +64,7 @@ int decimalsOf(const std::string& number, int fewest) {
 }
 
 std::string formatted(double value, int decimals) {
-    std::array<char, 64> text{}; // places and tensors are bounded
+    std::array<char, 352> text{}; // holds any double
     std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
     return text.data();
 }
@@ -183,6 +183,26 @@ bool hasAtoms(const cif::Block& block) {
     return std::any_of(block.items.begin(), block.items.end(), hasPlace);
 }
 
+/// Two values of one item would leave one of them where it was.
+void checkIsOnce(const cif::Block& block, const std::string& path, const std::string& category) {
+    std::set<std::string> tags;
+    std::size_t loops = 0;
+    std::size_t all = 0;
+    for (const cif::Item& item : block.items) {
+        if (item.type == cif::ItemType::Loop && item.has_prefix(category)) {
+            ++loops;
+            for (const std::string& tag : item.loop.tags) {
+                tags.insert(gemmi::to_lower(tag));
+                ++all;
+            }
+        }
+    }
+    if (loops > 1 || tags.size() != all) {
+        throw InputError(path, "has the category " + category + " or one of its items twice; remove one",
+                         true);
+    }
+}
+
 bool hasCategory(const cif::Block& block, const std::string& category) {
     return std::any_of(block.items.begin(), block.items.end(),
                        [&](const cif::Item& item) { return item.has_prefix(category); });
@@ -216,6 +236,7 @@ struct CifText::Content {
     cif::Loop& atoms() const { return *findLoop(*block, "_atom_site.Cartn_x"); }
     cif::Loop* tensors() const { return findLoop(*block, "_atom_site_anisotrop.id"); }
     std::unordered_map<std::string, std::size_t> placesById() const;
+    void addTensors(gemmi::Model& model) const;
     void writeAtoms(std::string& out, const RigidMotion& motion) const;
     void writeTensors(std::string& out, const cMatrix33& rotation) const;
     void writeBlock(std::string& out, const cif::Block& written, const RigidMotion& motion) const;
@@ -238,6 +259,8 @@ CifText::CifText(const std::string& path, const std::string& text, const std::op
     m_content->block = &*block;
     makeLoop(*block, "_atom_site.");
     makeLoop(*block, "_atom_site_anisotrop.");
+    checkIsOnce(*block, path, "_atom_site.");
+    checkIsOnce(*block, path, "_atom_site_anisotrop.");
     takeModel(model);
     checkPlaces();
     m_content->definitions = structureDefinitions(*block);
@@ -321,6 +344,37 @@ std::unordered_map<std::string, std::size_t> CifText::Content::placesById() cons
     return places;
 }
 
+/// The anisotropic displacements of the atoms, for a file of another format.
+void CifText::Content::addTensors(gemmi::Model& model) const {
+    const cif::Loop* loop = tensors();
+    if (loop == nullptr) {
+        return;
+    }
+    const std::array<int, 6> columns = tensorColumns(*loop, "_atom_site_anisotrop.U");
+    const auto id = static_cast<std::size_t>(loop->find_tag("_atom_site_anisotrop.id"));
+    const std::unordered_map<std::string, std::size_t> places = placesById();
+    std::unordered_map<int, gemmi::SMat33<float>> bySerial;
+    for (std::size_t row = 0; columns[0] >= 0 && row < loop->length(); ++row) {
+        std::array<float, 6> u{};
+        bool isKnown = true;
+        for (std::size_t i = 0; i < u.size(); ++i) {
+            const double value = cif::as_number(loop->val(row, static_cast<std::size_t>(columns[i])));
+            isKnown = isKnown && isBounded(value);
+            u[i] = isKnown ? static_cast<float>(value) : 0.0F;
+        }
+        const auto place = places.find(loop->val(row, id));
+        if (isKnown && place != places.end()) {
+            bySerial[static_cast<int>(place->second) + 1] = {u[0], u[1], u[2], u[3], u[4], u[5]};
+        }
+    }
+    for (gemmi::CRA cra : model.all()) {
+        const auto found = bySerial.find(cra.atom->serial);
+        if (found != bySerial.end()) {
+            cra.atom->aniso = found->second;
+        }
+    }
+}
+
 gemmi::Structure CifText::structure() const {
     gemmi::Structure structure;
     try {
@@ -331,6 +385,7 @@ gemmi::Structure CifText::structure() const {
     structure.models.assign(1, gemmi::Model(m_content->modelName));
     const cif::Loop& loop = m_content->atoms();
     addAtoms(loop, AtomSiteColumns(loop), m_content->rows, m_content->kept, structure.models.front());
+    m_content->addTensors(structure.models.front());
     gemmi::impl::fill_residue_entity_type(structure);
     structure.assemblies = m_content->assemblies;
     return structure;

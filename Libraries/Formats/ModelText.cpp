@@ -71,6 +71,9 @@ std::unique_ptr<ModelText> readModelText(const std::string& path, std::string te
     if (std::string_view(text).substr(0, byteOrderMark.size()) == byteOrderMark) {
         text.erase(0, byteOrderMark.size());
     }
+    if (text.find('\n') == std::string::npos) {
+        std::replace(text.begin(), text.end(), '\r', '\n'); // as lines ended on a system of old
+    }
     if (isCif(text)) {
         return std::make_unique<CifText>(path, text, model);
     }

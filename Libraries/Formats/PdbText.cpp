@@ -201,7 +201,7 @@ void PdbText::takeModel(const std::vector<Line>& lines, const std::vector<std::s
 
 void PdbText::noteAtom(Line& line) {
     checkPlace(line);
-    m_hasTwoLetterChains = m_hasTwoLetterChains || pdb::hasTwoLetterChain(contentOf(line));
+    m_hasTwoLetterChains = m_hasTwoLetterChains || pdb::hasTwoLetterChain(pdb::parsable(contentOf(line)));
     m_atoms.push_back(m_lines.size());
 }
 
@@ -229,17 +229,25 @@ void PdbText::checkPlace(const Line& line) const {
                              ", before its coordinates do (columns 31 to 54); the file may be cut off",
                          true);
     }
+    const std::string remedy =
+        "; where a coordinate needs more than 8 columns, give the model as mmCIF, else "
+        "correct the line or remove it";
     for (std::size_t axis = 0; axis < 3; ++axis) {
         const std::size_t first = pdb::coordinateColumn + axis * pdb::coordinateWidth;
-        const std::string_view field = columns(text, first, first + pdb::coordinateWidth - 1);
-        const std::optional<double> value = pdb::number(field);
+        const std::size_t end = first + pdb::coordinateWidth - 1;
+        const std::optional<double> value = pdb::number(columns(text, first, end));
         if (!value || std::abs(*value) > farthestCoordinate) {
             throw InputError(m_path,
                              where + std::string(1, "xyz"[axis]) + " in columns " + std::to_string(first) +
-                                 " to " + std::to_string(first + pdb::coordinateWidth - 1) +
-                                 " is no number; correct the atom's coordinates or remove its line",
+                                 " to " + std::to_string(end) + " is no number" + remedy,
                              true);
         }
+    }
+    // Where one is too wide, what follows is shifted and may still look like numbers.
+    const std::string_view occupancy = columns(text, last + 1, last + 6);
+    if (!occupancy.empty() && std::isdigit(static_cast<unsigned char>(occupancy[0])) != 0 &&
+        !pdb::number(occupancy)) {
+        throw InputError(m_path, where + "the coordinates go on after column 54" + remedy, true);
     }
 }
 
@@ -277,6 +285,9 @@ gemmi::Structure PdbText::structure() const {
             const std::size_t place = static_cast<std::size_t>(residue.atoms.front().serial) - 1;
             const std::string_view line = contentOf(m_lines[m_atoms[place]]);
             residue.name = pdb::residueName(pdb::parsable(line), m_hasTwoLetterChains);
+            if (*residue.seqid.num > pdb::negativeResidueNumbers) {
+                residue.seqid.num = pdb::negativeResidueNumbers - *residue.seqid.num;
+            }
         }
     }
     return structure;

@@ -32,7 +32,8 @@ int firstOf(Rows loop, const std::vector<std::string>& names) {
 
 /// The value without its quotes; empty where there is none.
 std::string valueOf(Rows loop, std::size_t row, int column) {
-    return column < 0 ? std::string() : cif::as_string(loop.val(row, static_cast<std::size_t>(column)));
+    return column < 0 ? std::string()
+                      : pdb::printed(cif::as_string(loop.val(row, static_cast<std::size_t>(column))));
 }
 
 float numberOf(Rows loop, std::size_t row, int column, float otherwise) {

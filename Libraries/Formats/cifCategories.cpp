@@ -86,7 +86,8 @@ void filterCategory(cif::Block& block, const std::string& category, const std::v
     }
 }
 
-/// Text whose digits would not fit the integers of a parser is left unknown.
+/// Text whose digits would not fit the integers of a parser is left unknown. Characters outside of ASCII,
+/// which are negative, must not reach its shifts of bits.
 std::string inBounds(const std::string& value) {
     std::size_t digits = 0;
     for (const char c : value) {
@@ -95,7 +96,10 @@ std::string inBounds(const std::string& value) {
             return "?";
         }
     }
-    return value;
+    std::string ascii = value;
+    std::replace_if(
+        ascii.begin(), ascii.end(), [](char c) { return static_cast<unsigned char>(c) > '~'; }, '?');
+    return ascii;
 }
 
 } // namespace
@@ -119,11 +123,20 @@ bool isUntrueAfterMotion(const cif::Item& item) {
                                                  "_pdbx_validate_symm_contact.",
                                                  "_struct_biol_gen.",
                                                  "_struct_biol_view.",
+                                                 "_struct_site_view.",
+                                                 "_ihm_starting_model_coord.",
                                                  "_refln.",
                                                  "_reflns."};
-    static const std::vector<std::string> prefixes = {
-        "_pdbx_struct_assembly",   "_struct_ncs_", "_refine", "_pdbx_refine", "_ccp4_refine", "_diffrn_refln",
-        "_pdbx_struct_legacy_oper"};
+    static const std::vector<std::string> prefixes = {"_pdbx_struct_assembly",
+                                                      "_struct_ncs_",
+                                                      "_refine",
+                                                      "_pdbx_refine",
+                                                      "_ccp4_refine",
+                                                      "_diffrn_refln",
+                                                      "_pdbx_struct_legacy_oper",
+                                                      "_ihm_sphere_obj",
+                                                      "_ihm_gaussian_obj",
+                                                      "_ihm_geometric_object"};
     const std::string category = categoryOf(item);
     return untrue.count(category) > 0 ||
            std::any_of(prefixes.begin(), prefixes.end(),

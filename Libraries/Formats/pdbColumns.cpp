@@ -98,8 +98,10 @@ void tidyResidueNumber(std::string& line) {
     }
     const std::string_view number = columns(line, 23, 26);
     const bool isHybrid = isLetter(number[0]) && std::all_of(number.begin(), number.end(), isAlphanumeric);
-    if (!isHybrid && !integer(number)) {
-        put(line, 23, "   0");
+    const int value = isHybrid ? 0 : integer(number).value_or(0);
+    if (!isHybrid) {
+        put(line, 23,
+            hybrid36(4, static_cast<std::size_t>(value < 0 ? negativeResidueNumbers - value : value)));
     }
     if (!isAlphanumeric(line[26])) {
         line[26] = ' ';
@@ -179,13 +181,17 @@ std::string hybrid36(std::size_t width, std::size_t value) {
     return text;
 }
 
-std::string parsable(std::string_view line) {
-    std::string text(line.substr(0, lineWidth));
+std::string printed(std::string text) {
     for (char& c : text) {
         if (c < ' ' || c > '~') {
             c = c == '\t' ? ' ' : '?';
         }
     }
+    return text;
+}
+
+std::string parsable(std::string_view line) {
+    std::string text = printed(std::string(line.substr(0, lineWidth)));
     text.resize(lineWidth, ' ');
     return text;
 }

@@ -26,6 +26,10 @@ std::string_view trimmed(std::string_view field);
 std::optional<double> number(std::string_view field);
 std::optional<int> integer(std::string_view field);
 
+/// With a question mark for what is no printable character of ASCII: gemmi shifts the bits of names, which
+/// C++17 leaves undefined where a char is negative.
+std::string printed(std::string text);
+
 /// The first word of a line in upper case, at most six letters.
 std::string record(std::string_view line);
 bool isAtom(std::string_view line);
@@ -33,6 +37,10 @@ bool isAtom(std::string_view line);
 /// A number in so many columns: decimal while it fits, then base 36 with a leading capital letter
 /// (Grosse-Kunstleve et al., hybrid-36), as much as those columns hold in capitals.
 std::string hybrid36(std::size_t width, std::size_t value);
+
+/// What parsableAtom() writes for a negative residue number n is this number less n: gemmi's parser shifts
+/// the bits of numbers, which C++17 leaves undefined below 0.
+constexpr int negativeResidueNumbers = 1200000;
 
 /// What a parser can rely on: an atom's line of 80 printable columns with this serial number, an occupancy,
 /// an element and a charge that are such or blank, and a residue number in four columns. What programs write
@@ -44,6 +52,7 @@ std::string parsable(std::string_view line);
 
 /// Whether columns 21 and 22 are both used and the name in 18 to 20 is one that everybody knows, so that
 /// column 21 belongs to the chain and not to the name.
+/// @param line  printable
 bool hasTwoLetterChain(std::string_view line);
 
 /// The residue's name, with its fourth letter if it has one.

@@ -34,23 +34,58 @@ std::string residueKey(const gemmi::Chain& chain, const gemmi::Residue& residue)
     return chain.name + '\n' + residue.segment + '\n' + residue.seqid.str();
 }
 
-/// The label of the first atom in the file that has one; serial numbers tell which is first.
-std::unordered_map<std::string, std::pair<int, char>> firstLocations(const gemmi::Model& model) {
-    std::unordered_map<std::string, std::pair<int, char>> first;
-    for (const gemmi::Chain& chain : model.chains) {
-        for (const gemmi::Residue& residue : chain.residues) {
-            for (const gemmi::Atom& atom : residue.atoms) {
-                if (atom.altloc == '\0') {
-                    continue;
-                }
+/// The names of a residue's atoms without a label, if others have one: an atom that has both is at its first
+/// location where it has none.
+std::set<std::string> unlabelledNames(const gemmi::Residue& residue) {
+    std::set<std::string> names;
+    const bool hasLabels = std::any_of(residue.atoms.begin(), residue.atoms.end(),
+                                       [](const gemmi::Atom& atom) { return atom.altloc != '\0'; });
+    for (const gemmi::Atom& atom : residue.atoms) {
+        if (hasLabels && atom.altloc == '\0') {
+            names.insert(atom.name);
+        }
+    }
+    return names;
+}
+
+/// The first location of the atoms of each residue.
+class FirstLocations {
+public:
+    explicit FirstLocations(const gemmi::Model& model) {
+        for (const gemmi::Chain& chain : model.chains) {
+            for (const gemmi::Residue& residue : chain.residues) {
+                note(chain, residue);
+            }
+        }
+    }
+
+    /// Whether each atom of the residue is at its first location.
+    std::vector<bool> of(const gemmi::Chain& chain, const gemmi::Residue& residue) const {
+        const std::set<std::string> unlabelled = unlabelledNames(residue);
+        const auto label = m_labels.find(residueKey(chain, residue));
+        std::vector<bool> first;
+        for (const gemmi::Atom& atom : residue.atoms) {
+            first.push_back(atom.altloc == '\0' ||
+                            (unlabelled.count(atom.name) == 0 && label->second.second == atom.altloc));
+        }
+        return first;
+    }
+
+private:
+    /// The label of the first atom in the file that has one; serial numbers tell which is first.
+    void note(const gemmi::Chain& chain, const gemmi::Residue& residue) {
+        const std::set<std::string> unlabelled = unlabelledNames(residue);
+        for (const gemmi::Atom& atom : residue.atoms) {
+            if (atom.altloc != '\0' && unlabelled.count(atom.name) == 0) {
                 const std::pair<int, char> own{atom.serial, atom.altloc};
-                const auto [found, isNew] = first.emplace(residueKey(chain, residue), own);
+                const auto found = m_labels.emplace(residueKey(chain, residue), own).first;
                 found->second = std::min(found->second, own);
             }
         }
     }
-    return first;
-}
+
+    std::unordered_map<std::string, std::pair<int, char>> m_labels;
+};
 
 double meanB(const gemmi::Residue& residue) {
     double sum = 0.0;
@@ -94,7 +129,7 @@ std::string remarkOnUnsure(const LeftOut& left, double limit) {
 
 std::vector<ModelAtom> searchAtoms(const gemmi::Model& model, std::optional<double> plddt,
                                    std::vector<std::string>& remarks) {
-    const auto first = firstLocations(model);
+    const FirstLocations locations(model);
     std::vector<std::pair<int, ModelAtom>> found;
     LeftOut left;
     std::size_t unknown = 0;
@@ -103,13 +138,13 @@ std::vector<ModelAtom> searchAtoms(const gemmi::Model& model, std::optional<doub
             const bool water = isWater(residue.name);
             const bool unsure = !water && plddt && meanB(residue) < *plddt;
             left.unsureResidues += unsure ? 1 : 0;
-            for (const gemmi::Atom& atom : residue.atoms) {
+            const std::vector<bool> isFirst = locations.of(chain, residue);
+            for (std::size_t i = 0; i < residue.atoms.size(); ++i) {
+                const gemmi::Atom& atom = residue.atoms[i];
                 left.waters += water ? 1 : 0;
                 left.unsure += unsure ? 1 : 0;
                 left.hydrogens += !water && atom.is_hydrogen() ? 1 : 0;
-                const bool isOther =
-                    atom.altloc != '\0' && atom.altloc != first.at(residueKey(chain, residue)).second;
-                if (!water && !unsure && !isOther && !atom.is_hydrogen()) {
+                if (!water && !unsure && isFirst[i] && !atom.is_hydrogen()) {
                     unknown += atom.element == gemmi::El::X ? 1 : 0;
                     found.emplace_back(atom.serial, modelAtom(chain, residue, atom));
                 }

@@ -230,7 +230,8 @@ std::set<fs::path> namedTests(const fs::path& root, const fs::path& cmakeLists) 
 }
 
 const std::vector<std::string>& codeFolders() {
-    static const std::vector<std::string> folders = {"Libraries", "app", "fit", "benchmarks", "examples", "tests"};
+    static const std::vector<std::string> folders = {"Libraries",  "app",      "fit",
+                                                     "benchmarks", "examples", "tests"};
     return folders;
 }
 
