@@ -4,9 +4,9 @@
 #include <iostream>
 #include <vector>
 
+#include "IO/shellQuote.h"
 #include "Math/cVector3.h"
 #include "app/FittingWorkflow.h"
-#include "IO/shellQuote.h"
 #include "fuzz/fuzzTarget.h"
 
 namespace {
