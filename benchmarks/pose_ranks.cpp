@@ -81,7 +81,8 @@ RigidMotion motionOf(const nlohmann::json& json) {
 std::vector<Case> readPairs(const std::string& folder) {
     std::ifstream file(folder + "/pairs.json");
     std::vector<Case> cases;
-    for (const auto& [name, pair] : nlohmann::json::parse(file).items()) {
+    const nlohmann::json pairs = nlohmann::json::parse(file);
+    for (const auto& [name, pair] : pairs.items()) {
         if (!pair.contains("ref_from_start") || name.find("4ake") != std::string::npos) {
             continue; // a model that has to bend is no question of the scan
         }
@@ -193,9 +194,13 @@ struct Outcome {
     double seconds = 0.0;
 };
 
-Outcome scanOnce(const Case& c, const std::vector<ModelAtom>& model, const RigidMotion& toModel,
-                 const Setting& setting, std::size_t threads) {
-    const PreparedModel prepared = prepareModel(model);
+/// @param turn  of the prepared model, which otherwise always has the same orientation
+Outcome scanOnce(const Case& c, const cMatrix33& turn, const Setting& setting, std::size_t threads) {
+    PreparedModel prepared = prepareModel(c.model);
+    prepared.fromFile = chain(prepared.fromFile, {turn, cVector3(0.0)});
+    for (ModelAtom& atom : prepared.atoms) {
+        atom.position = turn * atom.position;
+    }
     ScanNeeds needs;
     needs.resolution = c.resolution;
     needs.mapVoxel = std::max({c.map.voxel.x, c.map.voxel.y, c.map.voxel.z});
@@ -224,7 +229,7 @@ Outcome scanOnce(const Case& c, const std::vector<ModelAtom>& model, const Rigid
         double nearest = std::numeric_limits<double>::infinity();
         const RigidMotion found = back.toUser(poses[i].motion);
         for (const RigidMotion& truth : c.truths) {
-            nearest = std::min(nearest, rmsd(model, found, chain(toModel, truth)));
+            nearest = std::min(nearest, rmsd(c.model, found, truth));
         }
         if (nearest < isRight && right == 0.0) {
             right = poses[i].score;
@@ -242,13 +247,7 @@ void report(const Case& c, const Setting& setting, const Options& options) {
     example::Random random(3);
     std::vector<Outcome> outcomes;
     for (int turn = 0; turn < options.turns; ++turn) {
-        const cMatrix33 rotation = drawRotation(random);
-        std::vector<ModelAtom> turned = c.model;
-        for (ModelAtom& atom : turned) {
-            atom.position = rotation * atom.position;
-        }
-        outcomes.push_back(
-            scanOnce(c, turned, {rotation.getTranspose(), cVector3(0.0)}, setting, options.threads));
+        outcomes.push_back(scanOnce(c, drawRotation(random), setting, options.threads));
     }
     const auto within = [&](std::size_t rank) {
         return std::count_if(outcomes.begin(), outcomes.end(),

@@ -2,12 +2,12 @@
 #include "Preparation/FrameBack.h"
 
 FrameBack::FrameBack(const PreparedMap& map, const PreparedModel& model)
-    : m_modelShift(map.middle() - model.centre), m_mapShift(map.inMap) {}
+    : m_ofModel(chain(model.fromFile, RigidMotion::shift(map.middle()))), m_mapShift(map.inMap) {}
 
 RigidMotion FrameBack::toUser(const RigidMotion& prepared) const {
-    return chain(chain(RigidMotion::shift(m_modelShift), prepared), RigidMotion::shift(m_mapShift));
+    return chain(chain(m_ofModel, prepared), RigidMotion::shift(m_mapShift));
 }
 
 RigidMotion FrameBack::toPrepared(const RigidMotion& user) const {
-    return chain(chain(RigidMotion::shift(m_modelShift * -1.0), user), RigidMotion::shift(m_mapShift * -1.0));
+    return chain(chain(m_ofModel.inverse(), user), RigidMotion::shift(m_mapShift * -1.0));
 }

@@ -5,16 +5,22 @@
 #include <vector>
 
 #include "Formats/AtomicModel.h"
-#include "Math/cVector3.h"
+#include "Math/RigidMotion.h"
 
-/// The atoms of a search about their own middle.
+/// The atoms of a search about their own middle and along their own axes, so that a scan finds the same places
+/// wherever and however turned the model stands in its file.
 struct PreparedModel {
-    std::vector<ModelAtom> atoms;    ///< with the mean of their positions at the origin
-    cVector3 centre = cVector3(0.0); ///< that mean in the frame of the file
-    double radiusOfGyration = 0.0;   ///< every atom the same, angstrom
-    double reach = 0.0;              ///< of the atom farthest from the middle, angstrom
+    std::vector<ModelAtom> atoms;  ///< with the mean of their positions at the origin, longest axis along x
+    RigidMotion fromFile;          ///< that brought them there
+    double radiusOfGyration = 0.0; ///< every atom the same, angstrom
+    double reach = 0.0;            ///< of the atom farthest from the middle, angstrom
+
+    /// The mean of the positions in the frame of the file.
+    cVector3 centre() const { return fromFile.inverse().translation; }
 };
 
+/// The axes are the eigenvectors of the second moments; which way each points follows from the sign of the
+/// third moment along it. A model with an axis of symmetry has no axes of its own, and keeps to no others.
 /// @throws std::invalid_argument without atoms
 PreparedModel prepareModel(const std::vector<ModelAtom>& atoms);
 

@@ -237,14 +237,6 @@ TEST(FrameBack, PutsTheModelWhereThePoseSays) {
     EXPECT_LT((again(probe) - pose(probe)).norm(), 1e-10);
 }
 
-TEST(PrepareModel, PutsTheMiddleAtTheOrigin) {
-    const PreparedModel model = modelOf(20.0);
-    EXPECT_LT((model.centre - cVector3(0.0, 0.0, 5.0)).norm(), 1e-12);
-    EXPECT_DOUBLE_EQ(model.reach, 20.0);
-    EXPECT_DOUBLE_EQ(model.radiusOfGyration, std::sqrt((2.0 * 400.0 + 2.0 * 100.0) / 4.0));
-    EXPECT_THROW(prepareModel({}), std::invalid_argument);
-}
-
 TEST(FastSize, IsTheNextProductOfSmallPrimes) {
     EXPECT_EQ(fastSize(0), 1u);
     EXPECT_EQ(fastSize(1), 1u);
