@@ -32,16 +32,26 @@ nlohmann::ordered_json jsonOf(const cVector3& v) {
     return nlohmann::ordered_json::array({v.x, v.y, v.z});
 }
 
+nlohmann::ordered_json jsonOf(const cMatrix33& m) {
+    auto rows = nlohmann::ordered_json::array();
+    for (int row = 0; row < 3; ++row) {
+        rows.push_back(jsonOf(cVector3(m(row, 0), m(row, 1), m(row, 2))));
+    }
+    return rows;
+}
+
 std::string frameJson(const PreparedPair& pair, const FitOptions& options) {
     const FrameBack back(pair.map, pair.model);
     nlohmann::ordered_json frame;
-    frame["about"] = "An atom at x in the model's file stands at x + model_shift in model.pdb. A point y of "
-                     "map.ccp4, or of a pose that a scan of these files finds, is y + map_shift in the frame "
-                     "of the map that was given. So a pose y' = Q y + q of the scan places the model by "
-                     "x' = Q (x + model_shift) + q + map_shift. Lengths are in angstrom.";
+    frame["about"] =
+        "An atom at x in the model's file stands at A x + a in model.pdb, A being model_rotation, row by "
+        "row, and a model_shift. A point y of map.ccp4, or of a pose that a scan of these files finds, is "
+        "y + map_shift in the frame of the map that was given. So a pose y' = Q y + q of the scan places "
+        "the model by x' = Q (A x + a) + q + map_shift. Lengths are in angstrom.";
     frame["map"] = options.map;
     frame["model"] = options.model;
-    frame["model_shift"] = jsonOf(back.modelShift());
+    frame["model_rotation"] = jsonOf(back.ofModel().rotation);
+    frame["model_shift"] = jsonOf(back.ofModel().translation);
     frame["map_shift"] = jsonOf(back.mapShift());
     frame["middle"] = jsonOf(pair.map.middle());
     frame["voxels"] = {pair.map.grid.m_size[0], pair.map.grid.m_size[1], pair.map.grid.m_size[2]};
