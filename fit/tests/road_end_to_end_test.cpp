@@ -213,7 +213,7 @@ TEST_F(SelvaneFit, TheCommandOfThePreparedFilesFindsTheSamePlace) {
     const double voxel = frame["voxel_size"][0];
     const Model theirs = shifted(pose("out/prepared/Solution.pdb"), {shift[0], shift[1], shift[2]});
 
-    ASSERT_EQ(fitInto("out", {"--poses", "1", "--step", "22"}).status, 0); // prepared files are no results
+    ASSERT_EQ(fitInto("out", {"--poses", "1", "--step", "14"}).status, 0); // prepared files are no results
     const Model ours = pose("out/pose_01.pdb");
     EXPECT_LT(example::rmsd(ours, theirs), 1.5 * voxel);
     EXPECT_LT(example::rmsd(theirs, scene().truth), 1.5 * voxel);
