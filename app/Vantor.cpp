@@ -6,9 +6,9 @@
 #include <cstring>
 
 #include "IO/ResultFile.h"
+#include "IO/shellQuote.h"
 #include "app/FittingWorkflow.h"
 #include "app/fail.h"
-#include "IO/shellQuote.h"
 
 Vantor::Vantor(int argc, char** argv, int width)
     : m_workflow(std::make_unique<FittingWorkflow>()), m_info(width) {

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "IO/printable.h"
+#include "Sampler/evenRotations.h"
 #include "fit/usableCores.h"
 
 #include <CLI/CLI.hpp>
@@ -171,8 +172,8 @@ void addSearch(CLI::App& app, Texts& texts) {
            "--step", texts.step,
            wrapped("the farthest, in degrees, that an orientation may be from the nearest rotation tried "
                    "(default: chosen and told)"))
-        ->check(number([](double value) { return value > 0.0 && value <= 180.0; },
-                       "no number of degrees above 0 and up to 180: give one such as 15"))
+        ->check(number([](double value) { return value >= evenRotationLimit && value <= 180.0; },
+                       "no number of degrees from 0.5 to 180: give one such as 15"))
         ->option_text("DEG")
         ->group(group);
     app.add_option(

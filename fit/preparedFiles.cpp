@@ -16,9 +16,9 @@
 
 namespace {
 
-/// The spiral of selvane is uneven: a twentieth of all orientations are farther from it than 1.1 to 1.3 times
-/// its step, where the even set has none beyond its own.
-constexpr double spiralOverEven = 0.75;
+/// The spiral of selvane is uneven: the farthest orientation lies 1.7 to 2.3 times its step away, a twentieth
+/// lie beyond 1.1 to 1.3 times, where the even set has none beyond its own. At this share few are.
+constexpr double spiralOverEven = 0.6;
 
 DensityMap inPreparedFrame(const PreparedMap& map) {
     DensityMap field;
@@ -33,9 +33,9 @@ nlohmann::ordered_json jsonOf(const cVector3& v) {
 }
 
 nlohmann::ordered_json jsonOf(const cMatrix33& m) {
-    nlohmann::ordered_json rows = nlohmann::ordered_json::array();
+    auto rows = nlohmann::ordered_json::array();
     for (int row = 0; row < 3; ++row) {
-        rows.push_back({m(row, 0), m(row, 1), m(row, 2)});
+        rows.push_back(jsonOf(cVector3(m(row, 0), m(row, 1), m(row, 2))));
     }
     return rows;
 }
@@ -44,10 +44,10 @@ std::string frameJson(const PreparedPair& pair, const FitOptions& options) {
     const FrameBack back(pair.map, pair.model);
     nlohmann::ordered_json frame;
     frame["about"] =
-        "An atom at x in the model's file stands at model_rotation x + model_shift in model.pdb. A "
-        "point y of map.ccp4, or of a pose that a scan of these files finds, is y + map_shift in "
-        "the frame of the map that was given. So a pose y' = Q y + q of the scan places the model "
-        "by x' = Q (model_rotation x + model_shift) + q + map_shift. Lengths are in angstrom.";
+        "An atom at x in the model's file stands at A x + a in model.pdb, A being model_rotation, row by "
+        "row, and a model_shift. A point y of map.ccp4, or of a pose that a scan of these files finds, is "
+        "y + map_shift in the frame of the map that was given. So a pose y' = Q y + q of the scan places "
+        "the model by x' = Q (A x + a) + q + map_shift. Lengths are in angstrom.";
     frame["map"] = options.map;
     frame["model"] = options.model;
     frame["model_rotation"] = jsonOf(back.ofModel().rotation);

@@ -75,12 +75,12 @@ TEST(FitOptions, TakeWhatIsGiven) {
 
 TEST(FitOptions, RefuseValuesByTheNameOfTheirOption) {
     const std::vector<Words> refused = {
-        {"--resolution", "0"},  {"--resolution", "-3"}, {"--resolution", "nan"}, {"--resolution", "inf"},
-        {"--resolution", "8A"}, {"--step", "0"},        {"--step", "181"},       {"--scan-resolution", "x"},
-        {"--level", "high"},    {"--level", "nan"},     {"--plddt", "101"},      {"--plddt", "-1"},
-        {"--score", "best"},    {"--format", "xyz"},    {"--poses", "0"},        {"--poses", "2.5"},
-        {"--poses", "-1"},      {"--poses", "1000000"}, {"--threads", "0"},      {"--threads", "many"},
-        {"--output", ""},       {"--select", ""},       {"--mask", ""}};
+        {"--resolution", "0"},      {"--resolution", "-3"}, {"--resolution", "nan"}, {"--resolution", "inf"},
+        {"--resolution", "8A"},     {"--step", "0"},        {"--step", "0.49"},      {"--step", "181"},
+        {"--scan-resolution", "x"}, {"--level", "high"},    {"--level", "nan"},      {"--plddt", "101"},
+        {"--plddt", "-1"},          {"--score", "best"},    {"--format", "xyz"},     {"--poses", "0"},
+        {"--poses", "2.5"},         {"--poses", "-1"},      {"--poses", "1000000"},  {"--threads", "0"},
+        {"--threads", "many"},      {"--output", ""},       {"--select", ""},        {"--mask", ""}};
     for (const Words& each : refused) {
         Words words = {"map.mrc", "model.pdb"};
         if (each[0] != "--resolution") {

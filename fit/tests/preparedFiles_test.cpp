@@ -149,7 +149,7 @@ PreparedPair smallPair() {
     pair.map.inMap = cVector3(-20.0, 5.0, 1.25);
     pair.map.level = 0.125;
     pair.model.atoms = fewAtoms();
-    pair.model.fromFile = {cMatrix33::rotationXYZ(0.4, -1.2, 2.5), cVector3(50.0, -60.0, 70.0)};
+    pair.model.fromFile = {cMatrix33::rotationXYZ(0.3, 1.2, -2.0), cVector3(50.0, -60.0, 70.0)};
     pair.choice.step = 16.0;
     pair.choice.resolution = 12.0;
     pair.choice.sigma = 2.7;
@@ -168,11 +168,14 @@ TEST(PreparedFiles, FrameTellsTheWayThereAndBack) {
                                                         "p/frame.json", "p/command.txt"}));
     const auto frame = nlohmann::json::parse(scratch.read("p/frame.json"));
     const std::vector<double> toModel = frame["model_shift"];
+    const std::vector<std::vector<double>> axes = frame["model_rotation"];
     const std::vector<double> toMap = frame["map_shift"];
-    const std::vector<std::vector<double>> r = frame["model_rotation"];
-    const cMatrix33 turn(r[0][0], r[0][1], r[0][2], r[1][0], r[1][1], r[1][2], r[2][0], r[2][1], r[2][2]);
     const cVector3 x = pair.model.fromFile.inverse()(pair.model.atoms[0].position); // in the model's file
-    const cVector3 inPrepared = turn * x + cVector3(toModel[0], toModel[1], toModel[2]);
+    cVector3 inPrepared(0.0);
+    for (int i = 0; i < 3; ++i) {
+        const auto& row = axes[static_cast<std::size_t>(i)];
+        inPrepared[i] = row[0] * x.x + row[1] * x.y + row[2] * x.z + toModel[static_cast<std::size_t>(i)];
+    }
     std::vector<cPDBAtom> read;
     std::vector<double> masses;
     std::vector<int> blocks;
