@@ -112,10 +112,11 @@ std::string hybrid36(long number, std::size_t width) {
     }
     const bool isLower = beyond >= block;
     long rest = least + beyond - (isLower ? block : 0);
+    const std::string digits =
+        isLower ? "0123456789abcdefghijklmnopqrstuvwxyz" : "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
     std::string text(width, ' ');
     for (std::size_t i = width; i-- > 0; rest /= base) {
-        text[i] = (isLower ? "0123456789abcdefghijklmnopqrstuvwxyz"
-                           : "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ")[rest % base];
+        text[i] = digits[static_cast<std::size_t>(rest % base)];
     }
     return text;
 }
