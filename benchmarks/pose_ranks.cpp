@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Where the right place of a model comes to stand among all that a scan finds, against how finely the scan
 // looks.
-//   pose_ranks [--pairs FOLDER] [--generated] [--turns N] [--threads N] [SETTING...]
+//   pose_ranks [--pairs FOLDER] [--generated] [--only TEXT] [--turns N] [--threads N] [SETTING...]
 // A SETTING is field:resolution:voxels:step, for example laplacian:14:4:18: what the map is turned to, the
 // scan's resolution in angstrom, its voxels per resolution and the step in degrees; 0 leaves the choice to
 // the program.
@@ -58,6 +58,7 @@ struct Setting {
 struct Options {
     std::string pairs;
     bool generated = false;
+    std::string only;
     int turns = 8;
     std::size_t threads = 1;
     std::vector<Setting> settings;
@@ -291,6 +292,8 @@ Options parse(int argc, char** argv) {
             options.pairs = value();
         } else if (word == "--generated") {
             options.generated = true;
+        } else if (word == "--only") {
+            options.only = value();
         } else if (word == "--turns") {
             options.turns = std::max(1, std::atoi(value().c_str()));
         } else if (word == "--threads") {
@@ -322,6 +325,9 @@ int main(int argc, char** argv) {
             "right over wrong, least | median | s |\n|---|---|---|---|---|---|---|---|---|\n");
         for (const Setting& setting : options.settings) {
             for (const Case& c : cases) {
+                if (c.name.find(options.only) == std::string::npos) {
+                    continue;
+                }
                 report(c, setting, options);
             }
         }
