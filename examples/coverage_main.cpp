@@ -13,14 +13,16 @@
 
 #include "Math/cMatrix33.h"
 #include "Sampler/cAngularSampler.h"
+#include "Sampler/evenRotations.h"
 #include "examples/Random.h"
 
 namespace {
 
 constexpr const char* usageText =
-    "usage: selvane-coverage STEP...\n"
+    "usage: selvane-coverage [--even] STEP...\n"
     "\n"
-    "For each STEP of a scan (--dangle, degrees), the angle from 40,000 random orientations to the\n"
+    "For each STEP of a scan (selvane --dangle or, with --even, selvane-fit --step; degrees), the angle\n"
+    "from 40,000 random orientations to the\n"
     "nearest rotation of the scan: the mean, the angle within which 95 % are, and the farthest. The\n"
     "last column is the least that the farthest can be for as many rotations, however placed.\n";
 
@@ -95,8 +97,8 @@ void checkDistances(const std::vector<Elements>& rotations, const std::array<dou
     }
 }
 
-void printCoverage(double step) {
-    const auto angles = cAngularSampler::constructRotations(step);
+void printCoverage(double step, bool isEven) {
+    const auto angles = isEven ? evenRotations(step) : cAngularSampler::constructRotations(step);
     std::vector<Elements> rotations;
     rotations.reserve(angles.size());
     for (const auto& triple : angles) {
@@ -138,12 +140,13 @@ int main(int argc, char** argv) {
     }
     try {
         std::vector<double> steps;
-        for (int word = 1; word < argc; ++word) {
+        const bool isEven = std::string(argv[1]) == "--even";
+        for (int word = isEven ? 2 : 1; word < argc; ++word) {
             steps.push_back(stepFrom(argv[word]));
         }
         std::printf("step  rotations    mean    95 %%  farthest   least\n");
         for (const double step : steps) {
-            printCoverage(step);
+            printCoverage(step, isEven);
         }
         return EXIT_SUCCESS;
     } catch (const std::exception& error) {

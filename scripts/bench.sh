@@ -32,7 +32,8 @@ bin="$PWD/$build_dir/bin"
 say "Building with benchmarks in $build_dir"
 cmake --preset release -B "$build_dir" -DSELVANE_BUILD_BENCHMARKS=ON
 cmake --build "$build_dir" --parallel "$(jobs_count)" \
-    --target selvane whole_runs one_rotation_benchmark oracle_benchmark writing_benchmark
+    --target selvane selvane-fit whole_runs fit_runs one_rotation_benchmark oracle_benchmark reading_benchmark \
+    writing_benchmark
 export OPENBLAS_NUM_THREADS=1
 
 say "Measuring; the load of the last minute is $(cut -d' ' -f1 /proc/loadavg 2>/dev/null || echo unknown)"
@@ -50,3 +51,8 @@ row "a multistep oracle call with derivatives, no modes, 128^3, in pairs" \
     "$(kernel oracle_benchmark derivativesFewVoxels/128/0/ pairs)" "<= 4"
 row "writing poses of 20,000 atoms, in times of fprintf" \
     "$(kernel writing_benchmark pose/atoms:20000/modes:0/ ratio)" "<= 0.4"
+"$bin/fit_runs" "$bin/selvane-fit" "$build_dir/runs"
+row "reading a gzipped map of 256^3, in times of inflating it" \
+    "$(kernel reading_benchmark gzippedMap/256 ratio)" "<= 2"
+row "reading a plain map of 256^3, in times of fetching and copying it" \
+    "$(kernel reading_benchmark plainMap/256 ratio)"
