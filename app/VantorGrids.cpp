@@ -10,13 +10,13 @@
 
 #include "CrossCorrelation/ElectronDensity.h"
 #include "IO/cSequentialTimer.h"
+#include "IO/resources.h"
 #include "Math/pi.h"
 #include "Math/structure.h"
 #include "Search/ScanWorker.h"
 #include "Search/SearchScene.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
-#include "app/resources.h"
 
 namespace {
 

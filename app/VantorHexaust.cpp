@@ -10,10 +10,10 @@
 
 #include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/ThirdOrderCrossCorrelation.h"
+#include "IO/resources.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "Search/MultistepScanMethod.h"
 #include "app/fail.h"
-#include "app/resources.h"
 
 namespace {
 

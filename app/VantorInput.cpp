@@ -8,12 +8,12 @@
 
 #include "CrossCorrelation/ElectronDensity.h"
 #include "IO/openInput.h"
+#include "IO/resources.h"
 #include "Math/structure.h"
 #include "PDB/cClassicalParserPDB.h"
 #include "PDB/loadFromPDB.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
-#include "app/resources.h"
 
 namespace {
 

@@ -6,12 +6,12 @@
 #include <numeric>
 #include <stdexcept>
 
+#include "IO/resources.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "PDB/cAtomGrid.h"
 #include "Search/elasticModes.h"
 #include "app/Vantor.h"
 #include "app/fail.h"
-#include "app/resources.h"
 
 void Vantor::buildHessian() {
     m_info.printInfo(" Constructing Hessian ");

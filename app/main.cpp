@@ -8,6 +8,7 @@
 #include "IO/cSequentialTimer.h"
 #include "IO/message.h"
 #include "IO/printHeader.h"
+#include "IO/resources.h"
 #include "Search/RecoverableScan.h"
 #include "app/DynamicParallelForEach.h"
 #include "app/StaticParallelForEach.h"
@@ -17,7 +18,6 @@
 #include "app/VantorThread.h"
 #include "app/fail.h"
 #include "app/interruption.h"
-#include "app/resources.h"
 #include "app/scanStage.h"
 
 // The workers are the parallelism of a run; a matrix library with threads of its own would only multiply

@@ -12,6 +12,7 @@
 #include "IO/endingSignals.h"
 #include "IO/message.h"
 #include "IO/printable.h"
+#include "IO/resources.h"
 #include "IO/unfinishedFiles.h"
 #include "fit/FitOptions.h"
 #include "fit/Journal.h"
@@ -81,6 +82,7 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    resources::spareAddressSpace(argv);
     std::set_terminate(removeAndAbort);
     setMessageSink(tellError);
     endingSignals::setText("selvane-fit", "no results were written; the same command starts anew");

@@ -3,8 +3,11 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 
+#include "IO/resources.h"
 #include "Math/pi.h"
 #include "PDB/cPDBAtom.h"
 #include "Sampler/evenRotations.h"
@@ -58,6 +61,22 @@ FitSettings searchSettings(const ScanChoice& choice, std::size_t workers) {
     return settings;
 }
 
+/// Before hours are spent on a scan that cannot end, or on one that starts to swap.
+void requireMemory(const ExhaustiveSearch& search, std::size_t workers) {
+    constexpr double bytesPerGigabyte = 1e9;
+    const double needed = search.bytesNeeded(workers);
+    const double space = std::min(resources::memory().total, resources::freeAddressSpace());
+    if (needed > space) {
+        std::ostringstream text;
+        text.precision(3);
+        text << "the scan needs " << needed / bytesPerGigabyte << " GB of memory and the process may have "
+             << space / bytesPerGigabyte
+             << " GB: use fewer --threads or a coarser --scan-resolution, or raise the limits of the process "
+                "(ulimit -v)";
+        throw std::runtime_error(text.str());
+    }
+}
+
 /// The refined place, or that on the lattice where the refinement left the neighbourhood that it stands for:
 /// its quadratic model then means nothing.
 PoseMove placeOf(const ExhaustiveSearch& search, const PoseRecord& pose, const ScanChoice& choice) {
@@ -80,6 +99,7 @@ std::vector<FoundPose> scanPoses(const PreparedMap& map, const PreparedModel& mo
     const std::size_t workers = std::min(threads, rotations.size());
     const cVector3 middle = map.middle();
     ExhaustiveSearch search(searchMap(map), searchModel(model, middle), searchSettings(choice, workers));
+    requireMemory(search, workers);
     const std::vector<PoseRecord> records =
         search.finish(search.scan(rotations, 0, workers, workers, &observer), &observer);
     std::vector<FoundPose> poses;

@@ -268,6 +268,22 @@ TEST_F(SelvaneFit, EndsWithOneLineForInputsThatCannotBeUsed) {
     }
 }
 
+/// The matrix library asks for its threads' buffers again without an end where a limit refuses them.
+TEST_F(SelvaneFit, EndsUnderALimitOfItsAddressSpace) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizer takes more address space than any limit";
+#endif
+    constexpr int timedOut = 124;
+    for (const char* kilobytes : {"80000", "120000", "200000", "400000"}) {
+        const Outcome run =
+            shell(std::string("( ulimit -v ") + kilobytes + "; timeout 60 " + shellQuote(SELVANE_FIT_BINARY) +
+                  " map.ccp4 model.pdb -r 10 -o out --threads 1 --step 60 --scan-resolution 15 --restart )");
+        EXPECT_NE(run.status, timedOut) << kilobytes;
+        EXPECT_TRUE(run.status == 0 || (run.status == 1 && contains(run.err, "ulimit")) || run.status == 127)
+            << kilobytes << ": " << run.status << " " << run.err;
+    }
+}
+
 TEST_F(SelvaneFit, ASignalLeavesNoPartialFiles) {
     const pid_t child = fork();
     if (child == 0) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#ifndef SELVANE_APP_RESOURCES_H
-#define SELVANE_APP_RESOURCES_H
+#ifndef SELVANE_IO_RESOURCES_H
+#define SELVANE_IO_RESOURCES_H
 
 #include <string>
 

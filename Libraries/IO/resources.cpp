@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/resources.h"
+#include "IO/resources.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/resources.h"
+#include "IO/resources.h"
 
 namespace {
 
