@@ -3,9 +3,11 @@
 #define SELVANE_FORMATS_TESTS_MAPBYTES_H
 
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <string>
 
 /// A small CCP4 or MRC file put together byte by byte. Whatever a header can say, true or not, can be set;
@@ -22,6 +24,9 @@ struct MapBytes {
     bool isBigEndian = false;
     std::string extended; ///< bytes between header and voxels
     std::string tail;     ///< bytes behind the voxels
+    /// Of voxel (i, j, k), instead of the value that tells its place. Modes other than 2 round it to a whole
+    /// number, which for mode 12 is to lie between -2048 and 2048.
+    std::function<double(int, int, int)> field;
 
     /// Of voxel (i, j, k): fits a signed byte, and every voxel of up to 3 x 4 x 5 has its own.
     static int valueAt(int i, int j, int k) { return 20 * i + 5 * j + k - 29; }
@@ -36,7 +41,7 @@ struct MapBytes {
                     at[static_cast<std::size_t>(order[0] - 1)] = c;
                     at[static_cast<std::size_t>(order[1] - 1)] = r;
                     at[static_cast<std::size_t>(order[2] - 1)] = s;
-                    file += voxel(valueAt(at[0], at[1], at[2]));
+                    file += voxel(at[0], at[1], at[2]);
                 }
             }
         }
@@ -87,7 +92,14 @@ private:
         return bytes;
     }
 
-    std::string voxel(int value) const {
+    std::string voxel(int i, int j, int k) const {
+        const int value = field ? static_cast<int>(std::lround(field(i, j, k))) : valueAt(i, j, k);
+        if (field && mode == 1) {
+            return inOrder(static_cast<std::uint32_t>(value), 2);
+        }
+        if (field && mode == 2) {
+            return inOrder(bitsOf(static_cast<float>(field(i, j, k))), 4);
+        }
         switch (mode) {
         case 0:
             return inOrder(static_cast<std::uint32_t>(value), 1);
