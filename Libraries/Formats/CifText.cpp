@@ -302,14 +302,14 @@ void CifText::checkPlaces() const {
     for (const std::size_t row : m_content->rows) {
         for (std::size_t axis = 0; axis < 3; ++axis) {
             const int column = columns.place[axis];
-            const char* name = "xyz" + axis;
+            const char name = "xyz"[axis];
             if (column < 0) {
-                throw InputError(m_path, std::string("_atom_site has no Cartn_") + *name, true);
+                throw InputError(m_path, std::string("_atom_site has no Cartn_") + name, true);
             }
             const std::string& value = loop.val(row, static_cast<std::size_t>(column));
             if (!isBounded(cif::as_number(value))) {
                 throw InputError(m_path,
-                                 "row " + std::to_string(row + 1) + " of _atom_site: Cartn_" + *name +
+                                 "row " + std::to_string(row + 1) + " of _atom_site: Cartn_" + name +
                                      " is no number; correct the atom's coordinates or remove its row",
                                  true);
             }
