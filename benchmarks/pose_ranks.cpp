@@ -2,6 +2,7 @@
 // Where the right place of a model comes to stand among all that a scan finds, against how finely the scan
 // looks.
 //   pose_ranks [--pairs FOLDER] [--generated] [--only TEXT] [--turns N] [--threads N] [SETTING...]
+//   pose_ranks --noise   how much of the Laplacian of a noisy map of 3 A is signal, by the scan's resolution
 // A SETTING is field:resolution:voxels:step, for example laplacian:14:4:18: what the map is turned to, the
 // scan's resolution in angstrom, its voxels per resolution and the step in degrees; 0 leaves the choice to
 // the program.
@@ -27,6 +28,7 @@
 #include "Preparation/FrameBack.h"
 #include "Preparation/PreparedMap.h"
 #include "Preparation/ScanChoice.h"
+#include "Preparation/coarsen.h"
 #include "examples/complex.h"
 #include "examples/density.h"
 #include "fit/scanPoses.h"
@@ -58,6 +60,7 @@ struct Setting {
 struct Options {
     std::string pairs;
     bool generated = false;
+    bool noise = false;
     std::string only;
     int turns = 8;
     std::size_t threads = 1;
@@ -267,6 +270,33 @@ void report(const Case& c, const Setting& setting, const Options& options) {
     std::fflush(stdout);
 }
 
+double correlation(const std::vector<float>& a, const std::vector<float>& b) {
+    double ab = 0.0, aa = 0.0, bb = 0.0;
+    for (std::size_t v = 0; v < a.size(); ++v) {
+        const double p = static_cast<double>(a[v]), q = static_cast<double>(b[v]);
+        ab += p * q;
+        aa += p * p;
+        bb += q * q;
+    }
+    return ab / std::sqrt(aa * bb);
+}
+
+/// Both fields have mean zero.
+void reportNoise() {
+    constexpr double resolution = 3.0, voxel = 1.0;
+    example::Random random(11);
+    const example::Model complex = example::buildComplex({150, 120}, random);
+    const DensityMap clean = simulatedMap(complex, resolution, voxel, 0.0, random);
+    const DensityMap noisy = simulatedMap(complex, resolution, voxel, 1.0, random);
+    std::printf("| scan resolution | correlation of the Laplacians with and without noise |\n|---|---|\n");
+    for (const double to : {3.0, 4.0, 5.0, 6.0, 8.0, 10.0, 14.0}) {
+        const auto field = [&](const DensityMap& map) {
+            return negativeLaplacian(coarsen(map, {resolution, to, to / 3.0, {}, nullptr})).values;
+        };
+        std::printf("| %g | %.3f |\n", to, correlation(field(clean), field(noisy)));
+    }
+}
+
 Setting settingOf(const std::string& text) {
     Setting setting;
     std::istringstream in(text);
@@ -292,6 +322,8 @@ Options parse(int argc, char** argv) {
             options.pairs = value();
         } else if (word == "--generated") {
             options.generated = true;
+        } else if (word == "--noise") {
+            options.noise = true;
         } else if (word == "--only") {
             options.only = value();
         } else if (word == "--turns") {
@@ -314,6 +346,10 @@ int main(int argc, char** argv) {
     openblas_set_num_threads(1);
     try {
         const Options options = parse(argc, argv);
+        if (options.noise) {
+            reportNoise();
+            return EXIT_SUCCESS;
+        }
         std::vector<Case> cases = options.pairs.empty() ? std::vector<Case>() : readPairs(options.pairs);
         if (options.generated) {
             for (Case& c : generateCases()) {

@@ -2,10 +2,12 @@
 #include "Preparation/fastSize.h"
 
 #include <algorithm>
+#include <array>
 
 std::size_t fastSize(std::size_t n) {
-    const auto isFast = [](std::size_t size) {
-        for (const std::size_t factor : {2, 3, 5, 7}) {
+    constexpr std::array<std::size_t, 4> factors = {2, 3, 5, 7};
+    const auto isFast = [&](std::size_t size) {
+        for (const std::size_t factor : factors) {
             while (size % factor == 0) {
                 size /= factor;
             }

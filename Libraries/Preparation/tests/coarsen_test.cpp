@@ -131,3 +131,42 @@ TEST(NegativeLaplacian, AddsUpToNothing) {
     }
     EXPECT_LT(std::abs(sum), 1e-5 * magnitude);
 }
+
+/// The Laplacian weighs a frequency by its square, so that of a fine map shows its noise; at the resolution
+/// of a scan the atoms are left.
+TEST(NegativeLaplacian, OfANoisyFineMapIsSignalAtTheResolutionOfAScan) {
+    const double resolution = 3.0;
+    std::mt19937 random(21);
+    std::uniform_real_distribution<double> place(10.0, 38.0);
+    std::vector<Blob> atoms;
+    for (int a = 0; a < 300; ++a) {
+        atoms.push_back({cVector3(place(random), place(random), place(random)), gaussianOf(resolution), 1.0});
+    }
+    const DensityMap clean = mapOfBlobs({48, 48, 48}, cVector3(0.0), cVector3(1.0), atoms);
+    DensityMap noisy = clean;
+    double squares = 0.0, sum = 0.0;
+    for (const float value : clean.values) {
+        sum += static_cast<double>(value);
+        squares += static_cast<double>(value) * static_cast<double>(value);
+    }
+    const auto count = static_cast<double>(clean.values.size());
+    std::normal_distribution<double> noise(0.0, std::sqrt(squares / count - sum * sum / count / count));
+    for (float& value : noisy.values) {
+        value += static_cast<float>(noise(random));
+    }
+    const auto correlationAt = [&](double to) {
+        const Coarsening coarsening{resolution, to, to / 3.0, {}, nullptr};
+        const DensityMap a = negativeLaplacian(coarsen(clean, coarsening));
+        const DensityMap b = negativeLaplacian(coarsen(noisy, coarsening));
+        double ab = 0.0, aa = 0.0, bb = 0.0;
+        for (std::size_t v = 0; v < a.values.size(); ++v) {
+            const double p = static_cast<double>(a.values[v]), q = static_cast<double>(b.values[v]);
+            ab += p * q;
+            aa += p * p;
+            bb += q * q;
+        }
+        return ab / std::sqrt(aa * bb);
+    };
+    EXPECT_LT(correlationAt(3.0), 0.5);
+    EXPECT_GT(correlationAt(10.0), 0.9);
+}
