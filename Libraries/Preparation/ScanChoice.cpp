@@ -39,6 +39,11 @@ double resolutionOf(const ScanNeeds& needs, std::vector<std::string>& remarks) {
     if (needs.resolution >= shown) {
         return needs.resolution;
     }
+    if (!(shown <= coarsestResolution)) {
+        throw std::invalid_argument("the map has voxels of " + text(needs.mapVoxel) +
+                                    " A, which show nothing finer than " + text(shown) +
+                                    " A: correct the lengths of the cell in its header");
+    }
     remarks.push_back("a resolution of " + text(needs.resolution) + " A needs voxels of " +
                       text(0.5 * needs.resolution) + " A or less and the map has " + text(needs.mapVoxel) +
                       " A, so it is taken to have " + text(shown) +
@@ -48,7 +53,8 @@ double resolutionOf(const ScanNeeds& needs, std::vector<std::string>& remarks) {
 
 double scanResolutionOf(const ScanNeeds& needs, double mapResolution, std::vector<std::string>& remarks) {
     if (!needs.scanResolution) {
-        return std::max({mapResolution, finestScan, scanPerRadius * needs.radiusOfGyration});
+        return std::min(std::max({mapResolution, finestScan, scanPerRadius * needs.radiusOfGyration}),
+                        coarsestResolution);
     }
     requireBetween("scan resolution", *needs.scanResolution, 1.0, coarsestResolution, "A");
     if (*needs.scanResolution < mapResolution) {
