@@ -7,6 +7,7 @@
 #include <new>
 #include <string>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "IO/endingSignals.h"
@@ -78,6 +79,13 @@ int run(int argc, char** argv) {
     return 1;
 }
 
+/// The matrix library starts threads of its own, each of which asks for its buffer until it is granted, and
+/// waits for them at the end. Under a limit of the address space that may be never.
+bool isAddressSpaceLimited() {
+    rlimit limit{};
+    return getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -88,5 +96,10 @@ int main(int argc, char** argv) {
     // A file that would grow beyond the limit of the user fails as one on a full disk, with a message.
     std::signal(SIGXFSZ, SIG_IGN);
     openblas_set_num_threads(1);
-    return run(argc, argv);
+    const int status = run(argc, argv);
+    if (isAddressSpaceLimited()) {
+        std::fflush(nullptr);
+        _exit(status);
+    }
+    return status;
 }
