@@ -268,6 +268,35 @@ TEST_F(SelvaneFit, EndsWithOneLineForInputsThatCannotBeUsed) {
     }
 }
 
+TEST_F(SelvaneFit, NamesTheMaskThatLiesElsewhere) {
+    m_scratch.write("mask.mrc", mapAtOrigin({1.0, 2.0, 3.0}));
+    const Outcome run = fitInto("out", {"--quiet", "--mask", "mask.mrc"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err.find("selvane-fit: mask.mrc: the mask has another frame"), 0U) << run.err;
+}
+
+/// The columns of the PDB format end at 9999.999 A.
+TEST_F(SelvaneFit, SaysThatPosesBeyondTheColumnsOfPdbAreMmcif) {
+    m_scratch.write("far.mrc", mapAtOrigin({20000.0, 0.0, 0.0}));
+    const Outcome run = fitInto("out", coarseWith({"--quiet", "--poses", "2"}), "far.mrc");
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(m_scratch.has("out/pose_02.cif"));
+    EXPECT_TRUE(contains(run.err, "model.pdb: 2 of 2 poses are written as mmCIF")) << run.err;
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they reserve terabytes
+/// Threads of libraries that wait for memory must not hold up the end of the run.
+TEST_F(SelvaneFit, EndsWithAWordWhereMemoryIsShort) {
+    for (const char* kibibytes : {"90000", "130000"}) {
+        const Outcome run = shell("ulimit -v " + std::string(kibibytes) + " && timeout 60 " +
+                                  shellQuote(SELVANE_FIT_BINARY) + " map.ccp4 model.pdb -r 10 -o out");
+        EXPECT_EQ(run.status, 1) << kibibytes;
+        EXPECT_TRUE(contains(run.err, "selvane-fit: out of memory")) << run.err;
+        EXPECT_FALSE(m_scratch.has("out"));
+    }
+}
+#endif
+
 TEST_F(SelvaneFit, ASignalLeavesNoPartialFiles) {
     const pid_t child = fork();
     if (child == 0) {
