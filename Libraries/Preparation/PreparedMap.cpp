@@ -3,13 +3,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <stdexcept>
 #include <utility>
 
 #include "Preparation/coarsen.h"
 #include "Preparation/content.h"
 #include "Preparation/fastSize.h"
+#include "Preparation/numberText.h"
 
 namespace {
 
@@ -18,18 +18,12 @@ constexpr double sigmasOfAtom = 3.0;
 // A side of the scan's grid, whose nodes are counted in 32 bits: 8 GiB for each of its fields.
 constexpr double mostNodes = 1024.0;
 
-std::string text(double value) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%.4g", value);
-    return buffer;
-}
-
 /// Why a map has no content, with the remedy.
 std::string reasonOfNothing(const DensityMap& map, const DensityMap& coarse, const MapRequest& request,
                             double chosenLevel) {
     const auto [lowest, highest] = std::minmax_element(map.values.begin(), map.values.end());
     if (coarse.values.size() == 1) {
-        return "the whole map is no larger than a voxel of the scan, " + text(coarse.voxel.x) +
+        return "the whole map is no larger than a voxel of the scan, " + numberText(coarse.voxel.x) +
                " A: check its voxel size, the size of the model and the resolution";
     }
     if (!(*lowest < *highest)) {
@@ -37,14 +31,14 @@ std::string reasonOfNothing(const DensityMap& map, const DensityMap& coarse, con
     }
     const std::string withMask = request.mask != nullptr ? " where the mask is above 0.5" : "";
     if (request.level) {
-        return "the map has no content above the level " + text(*request.level) + withMask +
-               ": its highest density is " + text(static_cast<double>(*highest));
+        return "the map has no content above the level " + numberText(*request.level) + withMask +
+               ": its highest density is " + numberText(static_cast<double>(*highest));
     }
     if (std::isnan(chosenLevel)) {
         return "the map has no content" + withMask +
                ": all its densities at the scan's resolution are the same";
     }
-    return "no density of the map stands out from its noise, which would take " + text(chosenLevel) +
+    return "no density of the map stands out from its noise, which would take " + numberText(chosenLevel) +
            " at the scan's resolution: check that the molecule is what is high in it, or give a level by "
            "--level";
 }
@@ -82,11 +76,11 @@ void layGrid(PreparedMap& prepared, const Content& content, double voxel, double
     const double least = std::ceil(period / voxel) + 1.0;
     if (!(least <= mostNodes)) {
         throw std::invalid_argument(
-            "a scan with voxels of " + text(voxel) + " A takes " + text(least) +
+            "a scan with voxels of " + numberText(voxel) + " A takes " + numberText(least) +
             " of them a side and has room "
             "for " +
-            text(mostNodes) + ": the content of the map reaches " + text(content.radius) +
-            " A from its middle and the model " + text(modelReach) +
+            numberText(mostNodes) + ": the content of the map reaches " + numberText(content.radius) +
+            " A from its middle and the model " + numberText(modelReach) +
             " A; check the voxel size and the model, cut the map by --mask or --level, or give a coarser "
             "--scan-resolution");
     }
@@ -135,8 +129,8 @@ void remark(PreparedMap& prepared, const Content& content, const PreparedModel& 
     }
     if (model.reach > prepared.contentRadius) {
         prepared.remarks.push_back(
-            "the model reaches " + text(model.reach) + " A from its middle and the content of the map only " +
-            text(prepared.contentRadius) +
+            "the model reaches " + numberText(model.reach) +
+            " A from its middle and the content of the map only " + numberText(prepared.contentRadius) +
             " A: the map shows a part of the model, or the voxel size or the level is wrong");
     }
 }
