@@ -119,6 +119,24 @@ void addInputs(CLI::App& app, FitOptions& options, Texts& texts) {
         ->check(aboveZero("A", "8"))
         ->option_text("R")
         ->group(group);
+    app.add_option(
+           "--level", texts.level,
+           wrapped("density at or below L, in units of the map, counts as empty (default: chosen and told)"))
+        ->check(anyNumber("no number: give a density of the map, such as 0.02"))
+        ->option_text("L")
+        ->group(group);
+    app.add_option(
+           "--mask", options.mask,
+           wrapped(
+               "a map of the same frame; where it is not above 0.5 the map counts as empty (default: none)"))
+        ->check(notEmpty())
+        ->option_text("FILE")
+        ->group(group);
+}
+
+/// Which atoms of the model are meant.
+void addChoice(CLI::App& app, FitOptions& options, Texts& texts) {
+    const std::string group = "Input";
     app.add_option("--select", options.choice.selection,
                    wrapped("part of the model: A,B for chains, A/10-200 for residues (default: all)"))
         ->check(notEmpty())
@@ -143,19 +161,6 @@ void addInputs(CLI::App& app, FitOptions& options, Texts& texts) {
         ->check(number([](double value) { return value >= 0.0 && value <= 100.0; },
                        "no number from 0 to 100: give one such as 70"))
         ->option_text("N")
-        ->group(group);
-    app.add_option(
-           "--level", texts.level,
-           wrapped("density at or below L, in units of the map, counts as empty (default: chosen and told)"))
-        ->check(anyNumber("no number: give a density of the map, such as 0.02"))
-        ->option_text("L")
-        ->group(group);
-    app.add_option(
-           "--mask", options.mask,
-           wrapped(
-               "a map of the same frame; where it is not above 0.5 the map counts as empty (default: none)"))
-        ->check(notEmpty())
-        ->option_text("FILE")
         ->group(group);
 }
 
@@ -274,6 +279,7 @@ FitOptions parseFitOptions(int argc, const char* const* argv) {
     app.set_help_flag("-h,--help", "this text")->group("Help");
     app.set_version_flag("--version", "selvane-fit " SELVANE_VERSION, "the version")->group("Help");
     addInputs(app, options, texts);
+    addChoice(app, options, texts);
     addSearch(app, texts);
     addOutput(app, options, texts);
     try {

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "IO/HiddenFile.h"
+#include "Search/CheckpointLock.h"
 
 namespace {
 
@@ -105,9 +106,15 @@ OutputFolder::OutputFolder(std::string path, bool restart, const std::vector<std
     if (!trial.createIn(m_path + "/", ownerOnly)) {
         refuse(m_path, std::strerror(errno));
     }
+    m_lock = std::make_unique<CheckpointLock>(of(".selvane-fit"));
+    if (m_lock->isOfAnotherRun()) {
+        throw std::runtime_error(m_path + ": another run is at work there. Wait for its end, or give another "
+                                          "folder by --output.");
+    }
 }
 
 OutputFolder::~OutputFolder() {
+    m_lock.reset(); // a file of the folder
     std::error_code ignored;
     std::for_each(m_made.rbegin(), m_made.rend(),
                   [&](const std::string& folder) { fs::remove(folder, ignored); }); // only what is empty

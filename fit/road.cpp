@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Formats/readMap.h"
+#include "Sampler/evenRotations.h"
 #include "fit/OutputFolder.h"
 #include "fit/preparedFiles.h"
 #include "fit/results.h"
@@ -75,6 +76,12 @@ PreparedMap prepareMapOf(const DensityMap& map, const PreparedModel& model, cons
     std::optional<DensityMap> mask;
     if (!options.mask.empty()) {
         mask = readMapOf(options.mask, journal);
+        if (!isSameFrame(map, *mask)) {
+            throw std::runtime_error(options.mask +
+                                     ": the mask has another frame than the map: give one with "
+                                     "the size, voxels and place of " +
+                                     options.map);
+        }
     }
     PreparedMap prepared = prepareOrThrow(
         map, model, choice, {options.level, mask ? &*mask : nullptr, options.field}, options.map);
@@ -88,13 +95,17 @@ PreparedMap prepareMapOf(const DensityMap& map, const PreparedModel& model, cons
 ScanChoice chooseScanOf(const DensityMap& map, const PreparedModel& model, const FitOptions& options,
                         Journal& journal) {
     const double edge = std::max({map.voxel.x, map.voxel.y, map.voxel.z});
-    const ScanChoice choice =
-        chooseScan({options.resolution, edge, model.radiusOfGyration, options.step, options.scanResolution});
-    for (const std::string& remark : choice.remarks) {
-        journal.choose(remark);
+    ScanChoice choice;
+    try {
+        choice = chooseScan(
+            {options.resolution, edge, model.radiusOfGyration, options.step, options.scanResolution});
+    } catch (const std::invalid_argument& error) {
+        throw std::runtime_error(options.map + ": " + error.what());
     }
+    warnOf(journal, options.map, choice.remarks);
     journal.choose(join("scan at ", choice.resolution, " A with voxels of ", rounded(choice.voxel),
-                        " A, atoms of width ", choice.sigma, " A and steps of ", choice.step, " degrees"));
+                        " A, atoms of width ", choice.sigma, " A and ", evenRotationCount(choice.step),
+                        " rotations in steps of ", choice.step, " degrees"));
     return choice;
 }
 
@@ -115,14 +126,19 @@ std::vector<std::string> writePoses(const OutputFolder& folder, const AtomicMode
                                     Journal& journal) {
     const std::size_t count = std::min(options.poses, poses.size());
     const ModelFormat format = options.format.value_or(model.format());
-    if (format == ModelFormat::Pdb && !model.fitsPdb()) {
-        journal.warn(options.model + ": it does not fit the PDB format (more than 99,999 atoms, or names of "
-                                     "chains of several letters), so its poses are written as mmCIF");
-    }
     std::vector<std::string> names;
+    std::size_t instead = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        const std::string path = model.writeMoved(folder.of(poseName(i + 1, count)), poses[i].motion, format);
-        names.push_back(std::filesystem::path(path).filename().string());
+        const std::filesystem::path path =
+            model.writeMoved(folder.of(poseName(i + 1, count)), poses[i].motion, format);
+        names.push_back(path.filename().string());
+        instead += format == ModelFormat::Pdb && path.extension() != ".pdb" ? 1 : 0;
+    }
+    if (instead > 0) {
+        journal.warn(
+            join(options.model, ": ", instead, " of ", count,
+                 " poses are written as mmCIF, since they do not fit the PDB format (more than 99,999 "
+                 "atoms, names of chains of several letters, or places beyond its columns)"));
     }
     return names;
 }
@@ -178,8 +194,8 @@ std::string runFit(const FitOptions& options, Journal& journal) {
     }
     const std::vector<FoundPose> poses = scan(pair, options, journal);
     journal.stage("writing");
-    const std::vector<std::string> files = writePoses(folder, model, poses, options, journal);
     writePrepared(folder, pair, options);
+    const std::vector<std::string> files = writePoses(folder, model, poses, options, journal);
     writeTextFile(folder.of("poses.csv"), posesTable(poses, files));
     journal.end();
     writeTextFile(folder.of("log.txt"), logText(options, journal));

@@ -62,9 +62,10 @@ FitSettings searchSettings(const ScanChoice& choice, std::size_t workers) {
 }
 
 /// Before hours are spent on a scan that cannot end, or on one that starts to swap.
-void requireMemory(const ExhaustiveSearch& search, std::size_t workers) {
+void requireMemory(const ExhaustiveSearch& search, std::size_t workers, std::size_t rotations) {
     constexpr double bytesPerGigabyte = 1e9;
-    const double needed = search.bytesNeeded(workers);
+    const double needed =
+        search.bytesNeeded(workers) + static_cast<double>(rotations) * static_cast<double>(sizeof(Rotation));
     const double space = std::min(resources::memory().total, resources::freeAddressSpace());
     if (needed > space) {
         std::ostringstream text;
@@ -95,11 +96,12 @@ PoseMove placeOf(const ExhaustiveSearch& search, const PoseRecord& pose, const S
 
 std::vector<FoundPose> scanPoses(const PreparedMap& map, const PreparedModel& model, const ScanChoice& choice,
                                  std::size_t threads, SearchObserver& observer) {
-    const std::vector<Rotation> rotations = evenRotations(choice.step);
-    const std::size_t workers = std::min(threads, rotations.size());
+    const std::size_t count = evenRotationCount(choice.step);
+    const std::size_t workers = std::min(threads, count);
     const cVector3 middle = map.middle();
     ExhaustiveSearch search(searchMap(map), searchModel(model, middle), searchSettings(choice, workers));
-    requireMemory(search, workers);
+    requireMemory(search, workers, count);
+    const std::vector<Rotation> rotations = evenRotations(choice.step);
     const std::vector<PoseRecord> records =
         search.finish(search.scan(rotations, 0, workers, workers, &observer), &observer);
     std::vector<FoundPose> poses;

@@ -38,7 +38,8 @@ void writeResult(const std::string& path, const std::string& text) {
     bool isThere = file.stream() != nullptr;
     isThere = isThere && std::fwrite(text.data(), 1, text.size(), file.stream()) == text.size();
     if (!isThere || !file.commit()) {
-        throw std::runtime_error(path + ": cannot be written: " + std::strerror(errno));
+        throw std::runtime_error(path + ": cannot be written: " + std::strerror(errno) +
+                                 "; make room, permit writing, or give another folder");
     }
 }
 

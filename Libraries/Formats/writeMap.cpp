@@ -155,6 +155,7 @@ void writeMap(const std::string& path, const DensityMap& map) {
     check(map);
     ResultFile file(path);
     if (file.stream() == nullptr || !writeAll(file.stream(), map) || !file.commit()) {
-        throw std::runtime_error(path + ": " + std::strerror(errno));
+        throw std::runtime_error(path + ": cannot be written: " + std::strerror(errno) +
+                                 "; make room, permit writing, or give another folder");
     }
 }

@@ -3,37 +3,44 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <stdexcept>
 #include <utility>
 
 #include "Preparation/coarsen.h"
 #include "Preparation/content.h"
 #include "Preparation/fastSize.h"
+#include "Preparation/numberText.h"
 
 namespace {
 
 // Of an atom's Gaussian, beyond which it adds nothing to a pose.
 constexpr double sigmasOfAtom = 3.0;
+// A side of the scan's grid, whose nodes are counted in 32 bits: 8 GiB for each of its fields.
+constexpr double mostNodes = 1024.0;
 
-std::string text(double value) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%.4g", value);
-    return buffer;
-}
-
-void checkMask(const DensityMap& map, const DensityMap& mask) {
-    constexpr double tolerance = 0.01; // of a voxel
-    const cVector3 between = mask.origin - map.origin;
-    const bool isSame =
-        mask.size == map.size && std::abs(between.x) < tolerance * map.voxel.x &&
-        std::abs(between.y) < tolerance * map.voxel.y && std::abs(between.z) < tolerance * map.voxel.z &&
-        (mask.voxel - map.voxel).norm() * static_cast<double>(map.size[0]) < tolerance * map.voxel.x * 3.0;
-    if (!isSame) {
-        throw std::invalid_argument(
-            "the mask has another frame than the map: give a mask with the same size, "
-            "voxels and place");
+/// Why a map has no content, with the remedy.
+std::string reasonOfNothing(const DensityMap& map, const DensityMap& coarse, const MapRequest& request,
+                            double chosenLevel) {
+    const auto [lowest, highest] = std::minmax_element(map.values.begin(), map.values.end());
+    if (coarse.values.size() == 1) {
+        return "the whole map is no larger than a voxel of the scan, " + numberText(coarse.voxel.x) +
+               " A: check its voxel size, the size of the model and the resolution";
     }
+    if (!(*lowest < *highest)) {
+        return "the map has no content: all its voxels have the same density";
+    }
+    const std::string withMask = request.mask != nullptr ? " where the mask is above 0.5" : "";
+    if (request.level) {
+        return "the map has no content above the level " + numberText(*request.level) + withMask +
+               ": its highest density is " + numberText(static_cast<double>(*highest));
+    }
+    if (std::isnan(chosenLevel)) {
+        return "the map has no content" + withMask +
+               ": all its densities at the scan's resolution are the same";
+    }
+    return "no density of the map stands out from its noise, which would take " + numberText(chosenLevel) +
+           " at the scan's resolution: check that the molecule is what is high in it, or give a level by "
+           "--level";
 }
 
 double meanOf(const std::vector<double>& values) {
@@ -66,7 +73,18 @@ void layGrid(PreparedMap& prepared, const Content& content, double voxel, double
     // Either the model's middle is in the content's sphere or the content is in the model's.
     prepared.farthestCentre = std::max(prepared.contentRadius, modelReach - prepared.contentRadius);
     const double period = prepared.contentRadius + modelReach + prepared.farthestCentre;
-    const std::size_t nodes = fastSize(static_cast<std::size_t>(std::ceil(period / voxel)) + 1);
+    const double least = std::ceil(period / voxel) + 1.0;
+    if (!(least <= mostNodes)) {
+        throw std::invalid_argument(
+            "a scan with voxels of " + numberText(voxel) + " A takes " + numberText(least) +
+            " of them a side and has room "
+            "for " +
+            numberText(mostNodes) + ": the content of the map reaches " + numberText(content.radius) +
+            " A from its middle and the model " + numberText(modelReach) +
+            " A; check the voxel size and the model, cut the map by --mask or --level, or give a coarser "
+            "--scan-resolution");
+    }
+    const std::size_t nodes = fastSize(static_cast<std::size_t>(least));
     const double length = static_cast<double>(nodes - 1) * voxel;
     const auto sizes = static_cast<unsigned int>(nodes);
     const unsigned int all[3] = {sizes, sizes, sizes};
@@ -111,8 +129,8 @@ void remark(PreparedMap& prepared, const Content& content, const PreparedModel& 
     }
     if (model.reach > prepared.contentRadius) {
         prepared.remarks.push_back(
-            "the model reaches " + text(model.reach) + " A from its middle and the content of the map only " +
-            text(prepared.contentRadius) +
+            "the model reaches " + numberText(model.reach) +
+            " A from its middle and the content of the map only " + numberText(prepared.contentRadius) +
             " A: the map shows a part of the model, or the voxel size or the level is wrong");
     }
 }
@@ -123,10 +141,22 @@ cVector3 PreparedMap::middle() const {
     return grid.m_box.center();
 }
 
+bool isSameFrame(const DensityMap& map, const DensityMap& mask) {
+    constexpr double tolerance = 0.01; // of a voxel
+    const cVector3 between = mask.origin - map.origin;
+    const bool isSame =
+        mask.size == map.size && std::abs(between.x) < tolerance * map.voxel.x &&
+        std::abs(between.y) < tolerance * map.voxel.y && std::abs(between.z) < tolerance * map.voxel.z &&
+        (mask.voxel - map.voxel).norm() * static_cast<double>(map.size[0]) < tolerance * map.voxel.x * 3.0;
+    return isSame;
+}
+
 PreparedMap prepareMap(const DensityMap& map, const PreparedModel& model, const ScanChoice& choice,
                        const MapRequest& request) {
-    if (request.mask != nullptr) {
-        checkMask(map, *request.mask);
+    if (request.mask != nullptr && !isSameFrame(map, *request.mask)) {
+        throw std::invalid_argument(
+            "the mask has another frame than the map: give a mask with the same size, "
+            "voxels and place");
     }
     DensityMap coarse =
         coarsen(map, {choice.mapResolution, choice.resolution, choice.voxel, request.level, request.mask});
@@ -135,12 +165,7 @@ PreparedMap prepareMap(const DensityMap& map, const PreparedModel& model, const 
     prepared.level = request.level.value_or(level);
     const Content content = findContent(coarse, level, 0.5 * choice.resolution);
     if (content.voxels == 0) {
-        const float highest = *std::max_element(map.values.begin(), map.values.end());
-        throw std::invalid_argument("the map has no content" +
-                                    (request.level ? " above the level " + text(*request.level) +
-                                                         ": its highest density is " +
-                                                         text(static_cast<double>(highest))
-                                                   : std::string(": all its voxels have the same density")));
+        throw std::invalid_argument(reasonOfNothing(map, coarse, request, level));
     }
     layGrid(prepared, content, choice.voxel, model.reach + sigmasOfAtom * choice.sigma, coarse);
     if (request.field == MapField::Laplacian) {

@@ -40,8 +40,11 @@ struct PreparedMap {
     cVector3 middle() const;
 };
 
-/// @throws std::invalid_argument, with the remedy, for a map without content above the level or a mask of
-///         another frame
+/// Whether a mask has the size of a map and the place and voxels as well, to a hundredth of a voxel.
+bool isSameFrame(const DensityMap& map, const DensityMap& mask);
+
+/// @throws std::invalid_argument, with the remedy, for a map without content above the level, a mask of
+///         another frame, or a content or model for which the grid would be too large
 PreparedMap prepareMap(const DensityMap& map, const PreparedModel& model, const ScanChoice& choice,
                        const MapRequest& request);
 

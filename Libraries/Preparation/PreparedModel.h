@@ -14,9 +14,6 @@ struct PreparedModel {
     RigidMotion fromFile;          ///< that brought them there
     double radiusOfGyration = 0.0; ///< every atom the same, angstrom
     double reach = 0.0;            ///< of the atom farthest from the middle, angstrom
-
-    /// The mean of the positions in the frame of the file.
-    cVector3 centre() const { return fromFile.inverse().translation; }
 };
 
 /// The axes are the eigenvectors of the second moments; which way each points follows from the sign of the

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <stdexcept>
+#include <string>
+
+#include "Preparation/numberText.h"
 
 namespace {
 
@@ -18,16 +20,11 @@ constexpr double coarsestStep = 20.0;    // degrees
 constexpr double finestStep = 0.5;       // degrees
 constexpr double wholeTurn = 180.0;      // degrees: no orientation is farther from any other
 
-std::string text(double value) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%.4g", value);
-    return buffer;
-}
-
 void requireBetween(const char* what, double value, double least, double most, const char* unit) {
     if (!(value >= least && value <= most)) {
-        throw std::invalid_argument(std::string("the ") + what + " has to be a number from " + text(least) +
-                                    " to " + text(most) + " " + unit + ", not " + text(value));
+        throw std::invalid_argument(std::string("the ") + what + " has to be a number from " +
+                                    numberText(least) + " to " + numberText(most) + " " + unit + ", not " +
+                                    numberText(value));
     }
 }
 
@@ -39,23 +36,29 @@ double resolutionOf(const ScanNeeds& needs, std::vector<std::string>& remarks) {
     if (needs.resolution >= shown) {
         return needs.resolution;
     }
-    remarks.push_back("a resolution of " + text(needs.resolution) + " A needs voxels of " +
-                      text(0.5 * needs.resolution) + " A or less and the map has " + text(needs.mapVoxel) +
-                      " A, so it is taken to have " + text(shown) +
+    if (!(shown <= coarsestResolution)) {
+        throw std::invalid_argument("the map has voxels of " + numberText(needs.mapVoxel) +
+                                    " A, which show nothing finer than " + numberText(shown) +
+                                    " A: correct the lengths of the cell in its header");
+    }
+    remarks.push_back("a resolution of " + numberText(needs.resolution) + " A needs voxels of " +
+                      numberText(0.5 * needs.resolution) + " A or less and the map has " +
+                      numberText(needs.mapVoxel) + " A, so it is taken to have " + numberText(shown) +
                       " A: check the resolution and the voxel size");
     return shown;
 }
 
 double scanResolutionOf(const ScanNeeds& needs, double mapResolution, std::vector<std::string>& remarks) {
     if (!needs.scanResolution) {
-        return std::max({mapResolution, finestScan, scanPerRadius * needs.radiusOfGyration});
+        return std::min(std::max({mapResolution, finestScan, scanPerRadius * needs.radiusOfGyration}),
+                        coarsestResolution);
     }
     requireBetween("scan resolution", *needs.scanResolution, 1.0, coarsestResolution, "A");
     if (*needs.scanResolution < mapResolution) {
-        remarks.push_back("a scan at " + text(*needs.scanResolution) +
+        remarks.push_back("a scan at " + numberText(*needs.scanResolution) +
                           " A would look for more than the map shows, so "
                           "it is made at the map's " +
-                          text(mapResolution) + " A");
+                          numberText(mapResolution) + " A");
     }
     return std::max(*needs.scanResolution, mapResolution);
 }
@@ -78,9 +81,9 @@ ScanChoice chooseScan(const ScanNeeds& needs) {
     choice.sigma = gaussianOf(choice.resolution);
     choice.step = stepOf(needs, choice.resolution);
     if (choice.mapResolution > needs.radiusOfGyration) {
-        choice.remarks.push_back("the map's resolution of " + text(choice.mapResolution) +
+        choice.remarks.push_back("the map's resolution of " + numberText(choice.mapResolution) +
                                  " A is coarser than the model's radius of gyration of " +
-                                 text(needs.radiusOfGyration) +
+                                 numberText(needs.radiusOfGyration) +
                                  " A, so that the map hardly tells orientations apart");
     }
     return choice;

@@ -11,6 +11,8 @@ namespace {
 constexpr double sigmasAboveBackground = 4.0;
 constexpr double leastShareOfHighest = 0.1;
 constexpr double smallestPart = 0.01; // of the largest
+// Of the largest magnitude: what the sums of a filter make of equal values differs by less.
+constexpr double roundingOfFilter = 1e-5;
 
 /// The narrowest half of sorted numbers, again and again (Bickel and Fruehwirth 2006).
 double halfSampleMode(const std::vector<float>& sorted) {
@@ -164,8 +166,9 @@ void encloseBySphere(const std::vector<cVector3>& points, Content& content) {
 double chooseLevel(const DensityMap& map) {
     std::vector<float> sorted = map.values;
     std::sort(sorted.begin(), sorted.end());
+    const double lowest = sorted.front();
     const double highest = sorted.back();
-    if (!(static_cast<double>(sorted.front()) < highest)) {
+    if (!(highest - lowest > roundingOfFilter * std::max(std::abs(lowest), std::abs(highest)))) {
         return std::numeric_limits<double>::quiet_NaN();
     }
     const double background = halfSampleMode(sorted);

@@ -22,7 +22,7 @@ struct Content {
 /// most frequent density; its noise is judged by the values below it, where no particle adds any. The level
 /// lies four standard deviations of that noise above the background, and no lower than a tenth of the way to
 /// the highest value.
-/// @return not a number for a map whose values are all the same
+/// @return not a number for a map whose values are all the same but for rounding
 double chooseLevel(const DensityMap& map);
 
 /// The connected parts of a map above a level, without specks that hold less than a hundredth of the largest

@@ -86,9 +86,11 @@ TEST(OutputFolder, RestartRemovesOnlyWhatTheRunDidNotWrite) {
                              "out/prepared/map.ccp4", "out/mine.txt"}) {
         scratch.write(name, "x");
     }
-    OutputFolder folder(scratch.of("out"), true, {});
-    EXPECT_TRUE(scratch.has("out/pose_02.pdb")); // until the run is through
-    folder.removeEarlier({"poses.csv", "pose_01.pdb"});
+    {
+        const OutputFolder folder(scratch.of("out"), true, {});
+        EXPECT_TRUE(scratch.has("out/pose_02.pdb")); // until the run is through
+        folder.removeEarlier({"poses.csv", "pose_01.pdb"});
+    }
     EXPECT_EQ(scratch.entries(), (std::set<std::string>{"out", "out/mine.txt", "out/pose_01.pdb",
                                                         "out/poses.csv", "out/prepared"}));
 }
@@ -103,6 +105,17 @@ TEST(OutputFolder, AnInputUnderTheNameOfAResultIsRefusedEvenWithRestart) {
         });
         EXPECT_TRUE(contains(refusal, input) && contains(refusal, "--output")) << refusal;
     }
+}
+
+TEST(OutputFolder, BelongsToOneRunAtATime) {
+    const ScratchFolder scratch;
+    {
+        const OutputFolder first(scratch.of("out"), false, {});
+        const std::string refusal = refusalOf([&] { OutputFolder(scratch.of("out"), true, {}); });
+        EXPECT_TRUE(contains(refusal, "another run") && contains(refusal, "--output")) << refusal;
+    }
+    EXPECT_EQ(refusalOf([&] { OutputFolder(scratch.of("out"), false, {}); }), "");
+    EXPECT_TRUE(scratch.entries().empty());
 }
 
 TEST(OutputFolder, ThatIsAFileOrMayNotBeWrittenIsRefused) {

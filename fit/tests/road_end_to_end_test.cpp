@@ -284,6 +284,22 @@ TEST_F(SelvaneFit, EndsUnderALimitOfItsAddressSpace) {
     }
 }
 
+TEST_F(SelvaneFit, NamesTheMaskThatLiesElsewhere) {
+    m_scratch.write("mask.mrc", mapAtOrigin({1.0, 2.0, 3.0}));
+    const Outcome run = fitInto("out", {"--quiet", "--mask", "mask.mrc"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err.find("selvane-fit: mask.mrc: the mask has another frame"), 0U) << run.err;
+}
+
+/// The columns of the PDB format end at 9999.999 A.
+TEST_F(SelvaneFit, SaysThatPosesBeyondTheColumnsOfPdbAreMmcif) {
+    m_scratch.write("far.mrc", mapAtOrigin({20000.0, 0.0, 0.0}));
+    const Outcome run = fitInto("out", coarseWith({"--quiet", "--poses", "2"}), "far.mrc");
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(m_scratch.has("out/pose_02.cif"));
+    EXPECT_TRUE(contains(run.err, "model.pdb: 2 of 2 poses are written as mmCIF")) << run.err;
+}
+
 TEST_F(SelvaneFit, ASignalLeavesNoPartialFiles) {
     const pid_t child = fork();
     if (child == 0) {

@@ -198,6 +198,43 @@ TEST(PrepareMap, RefusesAMapWithoutContent) {
     }
 }
 
+std::string refusalOf(const DensityMap& map, const ScanChoice& choice, const MapRequest& request = {},
+                      double modelReach = 15.0) {
+    try {
+        prepareMap(map, modelOf(modelReach), choice, request);
+    } catch (const std::invalid_argument& error) {
+        return error.what();
+    }
+    return "";
+}
+
+/// The filter's sums of equal values differ in their last digits, which are no content.
+TEST(PrepareMap, TellsWhyThereIsNoContent) {
+    const cVector3 origin(0.0), voxel(3.0);
+    const DensityMap flat = mapOf({20, 20, 20}, origin, voxel, [](const cVector3&) { return 5.3; });
+    EXPECT_NE(refusalOf(flat, choiceOf(10.0, 10.0)).find("same density"), std::string::npos);
+
+    DensityMap mask = particleMap();
+    std::fill(mask.values.begin(), mask.values.end(), 0.0F);
+    MapRequest request;
+    request.mask = &mask;
+    EXPECT_NE(refusalOf(particleMap(), choiceOf(8.0, 10.0), request).find("mask"), std::string::npos);
+
+    const DensityMap inverted = mapOfBlobs({36, 40, 32}, origin, voxel, {{cVector3(50.0), 6.0, -1.0}});
+    EXPECT_NE(refusalOf(inverted, choiceOf(8.0, 10.0)).find("stands out"), std::string::npos);
+}
+
+TEST(PrepareMap, RefusesGridsOfOneVoxelAndOfTooMany) {
+    ScanChoice choice = choiceOf(8.0, 10.0);
+    choice.voxel = 100.0;
+    EXPECT_NE(refusalOf(particleMap(), choice).find("no larger than a voxel"), std::string::npos);
+    for (const double reach : {4000.0, 1e6, 1e12, 1e300}) {
+        EXPECT_NE(refusalOf(particleMap(), choiceOf(8.0, 10.0), {}, reach).find("--scan-resolution"),
+                  std::string::npos)
+            << reach;
+    }
+}
+
 TEST(PrepareMap, TakesTheLevelThatIsGiven) {
     MapRequest request;
     request.level = 0.85;

@@ -36,7 +36,7 @@ TEST(PrepareModel, PutsTheMiddleAtTheOrigin) {
     atoms[2].position = cVector3(0.0, 10.0, 5.0);
     atoms[3].position = cVector3(0.0, -10.0, 5.0);
     const PreparedModel model = prepareModel(atoms);
-    EXPECT_LT((model.centre() - cVector3(0.0, 0.0, 5.0)).norm(), 1e-12);
+    EXPECT_LT((model.fromFile.inverse().translation - cVector3(0.0, 0.0, 5.0)).norm(), 1e-12);
     EXPECT_DOUBLE_EQ(model.reach, 20.0);
     EXPECT_DOUBLE_EQ(model.radiusOfGyration, std::sqrt((2.0 * 400.0 + 2.0 * 100.0) / 4.0));
     EXPECT_NEAR(std::abs(model.atoms[0].position.x), 20.0, 1e-12) << "the longest axis lies along x";
@@ -87,6 +87,6 @@ TEST(PrepareModel, TakesASingleAtomAndRefusesNone) {
     one[0].position = cVector3(3.0, 4.0, 5.0);
     const PreparedModel model = prepareModel(one);
     EXPECT_EQ(model.reach, 0.0);
-    EXPECT_LT((model.centre() - one[0].position).norm(), 1e-12);
+    EXPECT_LT((model.fromFile.inverse().translation - one[0].position).norm(), 1e-12);
     EXPECT_THROW(prepareModel({}), std::invalid_argument);
 }

@@ -91,6 +91,13 @@ TEST(ChooseScan, WorksForASingleAtom) {
     EXPECT_EQ(choice.resolution, 10.0);
 }
 
+/// Atoms of the search are as wide as the resolution, and none is wider than that of 300 A.
+TEST(ChooseScan, KeepsToWidthsThatAtomsMayHave) {
+    EXPECT_EQ(chooseScan(needs(10.0, 1e5)).resolution, 300.0);
+    EXPECT_EQ(chooseScan(needs(10.0, 25.0, 150.0)).resolution, 300.0);
+    EXPECT_THROW(chooseScan(needs(10.0, 25.0, 151.0)), std::invalid_argument);
+}
+
 TEST(ChooseScan, RefusesWhatNoScanCanBeMadeWith) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
