@@ -122,17 +122,45 @@ ComplexArray StagedCorrelator::spectrumOf(const double* values) {
     return spectrum;
 }
 
+void StagedCorrelator::prefetchSlabRow(std::size_t i, std::size_t j) {
+    if (j < m_size[1] && i < m_filled[0]) {
+        prefetchPairs<0>(slab(j) + i * m_stride, m_stride);
+    }
+}
+
+/// The transformed slab j times a pattern's. Meanwhile the next slab comes in.
+/// @param product  of a slab's size; may be the transformed slab itself
+void StagedCorrelator::multiplySlab(std::size_t j, const ComplexArray& spectrum, double (*product)[2]) {
+    for (std::size_t i = 0; i < m_size[0]; ++i) {
+        const std::size_t row = i * m_stride;
+        multiplyConjugate(m_slabSpectrum.data() + row, spectrum.data() + j * m_slab.size() + row,
+                          product + row, m_stride);
+        prefetchSlabRow(i, j + 1);
+    }
+}
+
 void StagedCorrelator::correlate(const ComplexArray& spectrum) {
     requireSpectrumSize(spectrum, m_spectrum.size());
     for (std::size_t j = 0; j < m_size[1]; ++j) {
         transformSlab(j, m_filled[0]);
-        for (std::size_t i = 0; i < m_size[0]; ++i) {
-            double(*const row)[2] = m_slabSpectrum.data() + i * m_stride;
-            multiplyConjugate(row, spectrum.data() + j * m_slab.size() + i * m_stride, row, m_stride);
-            if (j + 1 < m_size[1] && i < m_filled[0]) {
-                prefetchPairs<0>(slab(j + 1) + i * m_stride, m_stride);
-            }
-        }
+        multiplySlab(j, spectrum, m_slabSpectrum.data());
+        m_columnsBackward.execute(m_slabSpectrum.data(), slab(j));
+    }
+}
+
+// The other correlator lends its buffer for the second product, so that the first may take this one's.
+void StagedCorrelator::correlate(const ComplexArray& first, const ComplexArray& second,
+                                 StagedCorrelator& other) {
+    requireSpectrumSize(first, m_spectrum.size());
+    requireSpectrumSize(second, m_spectrum.size());
+    if (&other == this || other.m_size != m_size) {
+        throw std::length_error("a second result needs another correlator of the same size");
+    }
+    for (std::size_t j = 0; j < m_size[1]; ++j) {
+        transformSlab(j, m_filled[0]);
+        multiplySlab(j, second, other.m_slabSpectrum.data());
+        multiplySlab(j, first, m_slabSpectrum.data());
+        other.m_columnsBackward.execute(other.m_slabSpectrum.data(), other.slab(j));
         m_columnsBackward.execute(m_slabSpectrum.data(), slab(j));
     }
 }

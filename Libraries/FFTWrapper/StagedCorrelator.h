@@ -65,6 +65,17 @@ public:
     /// @throws std::length_error if the spectrum is of another size than the grid's
     void correlate(const ComplexArray& spectrum);
 
+    /// The same with two patterns, whose target is transformed only once.
+    /// @param other  takes the result with the second pattern, as if it had correlated this target itself;
+    ///               another correlator on a grid of the same size
+    /// @throws std::length_error if a spectrum or `other` is of another size than the grid's
+    void correlate(const ComplexArray& first, const ComplexArray& second, StagedCorrelator& other);
+
+    /// Memory for n_k numbers of the nodes (i, j, .), any node of the grid: that of the result's plane i,
+    /// which readResult() no longer needs once it hands out that plane. A result that was written over cannot
+    /// be read again.
+    double* resultRow(std::size_t i, std::size_t j) { return slab(j)[i * m_stride]; }
+
     /// Hands the result out, any number of times.
     /// @param takeRow  takeRow(i, j, row) reads the n_k numbers of nodes (i, j, .), in flat order
     template <class TakeRow>
@@ -83,10 +94,12 @@ private:
 
     void storePlane(PlaneTransform& plane, std::size_t i);
     void transformSlab(std::size_t j, std::size_t filledPlanes);
+    void multiplySlab(std::size_t j, const ComplexArray& spectrum, double (*product)[2]);
     void loadPlane(std::size_t i);
     /// Asks for the memory of the rows that follow (i, j), where targetRow() is read and the plane stored.
     void prefetchPlaneRows(std::size_t i, std::size_t j);
     void prefetchToLoad(std::size_t i, std::size_t j);
+    void prefetchSlabRow(std::size_t i, std::size_t j);
     double (*slab(std::size_t j))[2] { return m_spectrum.data() + j * m_size[0] * m_stride; }
 
     std::array<std::size_t, 3> m_size;
