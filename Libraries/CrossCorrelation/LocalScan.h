@@ -79,6 +79,9 @@ public:
     /// @throws std::logic_error if the map was rotated since it was correlated last
     void offer(Set& byScore, Set* byOverlap, std::size_t modes);
 
+    /// max V of the rotation correlated last, as LocalCorrelator has it.
+    double largestVariance() const { return m_correlator.largestVariance(); }
+
 private:
     enum class State { Empty, Rotated, Correlated };
 
