@@ -90,6 +90,8 @@ public:
     double largestVariance(const Angles& angles) {
         m_local.rotate(angles);
         m_local.correlate(*m_localPattern);
+        Poses poses(1);
+        m_local.offer(poses, nullptr, 0);
         return m_local.largestVariance();
     }
 

@@ -55,12 +55,36 @@ void toVariances(const double* __restrict squares, std::size_t n, double perNode
     }
 }
 
+/// In lanes, for a single running maximum would wait for each comparison.
 SELVANE_MULTIVERSION
 double largestOf(const double* values, std::size_t n, double largest) {
-    for (std::size_t p = 0; p < n; ++p) {
-        largest = values[p] > largest ? values[p] : largest;
+    constexpr std::size_t lanes = 16;
+    std::array<double, lanes> most;
+    most.fill(largest);
+    std::size_t p = 0;
+    for (; p + lanes <= n; p += lanes) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            most[lane] = values[p + lane] > most[lane] ? values[p + lane] : most[lane];
+        }
     }
-    return largest;
+    for (; p < n; ++p) {
+        most[0] = values[p] > most[0] ? values[p] : most[0];
+    }
+    return *std::max_element(most.begin(), most.end());
+}
+
+/// Whether some overlap is above a bound, or its score above another by its square.
+/// @param leastVariance  at most that of the scores
+SELVANE_MULTIVERSION
+bool isAnyAbove(const double* __restrict overlaps, const double* __restrict variances, std::size_t n,
+                double overlap, double squaredScore, double leastVariance) {
+    int above = 0;
+    for (std::size_t p = 0; p < n; ++p) {
+        const double variance = variances[p] > leastVariance ? variances[p] : leastVariance;
+        above |= overlaps[p] > overlap ? 1 : 0;
+        above |= overlaps[p] * std::abs(overlaps[p]) > squaredScore * variance ? 1 : 0;
+    }
+    return above != 0;
 }
 
 SELVANE_MULTIVERSION
@@ -78,9 +102,11 @@ LocalCorrelator::LocalCorrelator(const cGrid& grid, const std::array<unsigned in
     , m_filled{filled[0], filled[1], filled[2]}
     , m_floor(floor)
     , m_overlap(grid, filled)
-    , m_squares(grid, filled)
-    , m_sums(grid, filled)
-    , m_scores(m_size[2]) {
+    , m_squares(m_overlap.sibling())
+    , m_sums(m_overlap.sibling())
+    , m_plane(m_size[1] * m_size[2])
+    , m_scores(m_size[2])
+    , m_isKept(m_size[0] * m_size[1], 0) {
     if (!(floor > 0.0 && floor <= 1.0)) {
         throw std::invalid_argument(
             "LocalCorrelator: the floor of variances has to be above 0 and at most 1");
@@ -95,7 +121,6 @@ LocalSpectra LocalCorrelator::spectraOf(const std::vector<double>& weights, cons
                                     std::to_string(nodes) + " nodes");
         }
     }
-    m_largestVariance = 0.0;
     std::vector<double> field(nodes);
     const auto spectrumOf = [&](const std::vector<double>& values) {
         scaleRow(values.data(), nodes, correlationUnit, field.data());
@@ -108,43 +133,70 @@ LocalSpectra LocalCorrelator::spectraOf(const std::vector<double>& weights, cons
     return spectra;
 }
 
-void LocalCorrelator::correlate(const LocalSpectra& pattern, double factor) {
-    transformTarget(factor);
-    m_overlap.correlate(pattern.weights, pattern.mask, m_sums);
-    m_squares.correlate(pattern.mask);
-    findVariances(pattern.maskedNodes);
+void LocalCorrelator::transformPlane(std::size_t i, double factor) {
+    m_squares.transformPlane(
+        i, [&](std::size_t j, double* row) { return squareRow(targetRow(j), m_filled[2], factor, row); });
+    m_overlap.transformPlane(
+        i, [&](std::size_t j, double* row) { return scaleRow(targetRow(j), m_filled[2], factor, row); });
 }
 
-/// The target lies in the memory of its own spectrum, so its square is taken before.
-void LocalCorrelator::transformTarget(double factor) {
-    m_squares.transformTarget([&](std::size_t i, std::size_t j, double* row) {
-        return squareRow(m_overlap.targetRow(i, j), m_filled[2], factor, row);
+/// The three correlations slab by slab, so that the mask's spectrum is read but once.
+void LocalCorrelator::correlate(const LocalSpectra& pattern) {
+    m_overlap.requireSize(pattern.weights);
+    m_overlap.requireSize(pattern.mask);
+    m_perMaskedNode = pattern.maskedNodes > 0 ? 1.0 / static_cast<double>(pattern.maskedNodes) : 0.0;
+    for (std::size_t j = 0; j < m_size[1]; ++j) {
+        m_overlap.correlateSlab(j, pattern.weights, pattern.mask, m_sums);
+        m_squares.correlateSlab(j, pattern.mask);
+    }
+}
+
+/// Before max V is known a score has an upper bound by the largest V so far. Beginning with the plane where
+/// it was last time makes that a good one from the start, and few rows are kept for nothing; which ones has
+/// no part in the scores.
+void LocalCorrelator::keepRows(const Bounds& bounds) {
+    Largest largest;
+    std::size_t planeOfLargest = 0;
+    for (std::size_t p = 0; p < m_size[0]; ++p) {
+        const std::size_t i = (m_firstPlane + p) % m_size[0];
+        const double before = largest.variance;
+        findVariances(i, largest);
+        if (largest.variance > before) {
+            planeOfLargest = i;
+        }
+        keepRowsOfPlane(i, bounds, m_floor * largest.variance);
+    }
+    m_firstPlane = planeOfLargest;
+    m_largestVariance = largest.variance > rounding * largest.square ? largest.variance : 0.0;
+}
+
+void LocalCorrelator::findVariances(std::size_t i, Largest& largest) {
+    m_sums.readPlane(i, [&](std::size_t j, const double* row) {
+        std::memcpy(m_plane.data() + j * m_size[2], row, m_size[2] * sizeof(double));
     });
-    m_overlap.transformTarget([&](std::size_t i, std::size_t j, double* row) {
-        return scaleRow(m_overlap.targetRow(i, j), m_filled[2], factor, row);
+    m_squares.readPlane(i, [&](std::size_t j, const double* row) {
+        double* const variances = m_plane.data() + j * m_size[2];
+        toVariances(row, m_size[2], m_perMaskedNode, variances);
+        largest.variance = largestOf(variances, m_size[2], largest.variance);
+        largest.square = largestOf(row, m_size[2], largest.square);
     });
 }
 
-void LocalCorrelator::findVariances(std::size_t maskedNodes) {
-    m_largestVariance = 0.0;
-    if (maskedNodes == 0) {
-        return;
-    }
-    const double perNode = 1.0 / static_cast<double>(maskedNodes);
-    m_sums.readResult([&](std::size_t i, std::size_t j, const double* row) {
-        std::memcpy(m_sums.resultRow(i, j), row, m_size[2] * sizeof(double));
+/// Puts overlaps and variances of the rows that are asked for where the plane came from.
+void LocalCorrelator::keepRowsOfPlane(std::size_t i, const Bounds& bounds, double leastVariance) {
+    constexpr double roundedDown = 1.0 - 1e-9; // of a comparison by squares
+    const bool isAll = !(bounds.score >= 0.0 && bounds.overlap >= 0.0);
+    const double squaredScore = bounds.score * bounds.score * roundedDown;
+    m_overlap.readPlane(i, [&](std::size_t j, const double* row) {
+        const double* const variances = m_plane.data() + j * m_size[2];
+        const bool isKept =
+            isAll || isAnyAbove(row, variances, m_size[2], bounds.overlap, squaredScore, leastVariance);
+        m_isKept[i * m_size[1] + j] = isKept ? 1 : 0;
+        if (isKept) {
+            std::memcpy(m_overlap.resultRow(i, j), row, m_size[2] * sizeof(double));
+            std::memcpy(m_sums.resultRow(i, j), variances, m_size[2] * sizeof(double));
+        }
     });
-    double largest = 0.0;
-    double largestSquare = 0.0;
-    m_squares.readResult([&](std::size_t i, std::size_t j, const double* row) {
-        double* const variances = m_sums.resultRow(i, j);
-        toVariances(row, m_size[2], perNode, variances);
-        largest = largestOf(variances, m_size[2], largest);
-        largestSquare = largestOf(row, m_size[2], largestSquare);
-    });
-    if (largest > rounding * largestSquare) {
-        m_largestVariance = largest;
-    }
 }
 
 void LocalCorrelator::divide(const double* overlaps, const double* variances) {

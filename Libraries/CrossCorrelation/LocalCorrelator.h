@@ -30,7 +30,8 @@ struct LocalSpectra {
 /// Where no V is above the rounding of its sums, or the mask is empty, every score is 0.
 ///
 /// Three sweeps as those of StagedCorrelator, for two forward and three inverse transforms of real fields;
-/// holds three half spectra and neither M, V nor scores as fields of their own. Serves one thread at a time.
+/// holds three half spectra, and of M, V and the scores no more than a plane, but for the rows of the result
+/// that are asked for. Serves one thread at a time.
 class LocalCorrelator {
 public:
     /// @param grid    of all fields; not kept
@@ -45,40 +46,66 @@ public:
     /// @throws std::length_error for fields of another size
     LocalSpectra spectraOf(const std::vector<double>& weights, const std::vector<double>& mask);
 
-    /// Memory for filled[2] numbers of the nodes (i, j, .) of a target that is to come, i < filled[0] and j <
-    /// filled[1].
-    double* targetRow(std::size_t i, std::size_t j) { return m_overlap.targetRow(i, j); }
+    /// Memory for filled[2] numbers of the nodes (i, j, .) of a target, j < filled[1], until
+    /// transformPlane(i).
+    double* targetRow(std::size_t j) { return m_plane.data() + j * m_size[2]; }
 
-    /// Correlates the target in targetRow(), times a factor. The target is lost.
-    void correlate(const LocalSpectra& pattern, double factor);
+    /// Takes plane i of the target, times a factor. A correlation begins with all of them, i < filled[0].
+    void transformPlane(std::size_t i, double factor);
 
-    /// Hands the result out, any number of times.
+    /// Correlates the target.
+    /// @throws std::length_error if the pattern is of another grid
+    void correlate(const LocalSpectra& pattern);
+
+    /// What is asked for of a result.
+    struct Bounds {
+        double score = -1.0;
+        double overlap = -1.0;
+    };
+
+    /// Hands the result out, once: at least every row in which a score or an overlap is above its bound; each
+    /// row if one of the bounds is below 0.
     /// @param takeRow  takeRow(i, j, overlaps, scores) reads the n_k numbers each of nodes (i, j, .), in flat
     ///                 order
     template <class TakeRow>
-    void readResult(TakeRow&& takeRow) {
-        m_overlap.readResult([&](std::size_t i, std::size_t j, const double* overlaps) {
-            divide(overlaps, m_sums.resultRow(i, j));
-            takeRow(i, j, overlaps, m_scores.data());
-        });
+    void readResult(const Bounds& bounds, TakeRow&& takeRow) {
+        keepRows(bounds);
+        for (std::size_t i = 0; i < m_size[0]; ++i) {
+            for (std::size_t j = 0; j < m_size[1]; ++j) {
+                if (m_isKept[i * m_size[1] + j] != 0) {
+                    const double* const overlaps = m_overlap.resultRow(i, j);
+                    divide(overlaps, m_sums.resultRow(i, j));
+                    takeRow(i, j, overlaps, m_scores.data());
+                }
+            }
+        }
     }
 
-    /// max V of the last target: 0 where there is nothing to compare.
+    /// max V of the last result that was read: 0 where there is nothing to compare.
     double largestVariance() const { return m_largestVariance; }
 
 private:
-    void transformTarget(double factor);
-    void findVariances(std::size_t maskedNodes);
+    struct Largest {
+        double variance = 0.0, square = 0.0;
+    };
+
+    void keepRows(const Bounds& bounds);
+    void findVariances(std::size_t i, Largest& largest);
+    void keepRowsOfPlane(std::size_t i, const Bounds& bounds, double leastVariance);
     void divide(const double* overlaps, const double* variances);
 
     std::array<std::size_t, 3> m_size;
     std::array<std::size_t, 3> m_filled;
     double m_floor;
-    dft::StagedCorrelator m_overlap; ///< of M with P
+    dft::StagedCorrelator m_overlap; ///< of M with P; in the end of kept rows the overlaps
     dft::StagedCorrelator m_squares; ///< of M^2 with m
-    dft::StagedCorrelator m_sums;    ///< of M with m; and V in place of it, once both are known
+    dft::StagedCorrelator m_sums;    ///< of M with m; in the end of kept rows V
+    std::vector<double> m_plane;     ///< of M, and of V
+    std::vector<double> m_scores;    ///< a row
+    std::vector<char> m_isKept;      ///< by row of the result
+    double m_perMaskedNode = 0.0;    ///< 1 / n of the last pattern, or 0
     double m_largestVariance = 0.0;
-    std::vector<double> m_scores; ///< a row
+    std::size_t m_firstPlane = 0; ///< where the last result had max V
 };
 
 #endif

@@ -3,12 +3,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numeric>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
 #include "CrossCorrelation/offerScores.h"
+#include "CrossCorrelation/scoreFloor.h"
 
 namespace {
 
@@ -71,6 +73,14 @@ void normalize(std::vector<double>& weights, const std::vector<double>& mask) {
     }
 }
 
+/// The score that a candidate of a set has to exceed.
+double boundOf(const LocalScan::Set* set) {
+    if (set == nullptr) {
+        return std::numeric_limits<double>::infinity();
+    }
+    return set->isFull() ? std::max(scoreFloor, set->last().m_rigidScore) : scoreFloor;
+}
+
 } // namespace
 
 std::vector<double> cyclicNegativeLaplacian(const std::vector<double>& field, const cGrid& grid) {
@@ -129,8 +139,9 @@ std::shared_ptr<const LocalSpectra> LocalScan::makePattern(const ElectronDensity
 }
 
 void LocalScan::rotate(const std::array<double, 3>& eulerAngles) {
-    m_rotator.rotate(eulerAngles,
-                     [this](std::size_t i, std::size_t j) { return m_correlator.targetRow(i, j); });
+    m_rotator.rotatePlanes(
+        eulerAngles, [this](std::size_t, std::size_t j) { return m_correlator.targetRow(j); },
+        [this](std::size_t i) { m_correlator.transformPlane(i, m_factor); });
     m_eulerAngles = eulerAngles;
     m_state = State::Rotated;
 }
@@ -139,7 +150,7 @@ void LocalScan::correlate(const LocalSpectra& pattern) {
     if (m_state != State::Rotated) {
         throw std::logic_error("LocalScan: no rotation to correlate");
     }
-    m_correlator.correlate(pattern, m_factor);
+    m_correlator.correlate(pattern);
     m_state = State::Correlated;
 }
 
@@ -147,19 +158,20 @@ void LocalScan::offer(Set& byScore, Set* byOverlap, std::size_t modes) {
     if (m_state != State::Correlated) {
         throw std::logic_error("LocalScan: the present rotation is not correlated");
     }
+    m_state = State::Empty;
     const arma::Col<double> eta(modes, arma::fill::zeros);
-    const auto [alpha, beta, gamma] = m_eulerAngles;
-    m_correlator.readResult([&, a = alpha, b = beta, c = gamma](
-                                std::size_t i, std::size_t j, const double* overlaps, const double* scores) {
+    const double alpha = m_eulerAngles[0], beta = m_eulerAngles[1], gamma = m_eulerAngles[2];
+    const auto takeRow = [&](std::size_t i, std::size_t j, const double* overlaps, const double* scores) {
         const auto offerRow = [&](Set& set, const double* values) {
             offerScores(set, values, m_grid->m_size[2], [&](std::size_t k) {
                 return HexaustFlexibleFitConformation(values[k], static_cast<int>(i), static_cast<int>(j),
-                                                      static_cast<int>(k), eta, m_grid, a, b, c);
+                                                      static_cast<int>(k), eta, m_grid, alpha, beta, gamma);
             });
         };
         offerRow(byScore, scores);
         if (byOverlap != nullptr) {
             offerRow(*byOverlap, overlaps);
         }
-    });
+    };
+    m_correlator.readResult({boundOf(&byScore), boundOf(byOverlap)}, takeRow);
 }

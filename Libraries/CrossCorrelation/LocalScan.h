@@ -73,13 +73,13 @@ public:
     void correlate(const LocalSpectra& pattern);
 
     /// Offers every voxel whose local score is above ElectronDensity::EPSILON to one set, and every one whose
-    /// overlap is to another, in flat order. Candidates come without derivatives.
+    /// overlap is to another, in flat order, once. Candidates come without derivatives.
     /// @param byOverlap  may be null
     /// @param modes      amplitudes of a candidate, all 0
-    /// @throws std::logic_error if the map was rotated since it was correlated last
+    /// @throws std::logic_error unless the map was correlated since its candidates were offered last
     void offer(Set& byScore, Set* byOverlap, std::size_t modes);
 
-    /// max V of the rotation correlated last, as LocalCorrelator has it.
+    /// max V of the rotation offered last, as LocalCorrelator has it.
     double largestVariance() const { return m_correlator.largestVariance(); }
 
 private:

@@ -166,6 +166,8 @@ TEST(LocalScan, OffersTheBestScoresAndTheBestOverlapsOfTheWholeFields) {
         scan.rotate(angles);
         scan.correlate(*spectra);
         scan.offer(byScore, &byOverlap, 2);
+        scan.rotate(angles);
+        scan.correlate(*spectra);
         scan.offer(alone, nullptr, 2);
         auto expected = localreference::byEngine(*scene.model.grid, scene.target(angles), pattern.weights,
                                                  pattern.mask, floorOfTests);
@@ -267,4 +269,5 @@ TEST(LocalScan, InvalidOrderAndFloorThrow) {
     scan.correlate(*spectra);
     EXPECT_THROW(scan.correlate(*spectra), std::logic_error);
     EXPECT_NO_THROW(scan.offer(set, nullptr, 0));
+    EXPECT_THROW(scan.offer(set, nullptr, 0), std::logic_error);
 }
