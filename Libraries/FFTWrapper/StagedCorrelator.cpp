@@ -65,7 +65,6 @@ StagedCorrelator::Buffers::Buffers(const std::array<std::size_t, 3>& size, std::
     : plane(static_cast<int>(size[1]), static_cast<int>(size[2]), static_cast<int>(filledRows))
     , slab(size[0] * stride)
     , slabSpectrum(size[0] * stride)
-    , product(size[0] * stride)
     , columnsForward(columnsOf(size, stride), ComplexBatchPlan::Sign::Forward, slab.data(),
                      slabSpectrum.data())
     , columnsBackward(columnsOf(size, stride), ComplexBatchPlan::Sign::Backward, slabSpectrum.data(),
@@ -165,6 +164,9 @@ void StagedCorrelator::correlateSlab(std::size_t j, const ComplexArray& spectrum
 void StagedCorrelator::correlateSlab(std::size_t j, const ComplexArray& first, const ComplexArray& second,
                                      StagedCorrelator& other) {
     Buffers& b = *m_buffers;
+    if (b.product.size() == 0) {
+        b.product = ComplexArray(m_slabSize);
+    }
     transformSlab(j, m_filled[0]);
     multiplySlab(j, second, b.product);
     multiplySlab(j, first, b.slabSpectrum);

@@ -130,7 +130,8 @@ private:
         Buffers(const std::array<std::size_t, 3>& size, std::size_t filledRows, std::size_t stride);
 
         PlaneTransform plane;
-        ComplexArray slab, slabSpectrum, product;
+        ComplexArray slab, slabSpectrum;
+        ComplexArray product; ///< with a second pattern, once there is one
         ComplexBatchPlan columnsForward, columnsBackward;
     };
 
