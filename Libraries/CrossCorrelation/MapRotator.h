@@ -41,6 +41,24 @@ public:
                           m_sampler);
     }
 
+    /// The same without a filter, for who can do with one plane at a time.
+    /// @param planeDone  planeDone(i), behind the last row of plane i
+    template <class RowAt, class PlaneDone>
+    void rotatePlanes(const std::array<double, 3>& eulerAngles, RowAt&& rowAt, PlaneDone&& planeDone) const {
+        std::visit(
+            [&](const auto& sampler) {
+                const RotatedLattice lattice = latticeOf(m_grid, eulerAngles);
+                for (unsigned int i = 0; i < m_grid.m_size[0]; ++i) {
+                    for (unsigned int j = 0; j < m_grid.m_size[1]; ++j) {
+                        sampler.sampleRow(lattice.rowStart(i, j), lattice.rowStep(), m_grid.m_size[2],
+                                          rowAt(i, j));
+                    }
+                    planeDone(i);
+                }
+            },
+            m_sampler);
+    }
+
     /// The filter of a rotation alone.
     fccf::SigmaFilter filterOf(const std::array<double, 3>& eulerAngles) const;
 

@@ -34,6 +34,9 @@ class SigmaFilter {
 public:
     SigmaFilter(const FieldMoments& moments, double sigmas);
 
+    /// The filter that leaves every value as it is: moments of no values compare with nothing.
+    static SigmaFilter ofNothing() { return {FieldMoments(), 0.0}; }
+
     double operator()(double v) const {
         const double shifted = v + m_shift;
         return m_threshold > shifted - m_mean ? 0.0 : shifted;

@@ -47,14 +47,28 @@ StagedCorrelator::StagedCorrelator(const Dimensions& n, const std::array<unsigne
     , m_filled(requireFilled(n, filled))
     , m_scale(0.25 / correlationScale(n.realSize))
     , m_stride(strideOfColumns(m_size[2] / 2 + 1))
-    , m_plane(n.n_j, n.n_k, static_cast<int>(m_filled[1]))
-    , m_spectrum(m_size[1] * m_size[0] * m_stride)
-    , m_slab(m_size[0] * m_stride)
-    , m_slabSpectrum(m_size[0] * m_stride)
-    , m_columnsForward(columnsOf(m_size, m_stride), ComplexBatchPlan::Sign::Forward, m_slab.data(),
-                       m_slabSpectrum.data())
-    , m_columnsBackward(columnsOf(m_size, m_stride), ComplexBatchPlan::Sign::Backward, m_slabSpectrum.data(),
-                        m_slab.data()) {}
+    , m_slabSize(m_size[0] * m_stride)
+    , m_buffers(std::make_shared<Buffers>(m_size, m_filled[1], m_stride))
+    , m_spectrum(m_size[1] * m_slabSize) {}
+
+StagedCorrelator::StagedCorrelator(const StagedCorrelator& sibling)
+    : m_size(sibling.m_size)
+    , m_filled(sibling.m_filled)
+    , m_scale(sibling.m_scale)
+    , m_stride(sibling.m_stride)
+    , m_slabSize(sibling.m_slabSize)
+    , m_buffers(sibling.m_buffers)
+    , m_spectrum(m_size[1] * m_slabSize) {}
+
+StagedCorrelator::Buffers::Buffers(const std::array<std::size_t, 3>& size, std::size_t filledRows,
+                                   std::size_t stride)
+    : plane(static_cast<int>(size[1]), static_cast<int>(size[2]), static_cast<int>(filledRows))
+    , slab(size[0] * stride)
+    , slabSpectrum(size[0] * stride)
+    , columnsForward(columnsOf(size, stride), ComplexBatchPlan::Sign::Forward, slab.data(),
+                     slabSpectrum.data())
+    , columnsBackward(columnsOf(size, stride), ComplexBatchPlan::Sign::Backward, slabSpectrum.data(),
+                      slab.data()) {}
 
 void StagedCorrelator::storePlane(PlaneTransform& plane, std::size_t i) {
     for (std::size_t j = 0; j < m_size[1]; ++j) {
@@ -85,22 +99,23 @@ void StagedCorrelator::prefetchToLoad(std::size_t i, std::size_t j) {
 }
 
 void StagedCorrelator::loadPlane(std::size_t i) {
+    PlaneTransform& plane = m_buffers->plane;
     for (std::size_t j = 0; j < m_size[1]; ++j) {
-        std::memcpy(m_plane.spectrumRow(j), slab(j) + i * m_stride,
-                    m_plane.halfRowSize() * sizeof(double[2]));
+        std::memcpy(plane.spectrumRow(j), slab(j) + i * m_stride, plane.halfRowSize() * sizeof(double[2]));
     }
 }
 
 // Columns that end before the slab does are followed by zeros in a buffer; whole ones need none.
 void StagedCorrelator::transformSlab(std::size_t j, std::size_t filledPlanes) {
+    Buffers& b = *m_buffers;
     if (filledPlanes == m_size[0]) {
-        m_columnsForward.execute(slab(j), m_slabSpectrum.data());
+        b.columnsForward.execute(slab(j), b.slabSpectrum.data());
         return;
     }
     const std::size_t filledPairs = filledPlanes * m_stride;
-    std::memcpy(m_slab.data(), slab(j), filledPairs * sizeof(double[2]));
-    std::memset(m_slab.data() + filledPairs, 0, (m_slab.size() - filledPairs) * sizeof(double[2]));
-    m_columnsForward.execute();
+    std::memcpy(b.slab.data(), slab(j), filledPairs * sizeof(double[2]));
+    std::memset(b.slab.data() + filledPairs, 0, (m_slabSize - filledPairs) * sizeof(double[2]));
+    b.columnsForward.execute();
 }
 
 ComplexArray StagedCorrelator::spectrumOf(const double* values) {
@@ -116,24 +131,69 @@ ComplexArray StagedCorrelator::spectrumOf(const double* values) {
     ComplexArray spectrum(m_spectrum.size());
     for (std::size_t j = 0; j < m_size[1]; ++j) {
         transformSlab(j, m_size[0]);
-        std::memcpy(spectrum.data() + j * m_slab.size(), m_slabSpectrum.data(),
-                    m_slab.size() * sizeof(double[2]));
+        std::memcpy(spectrum.data() + j * m_slabSize, m_buffers->slabSpectrum.data(),
+                    m_slabSize * sizeof(double[2]));
     }
     return spectrum;
 }
 
-void StagedCorrelator::correlate(const ComplexArray& spectrum) {
+void StagedCorrelator::prefetchSlabRow(std::size_t i, std::size_t j) {
+    if (j < m_size[1] && i < m_filled[0]) {
+        prefetchPairs<0>(slab(j) + i * m_stride, m_stride);
+    }
+}
+
+/// The transformed slab j times a pattern's. Meanwhile the next slab comes in.
+/// @param product  of a slab's size; may be the transformed slab itself
+void StagedCorrelator::multiplySlab(std::size_t j, const ComplexArray& spectrum, ComplexArray& product) {
+    for (std::size_t i = 0; i < m_size[0]; ++i) {
+        const std::size_t row = i * m_stride;
+        multiplyConjugate(m_buffers->slabSpectrum.data() + row, spectrum.data() + j * m_slabSize + row,
+                          product.data() + row, m_stride);
+        prefetchSlabRow(i, j + 1);
+    }
+}
+
+void StagedCorrelator::correlateSlab(std::size_t j, const ComplexArray& spectrum) {
+    Buffers& b = *m_buffers;
+    transformSlab(j, m_filled[0]);
+    multiplySlab(j, spectrum, b.slabSpectrum);
+    b.columnsBackward.execute(b.slabSpectrum.data(), slab(j));
+}
+
+void StagedCorrelator::correlateSlab(std::size_t j, const ComplexArray& first, const ComplexArray& second,
+                                     StagedCorrelator& other) {
+    Buffers& b = *m_buffers;
+    if (b.product.size() == 0) {
+        b.product = ComplexArray(m_slabSize);
+    }
+    transformSlab(j, m_filled[0]);
+    multiplySlab(j, second, b.product);
+    multiplySlab(j, first, b.slabSpectrum);
+    b.columnsBackward.execute(b.product.data(), other.slab(j));
+    b.columnsBackward.execute(b.slabSpectrum.data(), slab(j));
+}
+
+void StagedCorrelator::requireSize(const ComplexArray& spectrum) const {
     requireSpectrumSize(spectrum, m_spectrum.size());
+}
+
+void StagedCorrelator::correlate(const ComplexArray& spectrum) {
+    requireSize(spectrum);
     for (std::size_t j = 0; j < m_size[1]; ++j) {
-        transformSlab(j, m_filled[0]);
-        for (std::size_t i = 0; i < m_size[0]; ++i) {
-            double(*const row)[2] = m_slabSpectrum.data() + i * m_stride;
-            multiplyConjugate(row, spectrum.data() + j * m_slab.size() + i * m_stride, row, m_stride);
-            if (j + 1 < m_size[1] && i < m_filled[0]) {
-                prefetchPairs<0>(slab(j + 1) + i * m_stride, m_stride);
-            }
-        }
-        m_columnsBackward.execute(m_slabSpectrum.data(), slab(j));
+        correlateSlab(j, spectrum);
+    }
+}
+
+void StagedCorrelator::correlate(const ComplexArray& first, const ComplexArray& second,
+                                 StagedCorrelator& other) {
+    requireSize(first);
+    requireSize(second);
+    if (&other == this || other.m_size != m_size) {
+        throw std::length_error("a second result needs another correlator of the same size");
+    }
+    for (std::size_t j = 0; j < m_size[1]; ++j) {
+        correlateSlab(j, first, second, other);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <memory>
 
 #include "FFTWrapper/ComplexArray.h"
 #include "FFTWrapper/ComplexBatchPlan.h"
@@ -24,6 +25,9 @@ struct Dimensions;
 /// pattern's spectrum and transformed back; plane by plane the rows of the result come out. Zero rows and
 /// planes are not transformed, be they beyond the corner or within it.
 ///
+/// Who has several targets or patterns at once may walk through the sweeps plane by plane and slab by slab,
+/// and through those of several correlators together.
+///
 /// Serves one thread at a time; holds one half spectrum.
 class StagedCorrelator {
 public:
@@ -32,6 +36,12 @@ public:
     /// @throws std::bad_alloc; std::length_error for a grid whose sizes and total disagree, or if filled is 0
     ///         or more than the grid's nodes on an axis; std::runtime_error if the library has no plan
     StagedCorrelator(const cGrid& grid, const std::array<unsigned int, 3>& filled);
+
+    /// One more with a spectrum of its own, that works in the buffers of this one, as far as they lie in
+    /// cache: for two that are used in turn, by one thread.
+    StagedCorrelator sibling() const { return StagedCorrelator(*this); }
+
+    StagedCorrelator(StagedCorrelator&&) = default;
 
     /// Spectrum of a pattern, for correlate() of any correlator on the same grid. What was transformed before
     /// is lost.
@@ -50,14 +60,22 @@ public:
     template <class FillRow>
     void transformTarget(FillRow&& fillRow) {
         for (std::size_t i = 0; i < m_filled[0]; ++i) {
-            m_plane.forward([&](std::size_t j, double* row) {
-                prefetchPlaneRows(i, j);
-                const bool isFilled = fillRow(i, j, row);
-                std::fill(row + m_filled[2], row + m_size[2], 0.0);
-                return isFilled;
-            });
-            storePlane(m_plane, i);
+            transformPlane(i, [&](std::size_t j, double* row) { return fillRow(i, j, row); });
         }
+    }
+
+    /// Plane i of transformTarget(), i < filled[0].
+    /// @param fillRow  fillRow(j, row) as there
+    template <class FillRow>
+    void transformPlane(std::size_t i, FillRow&& fillRow) {
+        PlaneTransform& plane = m_buffers->plane;
+        plane.forward([&](std::size_t j, double* row) {
+            prefetchPlaneRows(i, j);
+            const bool isFilled = fillRow(j, row);
+            std::fill(row + m_filled[2], row + m_size[2], 0.0);
+            return isFilled;
+        });
+        storePlane(plane, i);
     }
 
     /// Correlates the target, once, with a pattern.
@@ -65,38 +83,78 @@ public:
     /// @throws std::length_error if the spectrum is of another size than the grid's
     void correlate(const ComplexArray& spectrum);
 
+    /// @throws std::length_error if the spectrum is of another size than the grid's
+    void requireSize(const ComplexArray& spectrum) const;
+
+    /// Slab j of it, j < n_j. The spectrum is of the grid's size.
+    void correlateSlab(std::size_t j, const ComplexArray& spectrum);
+
+    /// The same with two patterns, whose target is transformed only once.
+    /// @param other  takes the result with the second pattern, as if it had correlated this target itself;
+    ///               another correlator on a grid of the same size
+    /// @throws std::length_error if a spectrum or `other` is of another size than the grid's
+    void correlate(const ComplexArray& first, const ComplexArray& second, StagedCorrelator& other);
+
+    /// Slab j of it, j < n_j.
+    void correlateSlab(std::size_t j, const ComplexArray& first, const ComplexArray& second,
+                       StagedCorrelator& other);
+
+    /// Memory for n_k numbers of the nodes (i, j, .), any node of the grid: that of the result's plane i,
+    /// which readPlane() no longer needs once it hands out that plane. A result that was written over cannot
+    /// be read again.
+    double* resultRow(std::size_t i, std::size_t j) { return slab(j)[i * m_stride]; }
+
     /// Hands the result out, any number of times.
     /// @param takeRow  takeRow(i, j, row) reads the n_k numbers of nodes (i, j, .), in flat order
     template <class TakeRow>
     void readResult(TakeRow&& takeRow) {
         for (std::size_t i = 0; i < m_size[0]; ++i) {
-            loadPlane(i);
-            m_plane.inverse(m_scale, [&](std::size_t j, const double* row) {
-                prefetchToLoad(i + 1, j);
-                takeRow(i, j, row);
-            });
+            readPlane(i, [&](std::size_t j, const double* row) { takeRow(i, j, row); });
         }
     }
 
+    /// Plane i of it.
+    /// @param takeRow  takeRow(j, row) as there
+    template <class TakeRow>
+    void readPlane(std::size_t i, TakeRow&& takeRow) {
+        loadPlane(i);
+        m_buffers->plane.inverse(m_scale, [&](std::size_t j, const double* row) {
+            prefetchToLoad(i + 1, j);
+            takeRow(j, row);
+        });
+    }
+
 private:
+    /// What a plane and a slab are worked on in, with the plans for it.
+    struct Buffers {
+        Buffers(const std::array<std::size_t, 3>& size, std::size_t filledRows, std::size_t stride);
+
+        PlaneTransform plane;
+        ComplexArray slab, slabSpectrum;
+        ComplexArray product; ///< with a second pattern, once there is one
+        ComplexBatchPlan columnsForward, columnsBackward;
+    };
+
     StagedCorrelator(const Dimensions& n, const std::array<unsigned int, 3>& filled);
+    StagedCorrelator(const StagedCorrelator& sibling);
 
     void storePlane(PlaneTransform& plane, std::size_t i);
     void transformSlab(std::size_t j, std::size_t filledPlanes);
+    void multiplySlab(std::size_t j, const ComplexArray& spectrum, ComplexArray& product);
     void loadPlane(std::size_t i);
     /// Asks for the memory of the rows that follow (i, j), where targetRow() is read and the plane stored.
     void prefetchPlaneRows(std::size_t i, std::size_t j);
     void prefetchToLoad(std::size_t i, std::size_t j);
+    void prefetchSlabRow(std::size_t i, std::size_t j);
     double (*slab(std::size_t j))[2] { return m_spectrum.data() + j * m_size[0] * m_stride; }
 
     std::array<std::size_t, 3> m_size;
     std::array<std::size_t, 3> m_filled;
     double m_scale;
-    std::size_t m_stride; ///< pairs from one row of the spectrum to the next
-    PlaneTransform m_plane;
+    std::size_t m_stride;   ///< pairs from one row of the spectrum to the next
+    std::size_t m_slabSize; ///< pairs
+    std::shared_ptr<Buffers> m_buffers;
     ComplexArray m_spectrum; ///< rows along z, x next, y slowest, so that a slab is contiguous
-    ComplexArray m_slab, m_slabSpectrum;
-    ComplexBatchPlan m_columnsForward, m_columnsBackward;
 };
 
 } // namespace dft

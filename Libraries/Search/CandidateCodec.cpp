@@ -88,4 +88,32 @@ Worker decode(std::string_view bytes, const Shape& shape) {
     return worker;
 }
 
+std::string encodeAll(unsigned long done, const CandidateSet* sets, std::size_t count) {
+    if (count == 1) {
+        return encode(done, *sets);
+    }
+    std::string bytes;
+    for (std::size_t n = 0; n < count; ++n) {
+        append(bytes, std::string_view(encode(done, sets[n])));
+    }
+    return bytes;
+}
+
+std::vector<Worker> decodeAll(std::string_view bytes, const Shape& shape) {
+    std::vector<Worker> sets;
+    if (shape.setsPerWorker == 1) {
+        sets.push_back(decode(bytes, shape));
+        return sets;
+    }
+    ByteReader reader(bytes);
+    for (std::size_t n = 0; n < shape.setsPerWorker; ++n) {
+        sets.push_back(decode(reader.takeText(), shape));
+        if (sets.back().done != sets.front().done) {
+            throw Damage{};
+        }
+    }
+    reader.requireEnd();
+    return sets;
+}
+
 } // namespace checkpoint

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Search/ScanWorker.h"
 
@@ -20,6 +21,7 @@ struct Shape {
     std::size_t nModes = 0;
     std::size_t capacity = 1; ///< of each worker's set
     std::size_t workers = 1;
+    std::size_t setsPerWorker = 1; ///< as ScanMethod has it
 };
 
 struct Worker {
@@ -35,6 +37,14 @@ std::string encode(unsigned long done, const CandidateSet& candidates);
 /// @throws Damage if the bytes are not all that encode() gave, or of candidates that no scan of this shape
 /// leaves
 Worker decode(std::string_view bytes, const Shape& shape);
+
+/// The same for all sets of a worker, of which there are `count`, one after another. One alone gives the
+/// bytes of encode().
+std::string encodeAll(unsigned long done, const CandidateSet* sets, std::size_t count);
+
+/// The sets of a worker as encodeAll() had them, shape.setsPerWorker of them, each with the worker's count.
+/// @throws Damage as decode(), or if the counts differ
+std::vector<Worker> decodeAll(std::string_view bytes, const Shape& shape);
 
 } // namespace checkpoint
 

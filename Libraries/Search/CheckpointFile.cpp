@@ -7,6 +7,7 @@
 #include <iterator>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -177,7 +178,9 @@ std::vector<Worker> read(const std::string& path, const Identity& identity, cons
         checkIdentity(ByteReader(takeSection(reader)), path, identity, inputs);
         std::vector<Worker> workers;
         for (std::size_t i = 0; i < shape.workers; ++i) {
-            workers.push_back(decode(takeSection(reader), shape));
+            for (Worker& worker : decodeAll(takeSection(reader), shape)) {
+                workers.push_back(std::move(worker));
+            }
         }
         reader.requireEnd();
         return workers;

@@ -43,7 +43,8 @@ public:
 void write(const std::string& path, const Identity& identity, const std::vector<std::string>& parts,
            const std::function<void()>& placed = {});
 
-/// The workers as write() left them: their sets hold the same candidates in the same order, bit by bit.
+/// The workers as write() left them, one for each of their sets: these hold the same candidates in the same
+/// order, bit by bit.
 /// @param inputs  names of map and model, for the texts of errors
 /// @throws Error if there is no such file, or it is damaged, of another version or of another scan
 std::vector<Worker> read(const std::string& path, const Identity& identity, const Shape& shape,

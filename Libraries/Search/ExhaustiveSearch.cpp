@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cmath>
 #include <exception>
+#include <iterator>
 #include <mutex>
 #include <numeric>
 #include <stdexcept>
@@ -176,7 +177,7 @@ ExhaustiveSearch::ExhaustiveSearch(SearchMap map, SearchModel model, FitSettings
                                     m_map.grid.m_cellDim, m_settings))
     , m_trustRadius(m_trustRegion.radius())
     , m_frame(m_map.grid, m_grids.structure->m_box.m_min, centerOf(m_positions))
-    , m_method(ScanMethod::choose(scene(), m_settings.multistep)) {}
+    , m_method(ScanMethod::choose(scene(), m_settings)) {}
 
 ExhaustiveSearch::~ExhaustiveSearch() = default;
 
@@ -199,7 +200,7 @@ std::vector<CandidateSet> ExhaustiveSearch::scan(const std::vector<Rotation>& ro
                                                  SearchObserver* observer) {
     const ReportSilence silence;
     // Each scan begins with a method of its own, as the end of one takes the pattern along.
-    m_method = ScanMethod::choose(scene(), m_settings.multistep);
+    m_method = ScanMethod::choose(scene(), m_settings);
     std::vector<std::vector<double>> buffers(here);
     std::vector<std::unique_ptr<ScanWorker>> workers;
     std::size_t total = 0;
@@ -211,13 +212,15 @@ std::vector<CandidateSet> ExhaustiveSearch::scan(const std::vector<Rotation>& ro
         m_method->makePattern(*workers.back());
         total += ScanShare::of(first + i, all, rotations.size()).count;
     }
-    std::vector<CandidateSet> sets(here, CandidateSet(static_cast<std::size_t>(m_settings.capacity())));
+    const std::size_t perWorker = m_method->setsPerWorker();
+    std::vector<CandidateSet> sets(here * perWorker,
+                                   CandidateSet(static_cast<std::size_t>(m_settings.capacity())));
     orNobody(observer).stageBegins("scan", total);
     Team team(orNobody(observer));
     team.run(here, [&](std::size_t i) {
         const ScanShare share = ScanShare::of(first + i, all, rotations.size());
         for (std::size_t k = share.first; k < share.first + share.count; ++k) {
-            workers[i]->step(rotations[k], sets[i]);
+            workers[i]->stepAll(rotations[k], &sets[i * perWorker]);
             team.taskDone();
         }
     });
@@ -225,15 +228,26 @@ std::vector<CandidateSet> ExhaustiveSearch::scan(const std::vector<Rotation>& ro
     return sets;
 }
 
-std::vector<PoseRecord> ExhaustiveSearch::finish(std::vector<CandidateSet> sets, SearchObserver* observer) {
-    const ReportSilence silence;
+std::vector<Candidate> ExhaustiveSearch::bestOf(std::vector<CandidateSet> sets) {
     std::vector<Candidate> poses = mergeCandidates(sets);
     sets.clear();
     m_method->keepFor(poses);
+    return m_settings.clustering ? clusterPoses(poses, m_positions, m_frame, m_settings) : poses;
+}
+
+std::vector<PoseRecord> ExhaustiveSearch::finish(std::vector<CandidateSet> sets, SearchObserver* observer) {
+    const ReportSilence silence;
     if (m_settings.clustering) {
         orNobody(observer).stageBegins("clustering", 0);
-        poses = clusterPoses(poses, m_positions, m_frame, m_settings);
     }
+    std::vector<Candidate> poses;
+    std::vector<std::size_t> scores; // which of them each pose is of
+    for (std::size_t score = 0; score < m_method->setsPerWorker(); ++score) {
+        std::vector<Candidate> best = bestOf(takeSetsOfScore(sets, m_method->setsPerWorker(), score));
+        scores.insert(scores.end(), best.size(), score);
+        std::move(best.begin(), best.end(), std::back_inserter(poses));
+    }
+    sets.clear();
     orNobody(observer).stageBegins("refinement", poses.size());
     std::atomic<std::size_t> next{0};
     Team team(orNobody(observer));
@@ -244,8 +258,9 @@ std::vector<PoseRecord> ExhaustiveSearch::finish(std::vector<CandidateSet> sets,
         }
     });
     std::vector<PoseRecord> records;
-    for (const Candidate& pose : poses) {
-        records.push_back(toPoseRecord(pose));
+    for (std::size_t k = 0; k < poses.size(); ++k) {
+        records.push_back(toPoseRecord(poses[k]));
+        records.back().scoreKind = scores[k];
     }
     return records;
 }

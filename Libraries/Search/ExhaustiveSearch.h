@@ -53,14 +53,16 @@ public:
     std::vector<Rotation> rotations() const;
 
     /// All of it, over rotations() and on settings.workers threads.
-    /// @return the poses, refined, best score of the scan first
+    /// @return the poses, refined, best score of the scan first; with FitSettings::score Local those of the
+    ///         local score and behind them those of the overlap, each best first and as many as the settings
+    ///         ask for, so that a pose may be in both
     /// @throws SearchCancelled, and what a worker throws
     std::vector<PoseRecord> run(SearchObserver* observer = nullptr);
 
     /// Scores the shares of some workers among all, each on a thread of its own.
     /// @param first, here  the workers of this call: first, ..., first + here - 1
     /// @param all          workers that the list is dealt to
-    /// @return their sets, in order
+    /// @return their sets, in order; ScanMethod::setsPerWorker() of each, which is 1 but for local scores
     /// @throws as run()
     std::vector<CandidateSet> scan(const std::vector<Rotation>& rotations, std::size_t first,
                                    std::size_t here, std::size_t all, SearchObserver* observer = nullptr);
@@ -79,6 +81,7 @@ public:
 
 private:
     SearchScene scene() const;
+    std::vector<HexaustFlexibleFitConformation> bestOf(std::vector<CandidateSet> sets);
 
     SearchMap m_map;
     SearchModel m_model;

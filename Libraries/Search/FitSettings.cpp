@@ -76,12 +76,25 @@ void checkStep(const FitSettings& s) {
     }
 }
 
+void checkScore(const FitSettings& s) {
+    if (s.score != ScanScore::Local) {
+        return;
+    }
+    if (s.multistep) {
+        throw SettingError("score", "The multistep scan has no score but the overlap");
+    }
+    if (!(s.varianceFloor > 0.0 && s.varianceFloor <= 1.0)) {
+        throw SettingError("score", "The floor of variances has to be above 0 and at most 1");
+    }
+}
+
 } // namespace
 
 void FitSettings::check() const {
     checkCounts(*this);
     checkScales(*this);
     checkStep(*this);
+    checkScore(*this);
 }
 
 void FitSettings::resolve(const cGrid& map) {

@@ -26,6 +26,12 @@ private:
     std::string m_option;
 };
 
+/// How the translations of a rotated map are scored.
+enum class ScanScore {
+    Overlap, ///< sum of the products of map and model
+    Local    ///< correlation of filtered fields under the model's mask, and their overlap beside it
+};
+
 /// What a search is asked for, as plain values. Those that depend on the input and were not given are filled
 /// in once it is known, by the two calls of resolve(); everybody else reads them.
 struct FitSettings {
@@ -47,6 +53,9 @@ struct FitSettings {
     bool padding = true;    ///< of the map to powers of two, without which the search is periodic
     bool multistep = false; ///< move the model to the best nearby state at every rotation
     bool resume = false;    ///< go on from a checkpoint
+    ScanScore score = ScanScore::Overlap;
+    double varianceFloor = 0.05; ///< of the local score: what a place's variance counts at least, as a part
+                                 ///< of the largest
 
     /// Of all that can be judged before the input is known.
     /// @throws SettingError for the first setting that cannot be used

@@ -3,6 +3,7 @@
 #define SELVANE_SEARCH_POSERECORD_H
 
 #include <array>
+#include <cstddef>
 #include <vector>
 
 #include "Math/cMatrix33.h"
@@ -21,6 +22,7 @@ struct PoseRecord {
     cVector3 dTau = cVector3(0, 0, 0);      ///< increment of the translation, angstrom
     cVector3 dRotation = cVector3(0, 0, 0); ///< increment of the rotation as a vector, radians
     std::vector<double> amplitudes;         ///< of the modes
+    std::size_t scoreKind = 0; ///< 0: of the scan's score; 1: of the overlap that a local scan ranks by, too
 
     cMatrix33 rotation() const { return cMatrix33::rotationXYZ(angles[0], angles[1], angles[2]); }
 };

@@ -34,20 +34,21 @@ void RecoverableScan::checkLeftover() const {
 }
 
 void RecoverableScan::attach(Subject subject, std::vector<CandidateSet>& sets) {
-    if (sets.size() != subject.shape.workers) {
+    const std::size_t perWorker = subject.shape.setsPerWorker;
+    if (sets.size() != subject.shape.workers * perWorker) {
         throw std::invalid_argument("RecoverableScan: " + std::to_string(sets.size()) + " sets for " +
                                     std::to_string(subject.shape.workers) + " workers");
     }
     m_subject = std::move(subject);
     m_sets = &sets;
-    m_done.assign(sets.size(), 0);
+    m_done.assign(m_subject.shape.workers, 0);
     if (!m_settings.isResumed) {
         return;
     }
     std::vector<checkpoint::Worker> workers =
         checkpoint::read(m_settings.path, m_subject.identity, m_subject.shape, m_subject.inputs);
     for (std::size_t i = 0; i < sets.size(); ++i) {
-        m_done[i] = workers[i].done;
+        m_done[i / perWorker] = workers[i].done;
         sets[i] = std::move(workers[i].candidates);
     }
 }
@@ -80,7 +81,8 @@ void RecoverableScan::checkShares(std::size_t rotations) const {
 
 ScanCheckpoints::Steps RecoverableScan::steps() const {
     return {[this](unsigned long worker, unsigned long done) {
-                return checkpoint::encode(done, (*m_sets)[worker]);
+                const std::size_t perWorker = m_subject.shape.setsPerWorker;
+                return checkpoint::encodeAll(done, &(*m_sets)[worker * perWorker], perWorker);
             },
             [this](const std::vector<std::string>& parts) {
                 checkpoint::write(m_settings.path, m_subject.identity, parts,

@@ -49,10 +49,10 @@ public:
     RecoverableScan& operator=(const RecoverableScan&) = delete;
 
     /// Fills the sets from the checkpoint, if the scan is resumed.
-    /// @param sets  empty ones, one per worker; not owned. Each belongs to its worker between the calls of
-    ///              clock().begin() and clock().end().
+    /// @param sets  empty ones, shape.setsPerWorker per worker, worker after worker; not owned. They belong
+    ///              to their worker between the calls of clock().begin() and clock().end().
     /// @throws checkpoint::Error if the scan cannot go on from the file, and the sets are as they were
-    /// @throws std::invalid_argument if there is not one set per worker of the shape
+    /// @throws std::invalid_argument if there are more or fewer sets than the shape has
     void attach(Subject subject, std::vector<CandidateSet>& sets);
 
     /// Per worker, the rotations of its share that were done before; zeros unless the scan is resumed.

@@ -6,6 +6,7 @@
 #include "CrossCorrelation/ElectronDensity.h"
 #include "NMAEngine/NormalModeEngine.h"
 #include "Search/FitSettings.h"
+#include "Search/LocalScanMethod.h"
 #include "Search/MultistepScanMethod.h"
 #include "Search/PlainScanMethod.h"
 
@@ -14,6 +15,13 @@ std::unique_ptr<ScanMethod> ScanMethod::choose(SearchScene scene, bool multistep
         return std::make_unique<MultistepScanMethod>(std::move(scene));
     }
     return std::make_unique<PlainScanMethod>(std::move(scene));
+}
+
+std::unique_ptr<ScanMethod> ScanMethod::choose(SearchScene scene, const FitSettings& settings) {
+    if (settings.score == ScanScore::Local) {
+        return std::make_unique<LocalScanMethod>(std::move(scene), settings.varianceFloor);
+    }
+    return choose(std::move(scene), settings.multistep);
 }
 
 void ScanMethod::fillBuffer(std::vector<double>& buffer) const {
@@ -33,6 +41,7 @@ double scanBytes(const ScanMethod& method, const FitSettings& settings, std::siz
     const double angles = 2.0 * 24.0 * rotations;
     const double kept =
         std::min<double>(settings.capacity(), rotations * method.scene().padded->getTotalSize());
-    const double candidates = conformation * kept * (static_cast<double>(workers) + 1.0);
+    const auto sets = static_cast<double>(method.setsPerWorker());
+    const double candidates = conformation * kept * sets * (static_cast<double>(workers) + 1.0);
     return method.bytesNeeded(workers, kept, rotations) + angles + candidates;
 }

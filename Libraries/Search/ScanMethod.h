@@ -26,10 +26,16 @@ public:
     /// The plain method, or that of multistep.
     static std::unique_ptr<ScanMethod> choose(SearchScene scene, bool multistep);
 
+    /// The one that the settings ask for. Needs FitSettings::check().
+    static std::unique_ptr<ScanMethod> choose(SearchScene scene, const FitSettings& settings);
+
     /// Bytes of what so many workers hold, what they share included, beyond the scene and their sets.
     /// @param kept       candidates of a worker's set, at most
     /// @param rotations  of the scan
     virtual double bytesNeeded(std::size_t workers, double kept, double rotations) const = 0;
+
+    /// Sets that a worker offers to, one for each score that a translation has.
+    virtual std::size_t setsPerWorker() const { return 1; }
 
     /// Models that are held at once.
     virtual std::size_t modelCount(std::size_t workers) const = 0;
@@ -59,7 +65,7 @@ public:
 
     /// Completes a pose and moves it off the lattice, within the trust radius of the scene.
     /// @return whether its local problem was concave
-    bool refine(HexaustFlexibleFitConformation& pose);
+    virtual bool refine(HexaustFlexibleFitConformation& pose);
 
     const SearchScene& scene() const { return m_scene; }
 

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 #include "Math/structure.h"
 #include "Sampler/cAngularSampler.h"
@@ -30,4 +32,17 @@ std::vector<HexaustFlexibleFitConformation> mergeCandidates(std::vector<Candidat
         }
     }
     return merged.toStdVector();
+}
+
+std::vector<CandidateSet> takeSetsOfScore(std::vector<CandidateSet>& sets, std::size_t perWorker,
+                                          std::size_t score) {
+    if (perWorker == 0 || sets.size() % perWorker != 0) {
+        throw std::invalid_argument(std::to_string(sets.size()) + " sets of workers with " +
+                                    std::to_string(perWorker) + " each");
+    }
+    std::vector<CandidateSet> taken;
+    for (std::size_t i = score; i < sets.size(); i += perWorker) {
+        taken.push_back(std::move(sets[i]));
+    }
+    return taken;
 }

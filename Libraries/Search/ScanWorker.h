@@ -31,12 +31,20 @@ public:
     virtual void score() = 0;
     /// Offers all scores above ElectronDensity::EPSILON to a set, in flat order.
     virtual void offer(CandidateSet& set) = 0;
+    /// The same where translations have several scores, each to a set of its own.
+    /// @param sets  as many as ScanMethod::setsPerWorker() tells; the first is that of offer()
+    virtual void offerAll(CandidateSet* sets) { offer(*sets); }
 
     /// The three in their order.
     void step(const Rotation& angles, CandidateSet& set) {
         rotate(angles);
         score();
         offer(set);
+    }
+    void stepAll(const Rotation& angles, CandidateSet* sets) {
+        rotate(angles);
+        score();
+        offerAll(sets);
     }
 };
 
@@ -45,5 +53,13 @@ public:
 /// @param sets  the first is used up
 /// @throws std::invalid_argument without any
 std::vector<HexaustFlexibleFitConformation> mergeCandidates(std::vector<CandidateSet>& sets);
+
+/// The sets of one score out of those of workers that have several.
+/// @param sets       worker after worker, perWorker of each; those of the score are used up
+/// @param perWorker  ScanMethod::setsPerWorker()
+/// @param score      0 .. perWorker - 1
+/// @throws std::invalid_argument if a worker lacks a set
+std::vector<CandidateSet> takeSetsOfScore(std::vector<CandidateSet>& sets, std::size_t perWorker,
+                                          std::size_t score);
 
 #endif

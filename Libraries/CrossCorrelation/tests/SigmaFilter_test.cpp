@@ -89,3 +89,10 @@ TEST(SigmaFilter, AddsANegativeMeanBeforeZeroing) {
     EXPECT_EQ(filter(6.0), 5.0); // 5 + 1 lies above sqrt(35)
     EXPECT_EQ(filter(5.0), 0.0); // 4 + 1 does not
 }
+
+TEST(SigmaFilter, OfNothingLeavesEveryValueAsItIs) {
+    const fccf::SigmaFilter filter = fccf::SigmaFilter::ofNothing();
+    for (const double value : {-1e300, -3.0, 0.0, 1e-300, 7.0}) {
+        EXPECT_EQ(filter(value), value);
+    }
+}

@@ -152,6 +152,51 @@ TEST_P(Staged, ReadsItsResultMoreThanOnce) {
     EXPECT_EQ(resultOf(correlator, n), once);
 }
 
+TEST_P(Staged, TwoPatternsGiveTheBitsOfOneAfterTheOther) {
+    const std::vector<double> second = randomField(n, 49);
+    StagedCorrelator other(makeGrid(n), Filled{1, 1, 1});
+    const dft::ComplexArray spectra[2] = {correlator.spectrumOf(pattern.data()),
+                                          correlator.spectrumOf(second.data())};
+    const std::vector<double> target = cornerField(n, filled, 50);
+    std::vector<double> expected[2];
+    for (int p : {0, 1}) {
+        transform(correlator, target, n, filled);
+        correlator.correlate(spectra[p]);
+        expected[p] = resultOf(correlator, n);
+    }
+    transform(correlator, target, n, filled);
+    correlator.correlate(spectra[0], spectra[1], other);
+    EXPECT_EQ(resultOf(correlator, n), expected[0]);
+    EXPECT_EQ(resultOf(other, n), expected[1]);
+}
+
+TEST_P(Staged, ItsMemoryKeepsWhatIsMadeOfTheResult) {
+    const dft::ComplexArray spectrum = correlator.spectrumOf(pattern.data());
+    transform(correlator, cornerField(n, filled, 51), n, filled);
+    correlator.correlate(spectrum);
+    const std::vector<double> expected = resultOf(correlator, n);
+    const auto rowSize = static_cast<std::size_t>(n.n_k);
+    correlator.readResult([&](std::size_t i, std::size_t j, const double* row) {
+        std::copy_n(row, rowSize, correlator.resultRow(i, j));
+    });
+    for (std::size_t v = 0; v < expected.size(); ++v) {
+        const std::size_t row = v / rowSize;
+        const auto rows = static_cast<std::size_t>(n.n_j);
+        ASSERT_EQ(correlator.resultRow(row / rows, row % rows)[v % rowSize], expected[v]);
+    }
+}
+
+TEST(StagedCorrelator, ASecondResultNeedsAnotherCorrelatorOfTheSameSize) {
+    StagedCorrelator correlator(makeGrid({3, 4, 5}), {3, 4, 5});
+    StagedCorrelator smaller(makeGrid({3, 5, 4}), {3, 4, 4});
+    const std::vector<double> values(60);
+    const dft::ComplexArray spectrum = correlator.spectrumOf(values.data());
+    EXPECT_THROW(correlator.correlate(spectrum, spectrum, correlator), std::length_error);
+    EXPECT_THROW(correlator.correlate(spectrum, spectrum, smaller), std::length_error);
+    StagedCorrelator other(makeGrid({3, 4, 5}), {3, 4, 5});
+    EXPECT_THROW(correlator.correlate(spectrum, dft::ComplexArray(7), other), std::length_error);
+}
+
 TEST(StagedCorrelator, SharesThePatternsSpectrumWithOthersOnTheSameGrid) {
     const Shape n{6, 5, 7};
     const Filled filled{4, 4, 4};

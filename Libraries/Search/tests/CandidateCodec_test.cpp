@@ -102,4 +102,26 @@ TEST_F(Codec, CandidatesOutOfOrderAreDamage) {
     EXPECT_THROW(checkpoint::decode(bytes, m_shape), checkpoint::Damage);
 }
 
+TEST_F(Codec, SetsOfOneWorkerComeBackTogetherAndOneAloneAsBefore) {
+    const std::vector<CandidateSet> sets = {set(5), set(8, false), set(0)};
+    EXPECT_EQ(checkpoint::encodeAll(6, sets.data(), 1), checkpoint::encode(6, sets[0]));
+    m_shape.setsPerWorker = 3;
+    const std::string bytes = checkpoint::encodeAll(6, sets.data(), 3);
+    const auto workers = checkpoint::decodeAll(bytes, m_shape);
+    ASSERT_EQ(workers.size(), 3U);
+    for (std::size_t n = 0; n < 3; ++n) {
+        EXPECT_EQ(workers[n].done, 6U);
+        expectSame(workers[n].candidates, sets[n]);
+    }
+    EXPECT_THROW(checkpoint::decodeAll(bytes + "x", m_shape), checkpoint::Damage);
+    EXPECT_THROW(checkpoint::decodeAll(std::string_view(bytes).substr(0, bytes.size() - 1), m_shape),
+                 checkpoint::Damage);
+    m_shape.setsPerWorker = 2;
+    EXPECT_THROW(checkpoint::decodeAll(bytes, m_shape), checkpoint::Damage);
+    std::string mixed;
+    checkpoint::append(mixed, std::string_view(checkpoint::encode(6, sets[0])));
+    checkpoint::append(mixed, std::string_view(checkpoint::encode(7, sets[1])));
+    EXPECT_THROW(checkpoint::decodeAll(mixed, m_shape), checkpoint::Damage);
+}
+
 } // namespace

@@ -50,6 +50,16 @@ TEST(FitSettings, NamesTheOptionThatCannotBeUsed) {
         {"filtersigma", [&](FitSettings& s) { s.filterSigmas = infinite; }},
         {"dangle", [](FitSettings& s) { s.step = -1.0; }},
         {"dangle", [](FitSettings& s) { s.step = 1e-9; }},
+        {"score",
+         [](FitSettings& s) {
+             s.score = ScanScore::Local;
+             s.multistep = true;
+         }},
+        {"score",
+         [](FitSettings& s) {
+             s.score = ScanScore::Local;
+             s.varianceFloor = std::nan("");
+         }},
         {"clusterThreshold", [&](FitSettings& s) { s.clusterThreshold = infinite; }},
     };
     for (const auto& [option, change] : faults) {

@@ -145,6 +145,29 @@ TEST_F(RecoverableScans, OneThatIsResumedEndsAsOneThatWasNotInterrupted) {
     EXPECT_FALSE(fs::exists(m_path));
 }
 
+TEST_F(RecoverableScans, WorkersWithSeveralSetsComeBackWithAllOfThem) {
+    m_shape.setsPerWorker = 2;
+    const std::vector<CandidateSet> expected = {set(4), set(9), set(0), set(6)};
+    m_sets = expected;
+    {
+        const auto interrupted = attached(false);
+        interrupted->start(rotations);
+        interrupted->clock().begin(1);
+        interrupted->clock().end(1, 3);
+        waitForCheckpoint();
+        interrupted->stop();
+    }
+    m_sets.assign(4, CandidateSet(m_shape.capacity));
+    const auto resumed = scan(true);
+    attach(*resumed);
+    EXPECT_EQ(resumed->done(), (std::vector<unsigned long>{0, 3}));
+    for (std::size_t n = 0; n < m_sets.size(); ++n) {
+        expectSame(m_sets[n], expected[n]);
+    }
+    m_sets.pop_back();
+    EXPECT_THROW(attach(*resumed), std::invalid_argument);
+}
+
 TEST_F(RecoverableScans, AFreshOneTellsOnceACheckpointStands) {
     const auto fresh = attached(false);
     EXPECT_EQ(fresh->done(), (std::vector<unsigned long>{0, 0}));
