@@ -7,7 +7,3 @@ FrameBack::FrameBack(const PreparedMap& map, const PreparedModel& model)
 RigidMotion FrameBack::toUser(const RigidMotion& prepared) const {
     return chain(chain(m_ofModel, prepared), RigidMotion::shift(m_mapShift));
 }
-
-RigidMotion FrameBack::toPrepared(const RigidMotion& user) const {
-    return chain(chain(m_ofModel.inverse(), user), RigidMotion::shift(m_mapShift * -1.0));
-}

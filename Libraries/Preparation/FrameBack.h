@@ -18,8 +18,6 @@ public:
 
     /// From a motion in the prepared frame to the user's.
     RigidMotion toUser(const RigidMotion& prepared) const;
-    /// The other way.
-    RigidMotion toPrepared(const RigidMotion& user) const;
 
     const RigidMotion& ofModel() const { return m_ofModel; } ///< from the model's file to the prepared frame
     const cVector3& mapShift() const { return m_mapShift; }  ///< o: from the prepared frame to the map's

@@ -99,9 +99,7 @@ void expectSeenAlike(const TestFolder& folder, const std::string& written) {
 }
 
 TEST(AtomicModelWitness, GemmiSeesWhatIsWritten) {
-    if (!hasGemmi()) {
-        GTEST_SKIP() << "the program gemmi is not installed";
-    }
+    ASSERT_TRUE(hasGemmi()) << "install the program gemmi, Debian's package of that name";
     const TestFolder folder;
     const AtomicModel pdb = AtomicModel::read(folder.write("in.pdb", pdbLines(mixedAtoms())));
     const AtomicModel cif = AtomicModel::read(folder.write("in.cif", "data_x\n" + cifAtoms(mixedAtoms())));
@@ -112,9 +110,7 @@ TEST(AtomicModelWitness, GemmiSeesWhatIsWritten) {
 }
 
 TEST(AtomicModelWitness, FilesOfGemmiAreRead) {
-    if (!hasGemmi()) {
-        GTEST_SKIP() << "the program gemmi is not installed";
-    }
+    ASSERT_TRUE(hasGemmi()) << "install the program gemmi, Debian's package of that name";
     const TestFolder folder;
     const std::string path = folder.write("in.pdb", pdbLines(mixedAtoms()));
     ASSERT_TRUE(convert(path, folder.path("by_gemmi.cif")));

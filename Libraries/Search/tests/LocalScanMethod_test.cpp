@@ -19,6 +19,7 @@
 #include "Search/ExhaustiveSearch.h"
 #include "Search/LocalScanMethod.h"
 #include "Search/ScanShare.h"
+#include "Search/tests/scanScene.h"
 
 namespace {
 
@@ -26,37 +27,9 @@ using Candidate = HexaustFlexibleFitConformation;
 
 constexpr double floorOfTests = 0.05;
 
-/// A map of noise on a grid smaller than that of the correlation.
-struct TestScene {
-    explicit TestScene(unsigned int modes = 0) : model(modes) {
-        map = cGrid(cBBox(cVector3(1.0, 3.0, 2.0), cVector3(13.0, 16.5, 11.0)), sizes.data());
-        padded = *model.grid;
-        padded.m_box.m_min = map.m_box.m_min;
-        values = noise(map.getTotalSize(), 23);
-    }
-
-    SearchScene scene() const {
-        return {&values,      &map,        &padded, model.grid,  &model.positions,
-                model.engine, model.sigma, 0.5,     &trustRadius};
-    }
-
-    const std::array<unsigned int, 3> sizes = {9, 10, 7};
-    TestModel model;
-    cGrid map;
-    cGrid padded;
-    std::vector<double> values;
-    double trustRadius = 0.5;
+struct TestScene : ScanScene {
+    explicit TestScene(unsigned int modes = 0) : ScanScene(modes) { values = noise(map.getTotalSize(), 23); }
 };
-
-std::vector<Rotation> rotations(std::size_t count) {
-    std::mt19937 random(7);
-    std::uniform_real_distribution<double> angle(-3.0, 3.0);
-    std::vector<Rotation> list(count);
-    for (Rotation& rotation : list) {
-        rotation = {angle(random), angle(random), angle(random)};
-    }
-    return list;
-}
 
 /// The sets of some workers, each with its share of the list.
 std::vector<CandidateSet> scan(ScanMethod& method, const std::vector<Rotation>& list, std::size_t workers,
@@ -97,7 +70,7 @@ void expectSame(const std::vector<Candidate>& a, const std::vector<Candidate>& b
 
 TEST(LocalScanMethod, AnyDealingOfTheListGivesTheSamePosesOfBothScores) {
     const TestScene test;
-    const std::vector<Rotation> list = rotations(11);
+    const std::vector<Rotation> list = randomRotations(11);
     LocalScanMethod method(test.scene(), floorOfTests);
     const auto one = mergedScan(method, list, 1, 40);
     ASSERT_EQ(one[0].size(), 40U);
@@ -115,10 +88,10 @@ TEST(LocalScanMethod, TheFilterOfTheSceneIsNotAskedFor) {
     const TestScene test;
     SearchScene scene = test.scene();
     LocalScanMethod method(scene, floorOfTests);
-    const auto plain = mergedScan(method, rotations(3), 1, 20);
+    const auto plain = mergedScan(method, randomRotations(3), 1, 20);
     scene.filterSigmas = 3.0;
     LocalScanMethod filtered(scene, floorOfTests);
-    const auto same = mergedScan(filtered, rotations(3), 1, 20);
+    const auto same = mergedScan(filtered, randomRotations(3), 1, 20);
     expectSame(same[0], plain[0]);
     expectSame(same[1], plain[1]);
 }
@@ -131,9 +104,9 @@ TEST(LocalScanMethod, OneSetTakesTheLocalScoreAlone) {
     ASSERT_NE(method.makePattern(*worker), nullptr);
     EXPECT_EQ(method.makePattern(*worker), nullptr);
     CandidateSet set(30);
-    worker->step(rotations(1).front(), set);
+    worker->step(randomRotations(1).front(), set);
     LocalScanMethod other(test.scene(), floorOfTests);
-    expectSame(set.toStdVector(), mergedScan(other, rotations(1), 1, 30)[0]);
+    expectSame(set.toStdVector(), mergedScan(other, randomRotations(1), 1, 30)[0]);
 }
 
 TEST(LocalScanMethod, DerivativesAreThoseOfTheMapAsItIsWithTheDensity) {
@@ -166,7 +139,7 @@ TEST(LocalScanMethod, DerivativesAreThoseOfTheMapAsItIsWithTheDensity) {
 TEST(LocalScanMethod, ARefinedPoseKeepsTheScoreOfItsNode) {
     const TestScene test;
     LocalScanMethod method(test.scene(), floorOfTests);
-    auto poses = mergedScan(method, rotations(4), 2, 10);
+    auto poses = mergedScan(method, randomRotations(4), 2, 10);
     std::size_t moved = 0;
     for (auto& list : poses) {
         for (Candidate& pose : list) {

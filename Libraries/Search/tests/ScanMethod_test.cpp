@@ -14,15 +14,12 @@
 #include "CrossCorrelation/tests/testModel.h"
 #include "Search/ScanMethod.h"
 #include "Search/ScanShare.h"
+#include "Search/tests/scanScene.h"
 
 namespace {
 
-/// A map of random blobs on a grid smaller than that of the correlation.
-struct TestScene {
-    TestScene() {
-        map = cGrid(cBBox(cVector3(1.0, 3.0, 2.0), cVector3(13.0, 16.5, 11.0)), sizes.data());
-        padded = *model.grid;
-        padded.m_box.m_min = map.m_box.m_min;
+struct TestScene : ScanScene {
+    TestScene() : ScanScene(0) {
         std::mt19937 random(23);
         std::uniform_real_distribution<double> value(0.0, 1.0);
         values.resize(map.getTotalSize());
@@ -30,29 +27,7 @@ struct TestScene {
             v = value(random);
         }
     }
-
-    SearchScene scene() const {
-        return {&values,      &map,        &padded, model.grid,  &model.positions,
-                model.engine, model.sigma, 0.5,     &trustRadius};
-    }
-
-    const std::array<unsigned int, 3> sizes = {9, 10, 7};
-    TestModel model;
-    cGrid map;
-    cGrid padded;
-    std::vector<double> values;
-    double trustRadius = 0.5;
 };
-
-std::vector<Rotation> rotations(std::size_t count) {
-    std::mt19937 random(7);
-    std::uniform_real_distribution<double> angle(-3.0, 3.0);
-    std::vector<Rotation> list(count);
-    for (Rotation& rotation : list) {
-        rotation = {angle(random), angle(random), angle(random)};
-    }
-    return list;
-}
 
 /// The merged candidates of some workers, each with its share of the list.
 std::vector<HexaustFlexibleFitConformation> scan(ScanMethod& method, const std::vector<Rotation>& list,
@@ -76,7 +51,7 @@ std::vector<HexaustFlexibleFitConformation> scan(ScanMethod& method, const std::
 TEST(PlainScanMethod, ScoresAreThoseOfTheWholeCorrelationOnThePaddedMap) {
     const TestScene test;
     const auto method = ScanMethod::choose(test.scene(), false);
-    const std::vector<Rotation> list = rotations(3);
+    const std::vector<Rotation> list = randomRotations(3);
     for (const Rotation& angles : list) {
         const auto found = scan(*method, {angles}, 1, 50);
         std::vector<double> target(test.padded.getTotalSize());
@@ -99,7 +74,7 @@ TEST(PlainScanMethod, ScoresAreThoseOfTheWholeCorrelationOnThePaddedMap) {
 
 TEST(PlainScanMethod, AnyDealingOfTheListGivesTheSamePoses) {
     const TestScene test;
-    const std::vector<Rotation> list = rotations(11);
+    const std::vector<Rotation> list = randomRotations(11);
     const auto one = scan(*ScanMethod::choose(test.scene(), false), list, 1, 40);
     ASSERT_EQ(one.size(), 40U);
     for (const std::size_t workers : {2U, 3U, 5U, 16U}) {
@@ -140,7 +115,7 @@ TEST(MultistepScanMethod, CandidatesCarryTheStateOfTheirRotationAndTheDerivative
     const TestScene test;
     const auto method = ScanMethod::choose(test.scene(), true);
     testing::internal::CaptureStdout();
-    const auto moved = scan(*method, rotations(3), 2, 20);
+    const auto moved = scan(*method, randomRotations(3), 2, 20);
     testing::internal::GetCapturedStdout();
     ASSERT_EQ(moved.size(), 20U);
     for (const auto& candidate : moved) {
