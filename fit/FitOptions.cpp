@@ -66,6 +66,15 @@ CLI::Validator oneOf(const std::string& first, const std::string& second) {
         "");
 }
 
+CLI::Validator scoreName() {
+    return CLI::Validator(
+        [](std::string& text) {
+            return scoreNamed(text) ? std::string()
+                                    : "'" + text + "' is none of local, laplacian and overlap";
+        },
+        "");
+}
+
 CLI::Validator notEmpty() {
     return CLI::Validator(
         [](std::string& text) { return text.empty() ? std::string("the value is empty") : std::string(); },
@@ -92,7 +101,7 @@ struct Texts {
     std::string scanResolution;
     std::string plddt;
     std::string model;
-    std::string score = "laplacian";
+    std::string score = "local";
     std::string format;
     std::string resolution;
     std::string poses;
@@ -168,9 +177,10 @@ void addSearch(CLI::App& app, Texts& texts) {
     const std::string group = "Search";
     app.add_option(
            "--score", texts.score,
-           wrapped("laplacian: the map's edges against the model's density; overlap: the density itself "
-                   "(default: laplacian)"))
-        ->check(oneOf("laplacian", "overlap"))
+           wrapped(
+               "local: correlation of edges within the model's mask; laplacian: the map's edges against the "
+               "model's density; overlap: the density itself (default: local)"))
+        ->check(scoreName())
         ->option_text("NAME")
         ->group(group);
     app.add_option(
@@ -233,7 +243,7 @@ void takeTexts(const Texts& texts, FitOptions& options) {
     if (!texts.model.empty()) {
         options.choice.model = texts.model;
     }
-    options.field = texts.score == "overlap" ? MapField::Density : MapField::Laplacian;
+    options.score = scoreNamed(texts.score).value_or(FitScore::Local);
     if (!texts.format.empty()) {
         options.format = texts.format == "cif" ? ModelFormat::Cif : ModelFormat::Pdb;
     }
@@ -263,6 +273,31 @@ std::string stemOf(const std::string& path) {
 }
 
 } // namespace
+
+MapField fieldOf(FitScore score) {
+    return score == FitScore::Overlap ? MapField::Density : MapField::Laplacian;
+}
+
+std::optional<FitScore> scoreNamed(const std::string& name) {
+    for (const FitScore score : {FitScore::Local, FitScore::Laplacian, FitScore::Overlap}) {
+        if (nameOf(score) == name) {
+            return score;
+        }
+    }
+    return std::nullopt;
+}
+
+std::string nameOf(FitScore score) {
+    switch (score) {
+    case FitScore::Local:
+        return "local";
+    case FitScore::Laplacian:
+        return "laplacian";
+    case FitScore::Overlap:
+        break;
+    }
+    return "overlap";
+}
 
 std::string defaultOutput(const std::string& model, const std::string& map) {
     return "fit-" + stemOf(model) + "-in-" + stemOf(map);

@@ -10,6 +10,23 @@
 #include "Formats/AtomicModel.h"
 #include "Preparation/PreparedMap.h"
 
+/// What the scan ranks places by.
+enum class FitScore {
+    Local, ///< the correlation of Laplacian-filtered fields under the model's mask, and their overlap beside
+           ///< it
+    Laplacian, ///< the overlap of the Laplacian-filtered map with the model
+    Overlap    ///< that of the map itself
+};
+
+/// What a score wants the map to be turned to.
+MapField fieldOf(FitScore score);
+
+/// As the command line names it.
+std::string nameOf(FitScore score);
+
+/// That of a name, if there is one.
+std::optional<FitScore> scoreNamed(const std::string& name);
+
 /// What a run is asked for.
 struct FitOptions {
     std::string map;   ///< path
@@ -19,7 +36,7 @@ struct FitOptions {
     ModelChoice choice;
     std::optional<double> level; ///< in units of the map
     std::string mask;            ///< path; empty: none
-    MapField field = MapField::Laplacian;
+    FitScore score = FitScore::Local;
     std::optional<double> step;           ///< degrees
     std::optional<double> scanResolution; ///< angstrom
     std::size_t poses = 10;               ///< written

@@ -40,7 +40,7 @@ void writeSettings(std::ostream& out, const FitOptions& options) {
     writeOption(out, "plddt", options.choice.plddt ? orChosen(options.choice.plddt) : "off");
     writeOption(out, "level", orChosen(options.level));
     writeOption(out, "mask", orNone(options.mask));
-    writeOption(out, "score", options.field == MapField::Laplacian ? "laplacian" : "overlap");
+    writeOption(out, "score", nameOf(options.score));
     writeOption(out, "step", orChosen(options.step));
     writeOption(out, "scan resolution", orChosen(options.scanResolution));
     writeOption(out, "poses", options.poses);
@@ -65,11 +65,11 @@ std::string poseName(std::size_t rank, std::size_t count) {
 
 std::string posesTable(const std::vector<FoundPose>& poses, const std::vector<std::string>& files) {
     std::ostringstream table;
-    table << "rank,score,r11,r12,r13,r21,r22,r23,r31,r32,r33,tx,ty,tz,file\n";
+    table << "rank,list,score,r11,r12,r13,r21,r22,r23,r31,r32,r33,tx,ty,tz,file\n";
     table << std::setprecision(std::numeric_limits<double>::max_digits10);
     for (std::size_t i = 0; i < poses.size(); ++i) {
         const RigidMotion& motion = poses[i].motion;
-        table << i + 1 << ',' << poses[i].score;
+        table << i + 1 << ',' << nameOf(poses[i].list) << ',' << poses[i].score;
         for (int k = 0; k < 9; ++k) {
             table << ',' << motion.rotation(k / 3, k % 3);
         }

@@ -84,7 +84,7 @@ PreparedMap prepareMapOf(const DensityMap& map, const PreparedModel& model, cons
         }
     }
     PreparedMap prepared = prepareOrThrow(
-        map, model, choice, {options.level, mask ? &*mask : nullptr, options.field}, options.map);
+        map, model, choice, {options.level, mask ? &*mask : nullptr, fieldOf(options.score)}, options.map);
     warnOf(journal, options.map, prepared.remarks);
     journal.choose(join("level ", prepared.level, options.level ? ", as given" : ", chosen",
                         "; the scan's map has ", prepared.grid.m_size[0], " x ", prepared.grid.m_size[1],
@@ -165,7 +165,8 @@ std::string finishPrepared(OutputFolder& folder, const PreparedPair& pair, const
 }
 
 std::vector<FoundPose> scan(const PreparedPair& pair, const FitOptions& options, Journal& journal) {
-    std::vector<FoundPose> poses = scanPoses(pair.map, pair.model, pair.choice, options.threads, journal);
+    std::vector<FoundPose> poses =
+        scanPoses(pair.map, pair.model, pair.choice, options.score, options.threads, journal);
     if (poses.empty()) {
         throw std::runtime_error(options.map +
                                  ": no place of the model was found in it. Check that both show "

@@ -47,9 +47,10 @@ SearchMap searchMap(const PreparedMap& map) {
     return result;
 }
 
-FitSettings searchSettings(const ScanChoice& choice, std::size_t workers) {
+FitSettings searchSettings(const ScanChoice& choice, FitScore score, std::size_t workers) {
     FitSettings settings;
     settings.workers = workers;
+    settings.score = score == FitScore::Local ? ScanScore::Local : ScanScore::Overlap;
     settings.sigma = choice.sigma;
     settings.step = choice.step;
     settings.filterSigmas = ScanLimits::everyValue;
@@ -95,11 +96,12 @@ PoseMove placeOf(const ExhaustiveSearch& search, const PoseRecord& pose, const S
 } // namespace
 
 std::vector<FoundPose> scanPoses(const PreparedMap& map, const PreparedModel& model, const ScanChoice& choice,
-                                 std::size_t threads, SearchObserver& observer) {
+                                 FitScore score, std::size_t threads, SearchObserver& observer) {
     const std::size_t count = evenRotationCount(choice.step);
     const std::size_t workers = std::min(threads, count);
     const cVector3 middle = map.middle();
-    ExhaustiveSearch search(searchMap(map), searchModel(model, middle), searchSettings(choice, workers));
+    ExhaustiveSearch search(searchMap(map), searchModel(model, middle),
+                            searchSettings(choice, score, workers));
     requireMemory(search, workers, count);
     const std::vector<Rotation> rotations = evenRotations(choice.step);
     const std::vector<PoseRecord> records =
@@ -108,7 +110,7 @@ std::vector<FoundPose> scanPoses(const PreparedMap& map, const PreparedModel& mo
     for (const PoseRecord& record : records) {
         const RigidMotion motion = rigidMotion(placeOf(search, record, choice));
         if ((motion(middle) - middle).norm() <= map.farthestCentre) {
-            poses.push_back({record.score, motion});
+            poses.push_back({record.score, record.scoreKind == 0 ? score : FitScore::Laplacian, motion});
         }
     }
     return poses;

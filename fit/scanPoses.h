@@ -10,10 +10,12 @@
 #include "Preparation/PreparedModel.h"
 #include "Preparation/ScanChoice.h"
 #include "Search/SearchObserver.h"
+#include "fit/FitOptions.h"
 
 /// A place of the model.
 struct FoundPose {
-    double score = 0.0; ///< of the scan, by which poses are ranked
+    double score = 0.0;              ///< of the scan, by which the poses of a list are ranked
+    FitScore list = FitScore::Local; ///< that the score is of
     RigidMotion motion;
 };
 
@@ -27,12 +29,15 @@ struct ScanLimits {
     static double placeDistance(const ScanChoice& choice) { return choice.resolution / 2.0; }
 };
 
-/// Scores every rotation of an even set at every translation.
+/// Scores every rotation of an even set at every translation. With FitScore::Local there are two lists, that
+/// of the local score and that of the overlap of the same fields, Laplacian: where one of them is misled the
+/// other need not be. A place may be in both.
 /// @param threads  at least 1
 /// @return motions in the prepared frame, of the model with its middle at the middle of the map, best score
-///         first; none whose middle is farther out than the map has room for
+///         of each list first, one list behind the other; none whose middle is farther out than the map has
+///         room for
 /// @throws std::invalid_argument, std::length_error for what no search can be made with
 std::vector<FoundPose> scanPoses(const PreparedMap& map, const PreparedModel& model, const ScanChoice& choice,
-                                 std::size_t threads, SearchObserver& observer);
+                                 FitScore score, std::size_t threads, SearchObserver& observer);
 
 #endif

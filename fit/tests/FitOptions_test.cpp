@@ -42,7 +42,8 @@ TEST(FitOptions, HaveDefaultsForAllButInputsAndResolution) {
     EXPECT_EQ(options.resolution, 11.5);
     EXPECT_EQ(options.poses, 10U);
     EXPECT_EQ(options.threads, usableCores());
-    EXPECT_EQ(options.field, MapField::Laplacian);
+    EXPECT_EQ(options.score, FitScore::Local);
+    EXPECT_EQ(fieldOf(options.score), MapField::Laplacian);
     EXPECT_FALSE(options.level || options.step || options.scanResolution || options.format ||
                  options.choice.plddt || options.choice.model);
     EXPECT_TRUE(options.mask.empty() && options.choice.selection.empty() && options.choice.assembly.empty());
@@ -64,7 +65,8 @@ TEST(FitOptions, TakeWhatIsGiven) {
     EXPECT_EQ(options.choice.plddt, 70.0);
     EXPECT_EQ(options.level, -0.5);
     EXPECT_EQ(options.mask, "mask.mrc");
-    EXPECT_EQ(options.field, MapField::Density);
+    EXPECT_EQ(options.score, FitScore::Overlap);
+    EXPECT_EQ(fieldOf(options.score), MapField::Density);
     EXPECT_EQ(options.step, 12.0);
     EXPECT_EQ(options.scanResolution, 15.0);
     EXPECT_EQ(options.poses, 3U);
