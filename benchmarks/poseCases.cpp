@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <fstream>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "Formats/readMap.h"
@@ -211,7 +212,8 @@ std::vector<FoundPose> scanCase(const PoseCase& c, const PreparedModel& model, c
     request.field = fieldOf(setting.score);
     const PreparedMap map = prepareMap(c.map, model, choice, request);
     SearchObserver silent;
-    std::vector<FoundPose> poses = scanPoses(map, model, choice, setting.score, threads, silent);
+    std::vector<FoundPose> poses =
+        scanPoses(map, model, choice, {setting.score, std::nullopt, threads}, silent);
     const FrameBack back(map, model);
     for (FoundPose& pose : poses) {
         pose.motion = back.toUser(pose.motion);

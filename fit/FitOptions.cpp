@@ -18,6 +18,7 @@ namespace {
 
 constexpr double mostPoses = 100000;
 constexpr double mostThreads = 4096;
+constexpr double farthestNear = 1e5;  ///< angstrom
 constexpr std::size_t nameWidth = 26; ///< columns of the help for names
 constexpr std::size_t textWidth = 54; ///< and for texts
 
@@ -66,6 +67,36 @@ CLI::Validator oneOf(const std::string& first, const std::string& second) {
         "");
 }
 
+/// DEG or DEG,A.
+std::optional<NearOption> nearOf(const std::string& text) {
+    const std::size_t comma = text.find(',');
+    const std::optional<double> degrees = numberOf(text.substr(0, comma));
+    NearOption near;
+    if (!degrees || !(*degrees >= 0.0 && *degrees <= NearOption::everyOrientation)) {
+        return std::nullopt;
+    }
+    near.degrees = *degrees;
+    if (comma != std::string::npos) {
+        near.distance = numberOf(text.substr(comma + 1));
+        if (!near.distance || !(*near.distance >= 0.0 && *near.distance <= farthestNear)) {
+            return std::nullopt;
+        }
+    }
+    return near;
+}
+
+CLI::Validator nearText() {
+    return CLI::Validator(
+        [](std::string& text) {
+            return nearOf(text)
+                       ? std::string()
+                       : "'" + text +
+                             "' is not DEG or DEG,A with 0 to 180 degrees and 0 to 100000 A: give one "
+                             "such as 30,10";
+        },
+        "");
+}
+
 CLI::Validator scoreName() {
     return CLI::Validator(
         [](std::string& text) {
@@ -99,6 +130,7 @@ struct Texts {
     std::string level;
     std::string step;
     std::string scanResolution;
+    std::string near;
     std::string plddt;
     std::string model;
     std::string score = "local";
@@ -197,6 +229,14 @@ void addSearch(CLI::App& app, Texts& texts) {
         ->check(aboveZero("A", "10"))
         ->option_text("R")
         ->group(group);
+    app.add_option(
+           "--near", texts.near,
+           wrapped("look only at orientations within DEG degrees of the model's present one and, if given, "
+                   "places within A angstrom of its present place; 0,0 polishes it where it is (default: "
+                   "everywhere)"))
+        ->check(nearText())
+        ->option_text("DEG[,A]")
+        ->group(group);
     app.add_option("--threads", texts.threads,
                    wrapped("workers (default: the cores that this process may use)"))
         ->check(count(mostThreads, "4"))
@@ -237,6 +277,7 @@ void addOutput(CLI::App& app, FitOptions& options, Texts& texts) {
 void takeTexts(const Texts& texts, FitOptions& options) {
     options.resolution = numberOf(texts.resolution).value_or(0.0);
     options.level = numberOf(texts.level);
+    options.near = nearOf(texts.near);
     options.step = numberOf(texts.step);
     options.scanResolution = numberOf(texts.scanResolution);
     options.choice.plddt = numberOf(texts.plddt);

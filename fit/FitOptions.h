@@ -27,6 +27,16 @@ std::string nameOf(FitScore score);
 /// That of a name, if there is one.
 std::optional<FitScore> scoreNamed(const std::string& name);
 
+/// How far from the model's present orientation and place it is looked for.
+struct NearOption {
+    static constexpr double everyOrientation = 180.0;
+    double degrees = everyOrientation;
+    std::optional<double> distance; ///< angstrom, of the model's middle; none: everywhere
+
+    /// The present place is polished and nothing else is looked for.
+    bool isPolishOnly() const { return degrees == 0.0 && distance == 0.0; }
+};
+
 /// What a run is asked for.
 struct FitOptions {
     std::string map;   ///< path
@@ -39,8 +49,9 @@ struct FitOptions {
     FitScore score = FitScore::Local;
     std::optional<double> step;           ///< degrees
     std::optional<double> scanResolution; ///< angstrom
-    std::size_t poses = 10;               ///< written
-    std::optional<ModelFormat> format;    ///< none: that of the model
+    std::optional<NearOption> near;
+    std::size_t poses = 10;            ///< written
+    std::optional<ModelFormat> format; ///< none: that of the model
     std::size_t threads = 1;
     bool prepareOnly = false;
     bool quiet = false;

@@ -24,6 +24,18 @@ std::string orChosen(const std::optional<double>& value) {
     return value ? text.str() : "chosen";
 }
 
+std::string nearText(const std::optional<NearOption>& near) {
+    if (!near) {
+        return "everywhere";
+    }
+    std::ostringstream text;
+    text << near->degrees << " degrees";
+    if (near->distance) {
+        text << ", " << *near->distance << " A";
+    }
+    return text.str();
+}
+
 std::string orNone(const std::string& text) {
     return text.empty() ? "none" : printable(text);
 }
@@ -41,6 +53,7 @@ void writeSettings(std::ostream& out, const FitOptions& options) {
     writeOption(out, "level", orChosen(options.level));
     writeOption(out, "mask", orNone(options.mask));
     writeOption(out, "score", nameOf(options.score));
+    writeOption(out, "near", nearText(options.near));
     writeOption(out, "step", orChosen(options.step));
     writeOption(out, "scan resolution", orChosen(options.scanResolution));
     writeOption(out, "poses", options.poses);

@@ -71,6 +71,14 @@ PreparedMap prepareOrThrow(const DensityMap& map, const PreparedModel& model, co
     }
 }
 
+/// The middle of the model where its file has it.
+std::optional<Neighbourhood> neighbourhoodOf(const PreparedModel& model, const FitOptions& options) {
+    if (!options.near || !options.near->distance) {
+        return std::nullopt;
+    }
+    return Neighbourhood{model.fromFile.inverse()(cVector3(0.0)), *options.near->distance};
+}
+
 PreparedMap prepareMapOf(const DensityMap& map, const PreparedModel& model, const ScanChoice& choice,
                          const FitOptions& options, Journal& journal) {
     std::optional<DensityMap> mask;
@@ -84,7 +92,9 @@ PreparedMap prepareMapOf(const DensityMap& map, const PreparedModel& model, cons
         }
     }
     PreparedMap prepared = prepareOrThrow(
-        map, model, choice, {options.level, mask ? &*mask : nullptr, fieldOf(options.score)}, options.map);
+        map, model, choice,
+        {options.level, mask ? &*mask : nullptr, fieldOf(options.score), neighbourhoodOf(model, options)},
+        options.map);
     warnOf(journal, options.map, prepared.remarks);
     journal.choose(join("level ", prepared.level, options.level ? ", as given" : ", chosen",
                         "; the scan's map has ", prepared.grid.m_size[0], " x ", prepared.grid.m_size[1],
@@ -164,9 +174,19 @@ std::string finishPrepared(OutputFolder& folder, const PreparedPair& pair, const
            options.map + ".";
 }
 
+ScanRequest requestOf(const FitOptions& options) {
+    ScanRequest request{options.score, std::nullopt, options.threads};
+    if (options.near && options.near->degrees < NearOption::everyOrientation) {
+        request.nearDegrees = options.near->degrees;
+    }
+    return request;
+}
+
 std::vector<FoundPose> scan(const PreparedPair& pair, const FitOptions& options, Journal& journal) {
-    std::vector<FoundPose> poses =
-        scanPoses(pair.map, pair.model, pair.choice, options.score, options.threads, journal);
+    if (options.near && options.near->isPolishOnly()) {
+        return {FoundPose{0.0, options.score, RigidMotion()}};
+    }
+    std::vector<FoundPose> poses = scanPoses(pair.map, pair.model, pair.choice, requestOf(options), journal);
     if (poses.empty()) {
         throw std::runtime_error(options.map +
                                  ": no place of the model was found in it. Check that both show "

@@ -11,6 +11,7 @@
 #include "Math/pi.h"
 #include "PDB/cPDBAtom.h"
 #include "Sampler/evenRotations.h"
+#include "Sampler/nearRotations.h"
 #include "Search/ExhaustiveSearch.h"
 #include "fit/rigidMotion.h"
 
@@ -62,6 +63,13 @@ FitSettings searchSettings(const ScanChoice& choice, FitScore score, std::size_t
     return settings;
 }
 
+/// The model's orientation in its file is the turn back from that of the prepared one.
+std::vector<Rotation> rotationsOf(const PreparedModel& model, const ScanChoice& choice,
+                                  const std::optional<double>& nearDegrees) {
+    const std::vector<Rotation> all = evenRotations(choice.step);
+    return nearDegrees ? rotationsNear(all, model.fromFile.rotation.getTranspose(), *nearDegrees) : all;
+}
+
 /// Before hours are spent on a scan that cannot end, or on one that starts to swap.
 void requireMemory(const ExhaustiveSearch& search, std::size_t workers, std::size_t rotations) {
     constexpr double bytesPerGigabyte = 1e9;
@@ -96,21 +104,23 @@ PoseMove placeOf(const ExhaustiveSearch& search, const PoseRecord& pose, const S
 } // namespace
 
 std::vector<FoundPose> scanPoses(const PreparedMap& map, const PreparedModel& model, const ScanChoice& choice,
-                                 FitScore score, std::size_t threads, SearchObserver& observer) {
+                                 const ScanRequest& request, SearchObserver& observer) {
     const std::size_t count = evenRotationCount(choice.step);
-    const std::size_t workers = std::min(threads, count);
+    const std::size_t threads = std::min(request.threads, count);
     const cVector3 middle = map.middle();
     ExhaustiveSearch search(searchMap(map), searchModel(model, middle),
-                            searchSettings(choice, score, workers));
-    requireMemory(search, workers, count);
-    const std::vector<Rotation> rotations = evenRotations(choice.step);
+                            searchSettings(choice, request.score, threads));
+    requireMemory(search, threads, count);
+    const std::vector<Rotation> rotations = rotationsOf(model, choice, request.nearDegrees);
+    const std::size_t workers = std::min(threads, rotations.size());
     const std::vector<PoseRecord> records =
         search.finish(search.scan(rotations, 0, workers, workers, &observer), &observer);
     std::vector<FoundPose> poses;
     for (const PoseRecord& record : records) {
         const RigidMotion motion = rigidMotion(placeOf(search, record, choice));
         if ((motion(middle) - middle).norm() <= map.farthestCentre) {
-            poses.push_back({record.score, record.scoreKind == 0 ? score : FitScore::Laplacian, motion});
+            poses.push_back(
+                {record.score, record.scoreKind == 0 ? request.score : FitScore::Laplacian, motion});
         }
     }
     return poses;

@@ -3,6 +3,7 @@
 #define SELVANE_FIT_SCANPOSES_H
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 #include "Math/RigidMotion.h"
@@ -29,15 +30,20 @@ struct ScanLimits {
     static double placeDistance(const ScanChoice& choice) { return choice.resolution / 2.0; }
 };
 
+struct ScanRequest {
+    FitScore score = FitScore::Local;
+    std::optional<double> nearDegrees; ///< from the model's orientation in its file; none: every orientation
+    std::size_t threads = 1;           ///< at least 1
+};
+
 /// Scores every rotation of an even set at every translation. With FitScore::Local there are two lists, that
 /// of the local score and that of the overlap of the same fields, Laplacian: where one of them is misled the
 /// other need not be. A place may be in both.
-/// @param threads  at least 1
 /// @return motions in the prepared frame, of the model with its middle at the middle of the map, best score
 ///         of each list first, one list behind the other; none whose middle is farther out than the map has
 ///         room for
 /// @throws std::invalid_argument, std::length_error for what no search can be made with
 std::vector<FoundPose> scanPoses(const PreparedMap& map, const PreparedModel& model, const ScanChoice& choice,
-                                 FitScore score, std::size_t threads, SearchObserver& observer);
+                                 const ScanRequest& request, SearchObserver& observer);
 
 #endif

@@ -64,14 +64,40 @@ void normalise(std::vector<double>& values) {
     }
 }
 
+/// Of the content what a model near a place can reach, so that nothing else is searched.
+void keepNear(Content& content, const DensityMap& map, const Neighbourhood& near, double reach) {
+    content.middle = near.middle;
+    content.radius = near.distance + reach;
+    content.voxels = 0;
+    std::size_t v = 0;
+    for (std::size_t i = 0; i < map.size[0]; ++i) {
+        for (std::size_t j = 0; j < map.size[1]; ++j) {
+            for (std::size_t k = 0; k < map.size[2]; ++k, ++v) {
+                const cVector3 x = map.origin + cVector3(static_cast<double>(i) * map.voxel.x,
+                                                         static_cast<double>(j) * map.voxel.y,
+                                                         static_cast<double>(k) * map.voxel.z);
+                const bool isKept = content.inside[v] != 0 && (x - near.middle).norm() <= content.radius;
+                content.inside[v] = isKept ? 1 : 0;
+                content.voxels += isKept ? 1 : 0;
+            }
+        }
+    }
+    if (content.voxels == 0) {
+        throw std::invalid_argument("the map has no content that the model could reach near its present "
+                                    "place: check that the model is in "
+                                    "the frame of the map, or leave out the distance of --near");
+    }
+}
+
 /// A cube of so many nodes an axis that a pose near the content cannot meet it from the other side, too.
 void layGrid(PreparedMap& prepared, const Content& content, double voxel, double modelReach,
-             const DensityMap& coarse) {
+             const DensityMap& coarse, const std::optional<Neighbourhood>& near) {
     // The middle of the content may lie half a voxel beside that of the nodes.
     const double halfDiagonal = 0.5 * std::sqrt(3.0) * voxel;
     prepared.contentRadius = content.radius + halfDiagonal;
     // Either the model's middle is in the content's sphere or the content is in the model's.
-    prepared.farthestCentre = std::max(prepared.contentRadius, modelReach - prepared.contentRadius);
+    prepared.farthestCentre = near ? near->distance + halfDiagonal
+                                   : std::max(prepared.contentRadius, modelReach - prepared.contentRadius);
     const double period = prepared.contentRadius + modelReach + prepared.farthestCentre;
     const double least = std::ceil(period / voxel) + 1.0;
     if (!(least <= mostNodes)) {
@@ -163,11 +189,15 @@ PreparedMap prepareMap(const DensityMap& map, const PreparedModel& model, const 
     PreparedMap prepared;
     const double level = chooseLevel(coarse);
     prepared.level = request.level.value_or(level);
-    const Content content = findContent(coarse, level, 0.5 * choice.resolution);
+    Content content = findContent(coarse, level, 0.5 * choice.resolution);
     if (content.voxels == 0) {
         throw std::invalid_argument(reasonOfNothing(map, coarse, request, level));
     }
-    layGrid(prepared, content, choice.voxel, model.reach + sigmasOfAtom * choice.sigma, coarse);
+    const double modelReach = model.reach + sigmasOfAtom * choice.sigma;
+    if (request.near) {
+        keepNear(content, coarse, *request.near, modelReach);
+    }
+    layGrid(prepared, content, choice.voxel, modelReach, coarse, request.near);
     if (request.field == MapField::Laplacian) {
         coarse = negativeLaplacian(coarse);
     }

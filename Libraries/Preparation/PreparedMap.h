@@ -18,15 +18,23 @@ enum class MapField {
     Laplacian ///< its negative Laplacian, which has mean zero: edges count, a dense middle does not
 };
 
+/// Where the middle of the model is looked for.
+struct Neighbourhood {
+    cVector3 middle = cVector3(0.0); ///< in the frame of the map
+    double distance = 0.0;           ///< from it, angstrom
+};
+
 struct MapRequest {
     std::optional<double> level;      ///< density at or below counts as empty; none: chosen
     const DensityMap* mask = nullptr; ///< where it is not above 0.5 the map counts as empty
     MapField field = MapField::Laplacian;
+    std::optional<Neighbourhood> near; ///< none: the model is looked for in the whole map
 };
 
 /// A map made ready for a scan: brought to the scan's resolution and voxels, emptied below the level and
 /// outside the mask, cut to its content and laid into a grid that holds every rotation of the content about
-/// the middle, with room for the model around, so that no pose wraps around in a periodic correlation.
+/// the middle, with room for the model around, so that no pose wraps around in a periodic correlation. Near a
+/// place only what a model there can reach is kept.
 struct PreparedMap {
     cGrid grid;                     ///< its low corner is the origin of the prepared frame
     std::vector<double> values;     ///< a value per node, z fastest, of standard deviation 1

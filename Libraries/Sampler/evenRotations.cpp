@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "Math/pi.h"
-#include "Sampler/cAngularSampler.h"
+#include "Sampler/rotationAngles.h"
 
 namespace {
 
@@ -18,15 +18,11 @@ struct Quaternion {
     double x, y, z, w;
 };
 
-std::array<double, 3> anglesOf(const Quaternion& q) {
-    double m[3][3] = {
-        {1 - 2 * (q.y * q.y + q.z * q.z), 2 * (q.x * q.y - q.z * q.w), 2 * (q.x * q.z + q.y * q.w)},
-        {2 * (q.x * q.y + q.z * q.w), 1 - 2 * (q.x * q.x + q.z * q.z), 2 * (q.y * q.z - q.x * q.w)},
-        {2 * (q.x * q.z - q.y * q.w), 2 * (q.y * q.z + q.x * q.w), 1 - 2 * (q.x * q.x + q.y * q.y)}};
-    m[0][2] = std::clamp(m[0][2], -1.0, 1.0); // rounding must not leave the domain of the arc sine
-    std::array<double, 3> angles{};
-    cAngularSampler::ToEulerAnglesXYZ(angles[0], angles[1], angles[2], m);
-    return angles;
+cMatrix33 matrixOf(const Quaternion& q) {
+    return {
+        1 - 2 * (q.y * q.y + q.z * q.z), 2 * (q.x * q.y - q.z * q.w),     2 * (q.x * q.z + q.y * q.w),
+        2 * (q.x * q.y + q.z * q.w),     1 - 2 * (q.x * q.x + q.z * q.z), 2 * (q.y * q.z - q.x * q.w),
+        2 * (q.x * q.z - q.y * q.w),     2 * (q.y * q.z + q.x * q.w),     1 - 2 * (q.x * q.x + q.y * q.y)};
 }
 
 } // namespace
@@ -53,8 +49,8 @@ std::vector<std::array<double, 3>> evenRotations(double step) {
         // Whole turns are dropped before they cost digits.
         const double a = 2.0 * pi * std::fmod(s / phi, 1.0);
         const double b = 2.0 * pi * std::fmod(s / psi, 1.0);
-        rotations.push_back(
-            anglesOf({r * std::sin(a), r * std::cos(a), rest * std::sin(b), rest * std::cos(b)}));
+        rotations.push_back(rotationAngles(
+            matrixOf({r * std::sin(a), r * std::cos(a), rest * std::sin(b), rest * std::cos(b)})));
     }
     return rotations;
 }

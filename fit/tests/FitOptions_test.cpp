@@ -44,7 +44,7 @@ TEST(FitOptions, HaveDefaultsForAllButInputsAndResolution) {
     EXPECT_EQ(options.threads, usableCores());
     EXPECT_EQ(options.score, FitScore::Local);
     EXPECT_EQ(fieldOf(options.score), MapField::Laplacian);
-    EXPECT_FALSE(options.level || options.step || options.scanResolution || options.format ||
+    EXPECT_FALSE(options.level || options.step || options.scanResolution || options.format || options.near ||
                  options.choice.plddt || options.choice.model);
     EXPECT_TRUE(options.mask.empty() && options.choice.selection.empty() && options.choice.assembly.empty());
     EXPECT_FALSE(options.prepareOnly || options.quiet || options.restart);
@@ -52,13 +52,46 @@ TEST(FitOptions, HaveDefaultsForAllButInputsAndResolution) {
 }
 
 TEST(FitOptions, TakeWhatIsGiven) {
-    const FitOptions options = parsed(
-        {"map.mrc",  "model.pdb", "-r",         "8",       "-o",        "out", "--select",          "A,B",
-         "--model",  "3",         "--assembly", "1",       "--plddt",   "70",  "--level",           "-0.5",
-         "--mask",   "mask.mrc",  "--score",    "overlap", "--step",    "12",  "--scan-resolution", "15",
-         "--poses",  "3",         "--format",   "cif",     "--threads", "2",   "--prepare-only",    "--quiet",
-         "--restart"});
+    const FitOptions options = parsed({"map.mrc",
+                                       "model.pdb",
+                                       "-r",
+                                       "8",
+                                       "-o",
+                                       "out",
+                                       "--select",
+                                       "A,B",
+                                       "--model",
+                                       "3",
+                                       "--assembly",
+                                       "1",
+                                       "--plddt",
+                                       "70",
+                                       "--level",
+                                       "-0.5",
+                                       "--mask",
+                                       "mask.mrc",
+                                       "--score",
+                                       "overlap",
+                                       "--step",
+                                       "12",
+                                       "--scan-resolution",
+                                       "15",
+                                       "--poses",
+                                       "3",
+                                       "--format",
+                                       "cif",
+                                       "--threads",
+                                       "2",
+                                       "--prepare-only",
+                                       "--quiet",
+                                       "--restart",
+                                       "--near",
+                                       "30,12.5"});
     EXPECT_EQ(options.output, "out");
+    ASSERT_TRUE(options.near && options.near->distance);
+    EXPECT_EQ(options.near->degrees, 30.0);
+    EXPECT_EQ(*options.near->distance, 12.5);
+    EXPECT_FALSE(options.near->isPolishOnly());
     EXPECT_EQ(options.choice.selection, "A,B");
     EXPECT_EQ(options.choice.model, "3");
     EXPECT_EQ(options.choice.assembly, "1");
@@ -80,9 +113,11 @@ TEST(FitOptions, RefuseValuesByTheNameOfTheirOption) {
         {"--resolution", "0"},      {"--resolution", "-3"}, {"--resolution", "nan"}, {"--resolution", "inf"},
         {"--resolution", "8A"},     {"--step", "0"},        {"--step", "0.49"},      {"--step", "181"},
         {"--scan-resolution", "x"}, {"--level", "high"},    {"--level", "nan"},      {"--plddt", "101"},
-        {"--plddt", "-1"},          {"--score", "best"},    {"--format", "xyz"},     {"--poses", "0"},
-        {"--poses", "2.5"},         {"--poses", "-1"},      {"--poses", "1000000"},  {"--threads", "0"},
-        {"--threads", "many"},      {"--output", ""},       {"--select", ""},        {"--mask", ""}};
+        {"--plddt", "-1"},          {"--near", "-1"},       {"--near", "181"},       {"--near", "10,"},
+        {"--near", "10,-2"},        {"--near", "10,x"},     {"--near", ",5"},        {"--score", "best"},
+        {"--format", "xyz"},        {"--poses", "0"},       {"--poses", "2.5"},      {"--poses", "-1"},
+        {"--poses", "1000000"},     {"--threads", "0"},     {"--threads", "many"},   {"--output", ""},
+        {"--select", ""},           {"--mask", ""}};
     for (const Words& each : refused) {
         Words words = {"map.mrc", "model.pdb"};
         if (each[0] != "--resolution") {
@@ -114,10 +149,10 @@ TEST(FitOptions, HelpNamesEveryOptionWithItsDefault) {
     const CommandLineEnd end = endOf({"--help"});
     EXPECT_EQ(end.status, 0);
     EXPECT_EQ(end.err, "");
-    for (const char* name :
-         {"--resolution", "--output", "--select", "--model", "--assembly", "--plddt", "--level", "--mask",
-          "--score", "--step", "--scan-resolution", "--poses", "--format", "--threads", "--prepare-only",
-          "--quiet", "--restart", "--version", "--help"}) {
+    for (const char* name : {"--resolution",   "--output",          "--select",  "--model",   "--assembly",
+                             "--plddt",        "--level",           "--mask",    "--score",   "--near",
+                             "--step",         "--scan-resolution", "--poses",   "--format",  "--threads",
+                             "--prepare-only", "--quiet",           "--restart", "--version", "--help"}) {
         EXPECT_TRUE(contains(end.out, name)) << name;
     }
     std::size_t defaults = 0;
@@ -125,7 +160,7 @@ TEST(FitOptions, HelpNamesEveryOptionWithItsDefault) {
          at = end.out.find("default:", at + 1)) {
         ++defaults;
     }
-    EXPECT_EQ(defaults, 16U); // all but resolution, help and version
+    EXPECT_EQ(defaults, 17U); // all but resolution, help and version
 }
 
 TEST(FitOptions, VersionIsTheProjects) {
@@ -138,6 +173,17 @@ TEST(FitOptions, OutputIsNamedAfterTheFilesWithoutTheirExtensions) {
     EXPECT_EQ(defaultOutput("a/b/model.pdb", "maps/emd_1.map"), "fit-model-in-emd_1");
     EXPECT_EQ(defaultOutput("model.cif.gz", "emd.mrc.gz"), "fit-model-in-emd");
     EXPECT_EQ(defaultOutput("1abc", "map.v2.ccp4"), "fit-1abc-in-map.v2");
+}
+
+TEST(FitOptions, NearTakesDegreesAloneOrWithALength) {
+    const auto nearOf = [](const std::string& text) {
+        return parsed({"map.mrc", "model.pdb", "-r", "8", "--near", text}).near.value();
+    };
+    EXPECT_EQ(nearOf("25").degrees, 25.0);
+    EXPECT_FALSE(nearOf("25").distance);
+    EXPECT_TRUE(nearOf("0,0").isPolishOnly());
+    EXPECT_FALSE(nearOf("0").isPolishOnly());
+    EXPECT_FALSE(nearOf("0,5").isPolishOnly());
 }
 
 } // namespace

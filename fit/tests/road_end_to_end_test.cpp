@@ -214,6 +214,29 @@ TEST_F(SelvaneFit, TheCommandOfThePreparedFilesFindsTheSamePlace) {
     EXPECT_LT(example::rmsd(theirs, scene().truth), 1.5 * voxel);
 }
 
+/// Elsewhere is where the model is not looked for, be it the right place.
+TEST_F(SelvaneFit, NearLooksOnlyAroundThePresentPlace) {
+    constexpr double distance = 5.0;
+    m_scratch.write("truth.pdb", example::pdbText(scene().truth, "truth"));
+    ASSERT_EQ(fitInto("near", {"--near", "6,5", "--quiet"}, "map.ccp4", "truth.pdb").status, 0);
+    const auto rows = csvRows(m_scratch.read("near/poses.csv"));
+    ASSERT_FALSE(rows.empty());
+    EXPECT_LT(example::rmsd(pose("near/pose_01.pdb"), scene().truth), rightPose);
+    const Model beside = shifted(scene().truth, {18.0, 0.0, 0.0});
+    m_scratch.write("beside.pdb", example::pdbText(beside, "beside"));
+    ASSERT_EQ(fitInto("far", coarseWith({"--near", "180,5", "--quiet"}), "map.ccp4", "beside.pdb").status, 0);
+    for (const char* name : {"/pose_01.pdb", "/pose_02.pdb"}) {
+        const Vec3 found = example::centroid(pose(std::string("far") + name));
+        EXPECT_LT(example::norm(found - example::centroid(beside)), distance + resolution);
+    }
+}
+
+TEST_F(SelvaneFit, NearAPlaceWithoutDensityEndsWithARemedy) {
+    const Outcome run = fitInto("out", {"--near", "180,5", "--quiet"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(contains(run.err, "map.ccp4: ") && contains(run.err, "--near")) << run.err;
+}
+
 TEST_F(SelvaneFit, ReplacesEarlierResultsOnlyWhenTold) {
     ASSERT_EQ(fitInto("out", coarseWith({"--poses", "3"})).status, 0);
     m_scratch.write("out/notes.txt", "mine");

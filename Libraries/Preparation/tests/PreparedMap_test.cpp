@@ -279,3 +279,41 @@ TEST(FastSize, IsTheNextProductOfSmallPrimes) {
     EXPECT_EQ(fastSize(121), 125u);
     EXPECT_EQ(fastSize(400), 400u);
 }
+
+TEST(PrepareMap, NearAPlaceKeepsWhatAModelThereReaches) {
+    const PreparedModel model = modelOf(6.0);
+    const ScanChoice choice = choiceOf(10.0, 10.0);
+    MapRequest request;
+    const cVector3 origin(-40.0, 12.0, 5.0);
+    const DensityMap map = particleMap(origin);
+    const PreparedMap whole = prepareMap(map, model, choice, request);
+    request.near = Neighbourhood{particle[0].middle + origin, 2.0};
+    const PreparedMap near = prepareMap(map, model, choice, request);
+    EXPECT_LT(near.values.size(), whole.values.size());
+    const double reach = 2.0 + model.reach + 3.0 * choice.sigma;
+    const double half = std::sqrt(3.0) / 2.0 * choice.voxel;
+    const cVector3 middle = near.middle() + near.inMap;
+    EXPECT_LE((middle - request.near->middle).norm(), half + 1e-9);
+    EXPECT_NEAR(near.farthestCentre, 2.0 + half, 1e-9);
+    std::size_t filled = 0;
+    for (unsigned int i = 0; i < near.grid.m_size[0]; ++i) {
+        for (unsigned int j = 0; j < near.grid.m_size[1]; ++j) {
+            for (unsigned int k = 0; k < near.grid.m_size[2]; ++k) {
+                const cVector3 x =
+                    near.inMap + cVector3(i * choice.voxel, j * choice.voxel, k * choice.voxel);
+                const bool isReached = (x - request.near->middle).norm() <= reach;
+                const double value = near.values[(i * near.grid.m_size[1] + j) * near.grid.m_size[2] + k];
+                EXPECT_TRUE(isReached || value == 0.0);
+                filled += value != 0.0 ? 1 : 0;
+            }
+        }
+    }
+    EXPECT_GT(filled, 100U);
+}
+
+TEST(PrepareMap, NearAPlaceWithoutContentIsRefused) {
+    MapRequest request;
+    request.near = Neighbourhood{cVector3(500.0), 2.0};
+    EXPECT_THROW(prepareMap(particleMap(), modelOf(6.0), choiceOf(10.0, 10.0), request),
+                 std::invalid_argument);
+}
