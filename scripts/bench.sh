@@ -32,8 +32,8 @@ bin="$PWD/$build_dir/bin"
 say "Building with benchmarks in $build_dir"
 cmake --preset release -B "$build_dir" -DSELVANE_BUILD_BENCHMARKS=ON
 cmake --build "$build_dir" --parallel "$(jobs_count)" \
-    --target selvane selvane-fit whole_runs fit_runs one_rotation_benchmark oracle_benchmark reading_benchmark \
-    writing_benchmark
+    --target selvane selvane-fit whole_runs fit_runs one_rotation_benchmark oracle_benchmark polish_benchmark \
+    reading_benchmark writing_benchmark
 export OPENBLAS_NUM_THREADS=1
 
 say "Measuring; the load of the last minute is $(cut -d' ' -f1 /proc/loadavg 2>/dev/null || echo unknown)"
@@ -56,3 +56,5 @@ row "reading a gzipped map of 256^3, in times of inflating it" \
     "$(kernel reading_benchmark gzippedMap/256 ratio)" "<= 2"
 row "reading a plain map of 256^3, in times of fetching and copying it" \
     "$(kernel reading_benchmark plainMap/256 ratio)"
+row "polishing a pose of 3,000 atoms, coarse and fine, in pairs of 64^3" \
+    "$(kernel polish_benchmark polish/3000 pairs)" "<= 5"
