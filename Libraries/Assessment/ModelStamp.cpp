@@ -136,6 +136,12 @@ void ModelStamp::add(const std::vector<cVector3>& positions, const std::vector<d
     }
 }
 
+cVector3 ModelStamp::place(std::size_t i, std::size_t j, std::size_t k) const {
+    return m_lattice.origin + cVector3(static_cast<double>(inMap(0, i)), static_cast<double>(inMap(1, j)),
+                                       static_cast<double>(inMap(2, k))) *
+                                  m_lattice.voxel;
+}
+
 float ModelStamp::negativeLaplacian(std::size_t index) const {
     // f''(0) h^2 from f(0), f(+-h), f(+-2h), f(+-3h), as for a map.
     constexpr std::array<double, 4> coefficients = {-490.0 / 180.0, 270.0 / 180.0, -27.0 / 180.0,

@@ -41,6 +41,9 @@ public:
     /// The number on the lattice of a node of the box, along one axis; it may be negative.
     long inMap(std::size_t axis, std::size_t node) const { return m_low[axis] + static_cast<long>(node); }
 
+    /// Of a node of the box, angstrom.
+    cVector3 place(std::size_t i, std::size_t j, std::size_t k) const;
+
     /// -Laplacian D at a node within the rim, by central differences of sixth order, per square angstrom.
     float negativeLaplacian(std::size_t index) const;
 

@@ -169,34 +169,42 @@ DensityMap filtered(const DensityMap& map, const ScoringRequest& request, const 
         part, {resolution, resolution, voxel, request.level, request.mask != nullptr ? &maskPart : nullptr});
 }
 
-} // namespace
-
-double ScoringMap::densityAt(const cVector3& x) const {
+double trilinear(const DensityMap& field, const cVector3& x, double outside) {
     std::array<std::size_t, 3> node{};
     std::array<double, 3> beyond{};
     for (int axis = 0; axis < 3; ++axis) {
         const auto a = static_cast<std::size_t>(axis);
-        const double place = (x[axis] - density.origin[axis]) / density.voxel[axis];
-        const auto last = static_cast<double>(density.size[a] - 1);
+        const double place = (x[axis] - field.origin[axis]) / field.voxel[axis];
+        const auto last = static_cast<double>(field.size[a] - 1);
         if (!(place >= 0.0 && place <= last)) {
-            return background;
+            return outside;
         }
         const double below = std::floor(place);
         node[a] = static_cast<std::size_t>(below);
         beyond[a] = place - below;
     }
     const auto along = [&](std::size_t i, std::size_t j) {
-        const float* row = &density.values[density.index(i, j, 0)];
+        const float* row = &field.values[field.index(i, j, 0)];
         const auto first = static_cast<double>(row[node[2]]);
-        const auto second = static_cast<double>(row[std::min(node[2] + 1, density.size[2] - 1)]);
+        const auto second = static_cast<double>(row[std::min(node[2] + 1, field.size[2] - 1)]);
         return first + beyond[2] * (second - first);
     };
     const auto across = [&](std::size_t i) {
         const double first = along(i, node[1]);
-        return first + beyond[1] * (along(i, std::min(node[1] + 1, density.size[1] - 1)) - first);
+        return first + beyond[1] * (along(i, std::min(node[1] + 1, field.size[1] - 1)) - first);
     };
     const double first = across(node[0]);
-    return first + beyond[0] * (across(std::min(node[0] + 1, density.size[0] - 1)) - first);
+    return first + beyond[0] * (across(std::min(node[0] + 1, field.size[0] - 1)) - first);
+}
+
+} // namespace
+
+double ScoringMap::densityAt(const cVector3& x) const {
+    return trilinear(density, x, background);
+}
+
+double ScoringMap::contrastAt(const cVector3& x) const {
+    return trilinear(contrast, x, 0.0);
 }
 
 bool ScoringMap::isWithin(const cVector3& x) const {

@@ -34,8 +34,9 @@ struct ScoringMap {
 
     double voxel() const { return density.voxel.x; }
 
-    /// Linear between the eight nodes around a point; the background outside of the box.
+    /// Linear between the eight nodes around a point; beyond the box the background, and 0.
     double densityAt(const cVector3& x) const;
+    double contrastAt(const cVector3& x) const;
 
     /// Whether a point lies between the first and the last voxel of the whole map.
     bool isWithin(const cVector3& x) const;
