@@ -16,9 +16,9 @@
 namespace equivalence {
 
 /// The least self-correlation of an equivalence. Of a real map of seven-fold symmetry at 11.5 A the symmetric
-/// places have 0.98, 0.95 if they are 1 A off and 0.85 if 2 A; random turns about the same middle at most
-/// 0.28.
-constexpr double leastSelfCorrelation = 0.7;
+/// places have 0.98, 0.95 if they are 1 A off and 0.85 if 2 A; random turns about the same middle have at
+/// most 0.28, and two proteins of one fold in a simulated complex at 10 A 0.34.
+constexpr double leastSelfCorrelation = 0.6;
 
 /// Nodes of the map's lattice under a model and around it, where its blurred density is above a hundredth of
 /// its highest; some thousands of them, evenly thinned out, of a large model.
