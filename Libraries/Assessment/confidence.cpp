@@ -155,9 +155,10 @@ std::string reasonOf(const std::vector<RankedPlace>& places, const Judge& judge,
         return place.equivalentTo != places.front().equivalentTo;
     });
     const bool isFirst = firstOther == places.begin() + static_cast<std::ptrdiff_t>(rival);
-    return bestText(places, others) + "; the best of the " + std::to_string(others) + " other places" +
-           (isFirst ? "" : " that is no further copy") + " scores " + toHundredths(places[rival].score) +
-           ", " + numberText(std::round(10.0 * best.gap) / 10.0) + " deviations below it.";
+    return bestText(places, others) + "; " + (isFirst ? "" : "apart from those that stand out elsewhere, ") +
+           "the best of the " + std::to_string(others) + " other places scores " +
+           toHundredths(places[rival].score) + ", " + numberText(std::round(10.0 * best.gap) / 10.0) +
+           " deviations below it.";
 }
 
 } // namespace

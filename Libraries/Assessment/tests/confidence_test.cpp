@@ -88,7 +88,8 @@ TEST(Confidence, ASecondCopyElsewhereIsNoRivalAndAnotherTurnAtTheSamePlaceIs) {
     EXPECT_EQ(apart.places[0].confidence, Confidence::High);
     EXPECT_EQ(apart.places[1].confidence, Confidence::High);
     EXPECT_EQ(apart.places[2].confidence, Confidence::Low);
-    EXPECT_NE(apart.reason.find("the best of the 8 other places that is no further copy scores 0.24"),
+    EXPECT_NE(apart.reason.find(
+                  "; apart from those that stand out elsewhere, the best of the 8 other places scores 0.24"),
               std::string::npos);
     context.clash = [](std::size_t a, std::size_t b) { return a + b == 1; };
     EXPECT_EQ(judge(withBest({0.70, 0.69}), context).confidence, Confidence::Low);
