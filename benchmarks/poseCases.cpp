@@ -192,8 +192,7 @@ PreparedModel turned(const std::vector<ModelAtom>& model, const cMatrix33& turn)
     return prepared;
 }
 
-std::vector<FoundPose> scanCase(const PoseCase& c, const PreparedModel& model, const ScanSetting& setting,
-                                std::size_t threads) {
+ScanChoice choiceOf(const PoseCase& c, const PreparedModel& model, const ScanSetting& setting) {
     ScanNeeds needs;
     needs.resolution = c.resolution;
     needs.mapVoxel = std::max({c.map.voxel.x, c.map.voxel.y, c.map.voxel.z});
@@ -208,6 +207,12 @@ std::vector<FoundPose> scanCase(const PoseCase& c, const PreparedModel& model, c
     if (setting.voxels > 0.0) {
         choice.voxel = choice.resolution / setting.voxels;
     }
+    return choice;
+}
+
+std::vector<FoundPose> scanCase(const PoseCase& c, const PreparedModel& model, const ScanSetting& setting,
+                                std::size_t threads) {
+    const ScanChoice choice = choiceOf(c, model, setting);
     MapRequest request;
     request.field = fieldOf(setting.score);
     const PreparedMap map = prepareMap(c.map, model, choice, request);

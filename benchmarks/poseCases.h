@@ -9,6 +9,7 @@
 #include "Formats/DensityMap.h"
 #include "Math/RigidMotion.h"
 #include "Preparation/PreparedModel.h"
+#include "Preparation/ScanChoice.h"
 #include "examples/Model.h"
 #include "examples/Random.h"
 #include "fit/scanPoses.h"
@@ -65,6 +66,9 @@ struct ScanSetting {
     double voxels = 0.0;     ///< per resolution
     double step = 0.0;       ///< degrees
 };
+
+/// What the program chooses for a case.
+ScanChoice choiceOf(const PoseCase& c, const PreparedModel& model, const ScanSetting& setting);
 
 /// Prepares and scans. Poses are in the user's frame.
 /// @param threads  at least 1

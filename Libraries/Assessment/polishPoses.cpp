@@ -4,12 +4,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <exception>
-#include <mutex>
 #include <string>
-#include <system_error>
-#include <thread>
 
+#include "Assessment/TaskPool.h"
 #include "Assessment/poseOverlap.h"
 #include "QCProt/RMSD.h"
 
@@ -17,70 +14,6 @@ namespace {
 
 constexpr double coarseMerge = 0.1; // of the resolution
 constexpr double fineMerge = 0.5;   // angstrom
-
-/// Tasks that threads draw in turn, an observer, and the first exception of any of them.
-class Pool {
-public:
-    Pool(std::size_t tasks, SearchObserver& observer) : m_tasks(tasks), m_observer(observer) {}
-
-    /// Runs work(0), ..., work(tasks - 1), each once.
-    /// @throws what the first of them threw, SearchCancelled
-    template <class Work>
-    void run(std::size_t threads, const Work& work) {
-        std::vector<std::thread> others;
-        for (std::size_t i = 1; i < std::min(threads, m_tasks); ++i) {
-            try {
-                others.emplace_back([&] { drain(work); });
-            } catch (const std::system_error&) {
-                break; // no thread to be had: those that run do it all
-            }
-        }
-        drain(work);
-        for (std::thread& thread : others) {
-            thread.join();
-        }
-        if (m_failure) {
-            std::rethrow_exception(m_failure);
-        }
-    }
-
-private:
-    template <class Work>
-    void drain(const Work& work) {
-        try {
-            for (std::size_t task = draw(); task < m_tasks; task = draw()) {
-                work(task);
-                finish();
-            }
-        } catch (...) {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            m_next = m_tasks;
-            if (!m_failure) {
-                m_failure = std::current_exception();
-            }
-        }
-    }
-
-    std::size_t draw() {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        return m_next < m_tasks ? m_next++ : m_tasks;
-    }
-
-    void finish() {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_observer.progress(++m_done);
-        if (m_observer.isCancelled()) {
-            throw SearchCancelled();
-        }
-    }
-
-    std::size_t m_tasks;
-    SearchObserver& m_observer;
-    std::mutex m_mutex;
-    std::size_t m_next = 0;
-    std::size_t m_done = 0;
-    std::exception_ptr m_failure;
-};
 
 /// A pose that starts have led to.
 struct Place {
@@ -94,7 +27,7 @@ std::vector<Place> climbAll(const std::vector<Place>& places, const PolishLevel&
     observer.stageBegins(stage, places.size());
     std::vector<Place> climbed = places;
     const ClimbLimits limits = ClimbLimits::forResolution(level.resolution);
-    Pool(places.size(), observer).run(threads, [&](std::size_t n) {
+    TaskPool(places.size(), observer).run(threads, [&](std::size_t n) {
         climbed[n].polished = climb(level.field, level.model, places[n].polished.motion, limits);
     });
     std::sort(climbed.begin(), climbed.end(), [](const Place& a, const Place& b) {

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Assessment/assessPoses.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "Assessment/ClashTest.h"
+#include "Assessment/TaskPool.h"
+#include "Assessment/copies.h"
+#include "Assessment/equivalence.h"
+
+namespace {
+
+/// Every atom the same.
+double radiusOfGyration(const std::vector<ModelAtom>& atoms) {
+    if (atoms.empty()) {
+        return 0.0;
+    }
+    const double share = 1.0 / static_cast<double>(atoms.size());
+    cVector3 middle(0.0);
+    for (const ModelAtom& atom : atoms) {
+        middle += atom.position * share;
+    }
+    double squares = 0.0;
+    for (const ModelAtom& atom : atoms) {
+        squares += (atom.position - middle).norm2();
+    }
+    return std::sqrt(squares * share);
+}
+
+void score(const ScoringMap& map, const std::vector<ModelAtom>& atoms, std::size_t threads,
+           SearchObserver& observer, std::vector<AssessedPose>& poses) {
+    observer.stageBegins("judging", poses.size());
+    const PoseScorer scorer(map, atoms);
+    TaskPool(poses.size(), observer).run(threads, [&](std::size_t n) {
+        poses[n].scores = scorer(poses[n].motion);
+    });
+    std::stable_sort(poses.begin(), poses.end(), [](const AssessedPose& a, const AssessedPose& b) {
+        return a.scores.localCorrelation > b.scores.localCorrelation;
+    });
+}
+
+std::vector<RankedPlace> rank(const ScoringMap& map, const std::vector<ModelAtom>& atoms,
+                              std::vector<AssessedPose>& poses) {
+    std::vector<RigidMotion> motions;
+    for (const AssessedPose& pose : poses) {
+        motions.push_back(pose.motion);
+    }
+    const std::vector<std::size_t> groups = equivalence::group(map, atoms, motions);
+    std::vector<RankedPlace> places;
+    for (std::size_t n = 0; n < poses.size(); ++n) {
+        poses[n].equivalentTo = groups[n];
+        places.push_back({poses[n].scores.localCorrelation, groups[n]});
+    }
+    return places;
+}
+
+} // namespace
+
+Assessment assessPoses(const ScoringMap& map, const std::vector<ModelAtom>& atoms,
+                       std::vector<AssessedPose> poses, const AssessmentRequest& request,
+                       SearchObserver& observer) {
+    Assessment assessment;
+    assessment.poses = std::move(poses);
+    score(map, atoms, request.threads, observer, assessment.poses);
+    const std::vector<RankedPlace> places = rank(map, atoms, assessment.poses);
+    const ClashTest test(atoms);
+    const auto clash = [&](std::size_t a, std::size_t b) {
+        return test.clashes(assessment.poses[a].motion, assessment.poses[b].motion);
+    };
+    const Verdict verdict = judge(places, {map.resolution, radiusOfGyration(atoms), clash}, request.rule);
+    for (std::size_t n = 0; n < places.size(); ++n) {
+        assessment.poses[n].z = verdict.places[n].z;
+        assessment.poses[n].gap = verdict.places[n].gap;
+        assessment.poses[n].confidence = verdict.places[n].confidence;
+    }
+    assessment.confidence = verdict.confidence;
+    assessment.reason = verdict.reason;
+    assessment.copies = chooseCopies(places, request.copies, clash);
+    return assessment;
+}

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#ifndef SELVANE_ASSESSMENT_CONFIDENCE_H
+#define SELVANE_ASSESSMENT_CONFIDENCE_H
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+/// How sure it is that a place is right.
+enum class Confidence { High, Medium, Low };
+
+/// "high", "medium" or "low".
+std::string textOf(Confidence confidence);
+
+/// How far a place has to stand out. Scores are local correlations; a deviation is that of the scores of the
+/// other places.
+struct ConfidenceRule {
+    double highZ = 6.0;   ///< least z of a place of high confidence
+    double highGap = 3.0; ///< least gap of the same, in deviations
+    double lowZ = 4.5;    ///< below it confidence is low: the best of a hundred wrong places comes to 4.4
+    double lowGap = 1.5;  ///< the same for the gap, which is up to 1.4 between wrong places
+    /// A lucky scatter of few places does not count as less.
+    double leastDeviation = 0.005;
+    /// Of fewer other places the scatter is not known: the scores alone have to do, for no more than medium.
+    std::size_t leastOthers = 5;
+    double mediumScore = 0.5;      ///< least score of a place without scatter of others
+    double mediumDifference = 0.1; ///< of the scores, from the best other one
+};
+
+/// A place among others, best score first.
+struct RankedPlace {
+    double score = 0.0;
+    std::size_t equivalentTo = 0; ///< index of the first place that is equivalent, or its own
+};
+
+/// What the judgement depends on besides the scores.
+struct ConfidenceContext {
+    double resolution = 0.0;       ///< of the map, angstrom
+    double radiusOfGyration = 0.0; ///< of the model, angstrom
+    /// Whether two places, by their indices, cannot both hold a copy of the model; none: no two can.
+    std::function<bool(std::size_t, std::size_t)> clash;
+};
+
+struct PlaceJudgement {
+    double z = 0.0;   ///< of the score, in deviations above the median of the others
+    double gap = 0.0; ///< from the best rival down, or up if negative, in deviations; as z without a rival
+    Confidence confidence = Confidence::Low;
+};
+
+struct Verdict {
+    std::vector<PlaceJudgement> places;      ///< one for each
+    Confidence confidence = Confidence::Low; ///< of the best place
+    std::string reason;                      ///< of that, a sentence for the user
+};
+
+/// Judges places by how they stand out from the others.
+///
+/// The others are the places that are not equivalent to the best one; m is the median of their scores and d =
+/// 1.4826 times the median of their distances from m, the deviation of a normal distribution, which a few
+/// other copies of the model among them do not spoil. A place of score s has z = (s - m) / d. Its rivals are
+/// the places not equivalent to it, but for those that stand out themselves (z at least highZ) and share no
+/// space with it: these are other copies. Its gap is the difference from its best rival, by d.
+///
+/// Where the resolution is coarser than the model's radius of gyration the map shows little more than where a
+/// model is, whichever way it is turned, and confidence is low.
+/// @param places  best first; of none the verdict is low
+Verdict judge(const std::vector<RankedPlace>& places, const ConfidenceContext& context,
+              const ConfidenceRule& rule = {});
+
+#endif

@@ -1,0 +1,356 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// How sure the program is of models that are in a map and of models that are not: the figures and the plot of
+// docs/confidence.md.
+//   confidence_cases [--pairs FOLDER] [--only TEXT] [--threads N] [--plot FILE]
+// --pairs FOLDER  real and simulated pairs, described in FOLDER/pairs.json, beside the generated ones
+// --plot FILE     draws z against gap of all cases as SVG
+// Positives: models in their maps, one chain of six, half a chain, maps cut out of larger ones. Negatives:
+// every model in the maps of others, in mirrored maps and in noise. A row a case; the rates come last.
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Assessment/ScoringMap.h"
+#include "Assessment/assessPoses.h"
+#include "Assessment/polishedPlaces.h"
+#include "Preparation/coarsen.h"
+#include "Preparation/mirror.h"
+#include "benchmarks/poseCases.h"
+#include "examples/complex.h"
+
+extern "C" void openblas_set_num_threads(int count);
+
+namespace {
+
+constexpr double rightAnswer = 4.5; // angstrom, after the polish: the best optimum of a real pair is 3.8 off
+
+struct Options {
+    std::string pairs;
+    std::string only;
+    std::string plot;
+    std::size_t threads = 1;
+};
+
+enum class Kind { Positive, OtherMap, Mirrored, Noise };
+
+const std::array<const char*, 4> kindNames = {"positive", "other map", "mirrored", "noise"};
+
+struct Trial {
+    Kind kind = Kind::Positive;
+    PoseCase pair;
+};
+
+struct Result {
+    Kind kind = Kind::Positive;
+    Confidence confidence = Confidence::Low;
+    double z = 0.0;
+    double gap = 0.0;
+};
+
+PoseCase withoutPlace(PoseCase c, const std::string& name) {
+    c.name = name;
+    c.truths.clear();
+    return c;
+}
+
+/// The first half of a chain's residues.
+std::vector<ModelAtom> firstHalf(const std::vector<ModelAtom>& atoms) {
+    const int middle = (atoms.front().residueNumber + atoms.back().residueNumber) / 2;
+    std::vector<ModelAtom> half;
+    std::copy_if(atoms.begin(), atoms.end(), std::back_inserter(half),
+                 [middle](const ModelAtom& atom) { return atom.residueNumber <= middle; });
+    return half;
+}
+
+/// A map of a case's size and resolution that shows nothing.
+DensityMap noiseLike(const PoseCase& c, example::Random& random) {
+    DensityMap map = c.map;
+    for (float& value : map.values) {
+        value = static_cast<float>(random.normal());
+    }
+    const double voxel = map.voxel.x;
+    DensityMap smooth = coarsen(map, {2.0 * voxel, std::max(c.resolution, 2.0 * voxel), voxel, {}, nullptr});
+    return smooth;
+}
+
+/// Maps of chains, each with some of them as models.
+std::vector<PoseCase> generatedPairs(example::Random& random) {
+    std::vector<PoseCase> pairs;
+    const example::Model complex = example::buildComplex({320, 180, 240, 120, 280, 150}, random);
+    for (const double resolution : {5.0, 8.0, 12.0, 16.0}) {
+        const DensityMap map = simulatedMap(complex, resolution, resolution / 4.0, 0.3, random);
+        for (const char name : {'A', 'B', 'C', 'D', 'E', 'F'}) {
+            PoseCase c;
+            std::ostringstream text;
+            text << "chain " << name << " of six, " << resolution << " A";
+            c.name = text.str();
+            c.map = map;
+            c.resolution = resolution;
+            c.model = modelAtoms(example::chainOf(complex, name));
+            c.truths.emplace_back();
+            pairs.push_back(std::move(c));
+        }
+    }
+    return pairs;
+}
+
+void addPositives(std::vector<Trial>& trials, const std::vector<PoseCase>& given,
+                  const std::vector<PoseCase>& generated) {
+    for (const PoseCase& c : given) {
+        trials.push_back({Kind::Positive, c});
+    }
+    for (std::size_t i = 0; i < generated.size(); ++i) {
+        PoseCase c = generated[i];
+        trials.push_back({Kind::Positive, c});
+        if (i % 3 == 0) {
+            c.name += ", cut out";
+            c.map = cutAround(c.map, c.model, c.resolution);
+            trials.push_back({Kind::Positive, c});
+        }
+        if (i % 3 == 1) {
+            c.name += ", half of it";
+            c.model = firstHalf(c.model);
+            trials.push_back({Kind::Positive, c});
+        }
+    }
+}
+
+/// Whether two cases show the same molecule, by the first word of their names.
+bool areRelated(const PoseCase& a, const PoseCase& b) {
+    return a.name.substr(0, a.name.find('_')) == b.name.substr(0, b.name.find('_'));
+}
+
+void addNegatives(std::vector<Trial>& trials, const std::vector<PoseCase>& given,
+                  const std::vector<PoseCase>& generated, example::Random& random) {
+    const auto exchange = [&](const PoseCase& mapOf, const PoseCase& modelOf) {
+        PoseCase c = withoutPlace(mapOf, modelOf.name + " in the map of " + mapOf.name);
+        c.model = modelOf.model;
+        trials.push_back({Kind::OtherMap, c});
+    };
+    for (const PoseCase& map : given) {
+        for (const PoseCase& model : given) {
+            if (!areRelated(map, model)) {
+                exchange(map, model);
+            }
+        }
+    }
+    const std::size_t perMap = 6;
+    for (std::size_t i = 0; i < given.size() && !generated.empty(); ++i) {
+        exchange(given[i], generated[(i * 5) % perMap]);
+        for (std::size_t m = i % 2; m * perMap < generated.size(); m += 2) {
+            exchange(generated[m * perMap], given[i]);
+        }
+    }
+    example::Random others(23);
+    const example::Model strangers = example::buildComplex({150, 260}, others);
+    for (std::size_t m = 0; m * perMap < generated.size(); ++m) {
+        PoseCase stranger = generated[m * perMap];
+        stranger.name = "a stranger";
+        stranger.model = modelAtoms(example::chainOf(strangers, m % 2 == 0 ? 'A' : 'B'));
+        exchange(generated[m * perMap], stranger);
+    }
+    const auto addSpoilt = [&](const PoseCase& c) {
+        PoseCase mirrored = withoutPlace(c, c.name + ", mirrored");
+        mirrored.map = mirror(c.map);
+        trials.push_back({Kind::Mirrored, mirrored});
+        PoseCase noise = withoutPlace(c, c.name + ", noise");
+        noise.map = noiseLike(c, random);
+        trials.push_back({Kind::Noise, noise});
+    };
+    for (const PoseCase& c : given) {
+        addSpoilt(c);
+    }
+    for (std::size_t i = 1; i < generated.size(); i += 4) {
+        addSpoilt(generated[i]);
+    }
+}
+
+double distanceToTruth(const PoseCase& c, const RigidMotion& motion) {
+    double nearest = std::numeric_limits<double>::infinity();
+    for (const RigidMotion& truth : c.truths) {
+        nearest = std::min(nearest, rmsd(c.model, motion, truth));
+    }
+    return nearest;
+}
+
+/// The whole road, from the map to the judged places.
+Assessment assessed(const PoseCase& c, const PreparedModel& model, std::size_t threads) {
+    std::vector<ScanPlace> places;
+    for (const FoundPose& pose : scanCase(c, model, {}, threads)) {
+        places.push_back({pose.motion, pose.score});
+    }
+    const ScanChoice choice = choiceOf(c, model, {});
+    const ScoringMap map = makeScoringMap(c.map, {choice.mapResolution, {}, nullptr});
+    SearchObserver silent;
+    std::vector<AssessedPose> poses =
+        polishedPlaces(map, c.model, places, choice.resolution, threads, silent);
+    AssessmentRequest request;
+    request.threads = threads;
+    return assessPoses(map, c.model, std::move(poses), request, silent);
+}
+
+Result assess(const Trial& trial, std::size_t threads) {
+    const auto begin = std::chrono::steady_clock::now();
+    const PoseCase& c = trial.pair;
+    Result result;
+    result.kind = trial.kind;
+    const PreparedModel model = prepareModel(c.model);
+    std::string trouble;
+    Assessment answer;
+    try {
+        answer = assessed(c, model, threads);
+    } catch (const std::invalid_argument& error) {
+        trouble = error.what(); // such as a map of noise without content
+    }
+    if (!answer.poses.empty()) {
+        result.confidence = answer.confidence;
+        result.z = answer.poses.front().z;
+        result.gap = answer.poses.front().gap;
+    }
+    const double away = answer.poses.empty() ? 0.0 : distanceToTruth(c, answer.poses.front().motion);
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    std::printf(
+        "| %s | %s | %s | %.1f | %.1f | %.3f | %s | %zu | %.1f |\n",
+        kindNames[static_cast<std::size_t>(trial.kind)], c.name.c_str(), textOf(result.confidence).c_str(),
+        result.z, result.gap, answer.poses.empty() ? 0.0 : answer.poses.front().scores.localCorrelation,
+        c.truths.empty() ? "-" : (std::isfinite(away) ? std::to_string(away).substr(0, 5).c_str() : "none"),
+        answer.poses.size(), seconds);
+    std::fflush(stdout);
+    if (!trouble.empty()) {
+        std::fprintf(stderr, "%s: %s\n", c.name.c_str(), trouble.c_str());
+    }
+    if (trial.kind == Kind::Positive && away > rightAnswer && result.confidence == Confidence::High) {
+        std::printf("WRONG AND HIGH: %s\n", c.name.c_str());
+    }
+    return result;
+}
+
+void printRates(const std::vector<Result>& results) {
+    std::printf("\n| | cases | high | medium | low |\n|---|---|---|---|---|\n");
+    for (std::size_t kind = 0; kind < kindNames.size(); ++kind) {
+        std::array<std::size_t, 3> counts{};
+        std::size_t all = 0;
+        for (const Result& result : results) {
+            if (static_cast<std::size_t>(result.kind) == kind) {
+                ++counts[static_cast<std::size_t>(result.confidence)];
+                ++all;
+            }
+        }
+        std::printf("| %s | %zu | %zu | %zu | %zu |\n", kindNames[kind], all, counts[0], counts[1],
+                    counts[2]);
+    }
+}
+
+/// A logarithmic axis from a half to two hundred.
+double onAxis(double value, double length) {
+    constexpr double low = 0.5, high = 200.0;
+    return std::log(std::clamp(value, low, high) / low) / std::log(high / low) * length;
+}
+
+void plot(const std::vector<Result>& results, const std::string& path) {
+    constexpr double side = 440.0, left = 60.0, top = 20.0;
+    const std::array<const char*, 4> colours = {"#2a7de1", "#d1495b", "#edae49", "#8d8d8d"};
+    std::ofstream svg(path);
+    svg << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 640 520\" font-family=\"sans-serif\" "
+           "font-size=\"13\">\n<rect width=\"640\" height=\"520\" fill=\"white\"/>\n";
+    for (const double tick : {0.5, 1.0, 2.0, 5.0, 10.0, 20.0, 50.0, 100.0, 200.0}) {
+        const double at = onAxis(tick, side);
+        svg << "<path d=\"M" << left + at << " " << top << "v" << side << "M" << left << " "
+            << top + side - at << "h" << side << "\" stroke=\"#ddd\" fill=\"none\"/>\n<text x=\"" << left + at
+            << "\" y=\"" << top + side + 18 << "\" text-anchor=\"middle\">" << tick << "</text>\n<text x=\""
+            << left - 8 << "\" y=\"" << top + side - at + 4 << "\" text-anchor=\"end\">" << tick
+            << "</text>\n";
+    }
+    for (const Result& result : results) {
+        svg << "<circle cx=\"" << left + onAxis(result.z, side) << "\" cy=\""
+            << top + side - onAxis(result.gap, side) << "\" r=\"4\" fill-opacity=\"0.6\" fill=\""
+            << colours[static_cast<std::size_t>(result.kind)] << "\"/>\n";
+    }
+    for (std::size_t kind = 0; kind < kindNames.size(); ++kind) {
+        const double y = 40.0 + 22.0 * static_cast<double>(kind);
+        svg << "<circle cx=\"520\" cy=\"" << y << "\" r=\"5\" fill=\"" << colours[kind]
+            << "\"/><text x=\"532\" y=\"" << y + 4 << "\">" << kindNames[kind] << "</text>\n";
+    }
+    const ConfidenceRule rule;
+    svg << "<path d=\"M" << left + onAxis(rule.highZ, side) << " " << top << "V"
+        << top + side - onAxis(rule.highGap, side) << "H" << left + side
+        << "\" stroke=\"#2a7de1\" stroke-dasharray=\"5 4\" fill=\"none\"/>\n<text x=\"" << left + side / 2
+        << "\" y=\"508\" text-anchor=\"middle\">z: the best place above the middle of all others, in their "
+           "deviations</text>\n<text transform=\"translate(16 "
+        << top + side / 2
+        << ") rotate(-90)\" text-anchor=\"middle\">gap: above its best rival, in the same</text>\n</svg>\n";
+    if (!svg.flush()) {
+        throw std::runtime_error(path + ": cannot be written");
+    }
+}
+
+Options parse(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (i + 1 >= argc) {
+            throw std::invalid_argument(word + " needs a value or is no option");
+        }
+        const std::string value = argv[++i];
+        if (word == "--pairs") {
+            options.pairs = value;
+        } else if (word == "--only") {
+            options.only = value;
+        } else if (word == "--plot") {
+            options.plot = value;
+        } else if (word == "--threads") {
+            options.threads = static_cast<std::size_t>(std::max(1, std::atoi(value.c_str())));
+        } else {
+            throw std::invalid_argument(word + " is no option");
+        }
+    }
+    return options;
+}
+
+void run(const Options& options) {
+    example::Random random(29);
+    const std::vector<PoseCase> given =
+        options.pairs.empty() ? std::vector<PoseCase>() : readPairs(options.pairs);
+    const std::vector<PoseCase> generated = generatedPairs(random);
+    std::vector<Trial> trials;
+    addPositives(trials, given, generated);
+    addNegatives(trials, given, generated, random);
+    std::printf("| kind | case | confidence | z | gap | local correlation | RMSD/A | places | s |\n"
+                "|---|---|---|---|---|---|---|---|---|\n");
+    std::vector<Result> results;
+    for (const Trial& trial : trials) {
+        const std::string label =
+            std::string(kindNames[static_cast<std::size_t>(trial.kind)]) + " " + trial.pair.name;
+        if (label.find(options.only) != std::string::npos) {
+            results.push_back(assess(trial, options.threads));
+        }
+    }
+    printRates(results);
+    if (!options.plot.empty()) {
+        plot(results, options.plot);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    openblas_set_num_threads(1);
+    try {
+        run(parse(argc, argv));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "confidence_cases: %s\n", error.what());
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
