@@ -18,6 +18,7 @@ namespace {
 
 constexpr double mostPoses = 100000;
 constexpr double mostThreads = 4096;
+constexpr double mostCopies = 10000;
 constexpr double farthestNear = 1e5;  ///< angstrom
 constexpr std::size_t nameWidth = 26; ///< columns of the help for names
 constexpr std::size_t textWidth = 54; ///< and for texts
@@ -131,6 +132,8 @@ struct Texts {
     std::string step;
     std::string scanResolution;
     std::string near;
+    std::string copies;
+    std::string hand;
     std::string plddt;
     std::string model;
     std::string score = "local";
@@ -237,6 +240,18 @@ void addSearch(CLI::App& app, Texts& texts) {
         ->check(nearText())
         ->option_text("DEG[,A]")
         ->group(group);
+    app.add_option("--copies", texts.copies,
+                   wrapped("find N places of the model that do not clash; 0: as many as there are (default: 1)"))
+        ->check(number(
+            [](double value) { return value >= 0.0 && value <= mostCopies && value == std::floor(value); },
+            "no whole number from 0 to 10000: give one such as 4"))
+        ->option_text("N")
+        ->group(group);
+    app.add_option("--hand", texts.hand,
+                   wrapped("both: try the mirrored map, too, and say which hand fits (default: given)"))
+        ->check(oneOf("given", "both"))
+        ->option_text("NAME")
+        ->group(group);
     app.add_option("--threads", texts.threads,
                    wrapped("workers (default: the cores that this process may use)"))
         ->check(count(mostThreads, "4"))
@@ -278,6 +293,8 @@ void takeTexts(const Texts& texts, FitOptions& options) {
     options.resolution = numberOf(texts.resolution).value_or(0.0);
     options.level = numberOf(texts.level);
     options.near = nearOf(texts.near);
+    options.copies = static_cast<std::size_t>(numberOf(texts.copies).value_or(1.0));
+    options.bothHands = texts.hand == "both";
     options.step = numberOf(texts.step);
     options.scanResolution = numberOf(texts.scanResolution);
     options.choice.plddt = numberOf(texts.plddt);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <iomanip>
-#include <limits>
 #include <sstream>
 
 #include "IO/printable.h"
@@ -56,6 +55,8 @@ void writeSettings(std::ostream& out, const FitOptions& options) {
     writeOption(out, "near", nearText(options.near));
     writeOption(out, "step", orChosen(options.step));
     writeOption(out, "scan resolution", orChosen(options.scanResolution));
+    writeOption(out, "copies", options.copies == 0 ? "as many as there are" : std::to_string(options.copies));
+    writeOption(out, "hand", options.bothHands ? "both" : "given");
     writeOption(out, "poses", options.poses);
     writeOption(out, "threads", options.threads);
 }
@@ -74,22 +75,6 @@ std::string poseName(std::size_t rank, std::size_t count) {
     const std::string number = std::to_string(rank);
     const std::size_t width = std::max(leastWidth, std::to_string(count).size());
     return "pose_" + std::string(width - std::min(width, number.size()), '0') + number;
-}
-
-std::string posesTable(const std::vector<FoundPose>& poses, const std::vector<std::string>& files) {
-    std::ostringstream table;
-    table << "rank,list,score,r11,r12,r13,r21,r22,r23,r31,r32,r33,tx,ty,tz,file\n";
-    table << std::setprecision(std::numeric_limits<double>::max_digits10);
-    for (std::size_t i = 0; i < poses.size(); ++i) {
-        const RigidMotion& motion = poses[i].motion;
-        table << i + 1 << ',' << nameOf(poses[i].list) << ',' << poses[i].score;
-        for (int k = 0; k < 9; ++k) {
-            table << ',' << motion.rotation(k / 3, k % 3);
-        }
-        table << ',' << motion.translation.x << ',' << motion.translation.y << ',' << motion.translation.z
-              << ',' << (i < files.size() ? files[i] : "") << "\n";
-    }
-    return table.str();
 }
 
 std::string logText(const FitOptions& options, const Journal& journal) {

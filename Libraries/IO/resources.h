@@ -2,6 +2,7 @@
 #ifndef SELVANE_IO_RESOURCES_H
 #define SELVANE_IO_RESOURCES_H
 
+#include <cstddef>
 #include <string>
 
 /// What the machine, or the control group that the process runs in, has to offer.
@@ -32,6 +33,12 @@ constexpr double blasBuffer = 134217728.0;
 /// the program is loaded anew; and the heaps of the workers, 64 MiB each.
 /// @param argv  of main(), whose first act this is
 void spareAddressSpace(char** argv);
+
+/// Seconds that all threads of the process have computed so far.
+double cpuSeconds();
+
+/// Bytes of memory that the process held at its largest.
+std::size_t peakBytes();
 
 /// Bytes free for an unprivileged user in the file system of a directory; infinite where that is unknown.
 double freeDisk(const std::string& directory);

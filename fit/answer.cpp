@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "fit/answer.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Assessment/ScoringMap.h"
+#include "Assessment/polishedPlaces.h"
+#include "Preparation/FrameBack.h"
+#include "Sampler/evenRotations.h"
+#include "fit/joinText.h"
+#include "fit/scanPoses.h"
+
+namespace {
+
+void warnOf(Journal& journal, const std::string& path, const std::vector<std::string>& remarks) {
+    for (const std::string& remark : remarks) {
+        journal.warn(path + ": " + remark);
+    }
+}
+
+const DensityMap* maskOf(const FitInputs& inputs) {
+    return inputs.mask ? &*inputs.mask : nullptr;
+}
+
+/// What cannot be prepared is told with the file that it is the fault of.
+PreparedMap prepareOrThrow(const DensityMap& map, const PreparedModel& model, const ScanChoice& choice,
+                           const MapRequest& request, const std::string& path) {
+    try {
+        return prepareMap(map, model, choice, request);
+    } catch (const std::invalid_argument& error) {
+        throw std::runtime_error(path + ": " + error.what());
+    }
+}
+
+/// The middle of the model where its file has it.
+std::optional<Neighbourhood> neighbourhoodOf(const PreparedModel& model, const FitOptions& options) {
+    if (!options.near || !options.near->distance) {
+        return std::nullopt;
+    }
+    return Neighbourhood{model.fromFile.inverse()(cVector3(0.0)), *options.near->distance};
+}
+
+PreparedMap prepareMapOf(const FitInputs& inputs, const PreparedModel& model, const ScanChoice& choice,
+                         const FitOptions& options, Journal& journal) {
+    PreparedMap prepared = prepareOrThrow(
+        inputs.map, model, choice,
+        {options.level, maskOf(inputs), fieldOf(options.score), neighbourhoodOf(model, options)},
+        options.map);
+    warnOf(journal, options.map, prepared.remarks);
+    journal.choose(joinText("level ", prepared.level, options.level ? ", as given" : ", chosen",
+                        "; the scan's map has ", prepared.grid.m_size[0], " x ", prepared.grid.m_size[1],
+                        " x ", prepared.grid.m_size[2], " voxels"));
+    return prepared;
+}
+
+ScanChoice chooseScanOf(const DensityMap& map, const PreparedModel& model, const FitOptions& options,
+                        Journal& journal) {
+    const double edge = std::max({map.voxel.x, map.voxel.y, map.voxel.z});
+    ScanChoice choice;
+    try {
+        choice = chooseScan(
+            {options.resolution, edge, model.radiusOfGyration, options.step, options.scanResolution});
+    } catch (const std::invalid_argument& error) {
+        throw std::runtime_error(options.map + ": " + error.what());
+    }
+    warnOf(journal, options.map, choice.remarks);
+    journal.choose(joinText("scan at ", choice.resolution, " A with voxels of ", rounded(choice.voxel),
+                        " A, atoms of width ", choice.sigma, " A and ", evenRotationCount(choice.step),
+                        " rotations in steps of ", choice.step, " degrees"));
+    return choice;
+}
+
+ScanRequest requestOf(const FitOptions& options) {
+    ScanRequest request{options.score, std::nullopt, options.threads};
+    if (options.near && options.near->degrees < NearOption::everyOrientation) {
+        request.nearDegrees = options.near->degrees;
+    }
+    return request;
+}
+
+/// In the frames of the user's files.
+std::vector<ScanPlace> scan(const PreparedPair& pair, const FitOptions& options, Journal& journal) {
+    if (options.near && options.near->isPolishOnly()) {
+        return {ScanPlace{RigidMotion(), 0.0}};
+    }
+    const FrameBack back(pair.map, pair.model);
+    std::vector<ScanPlace> places;
+    for (const FoundPose& pose : scanPoses(pair.map, pair.model, pair.choice, requestOf(options), journal)) {
+        places.push_back({back.toUser(pose.motion), pose.score});
+    }
+    if (places.empty()) {
+        throw std::runtime_error(options.map +
+                                 ": no place of the model was found in it. Check that both show "
+                                 "the same molecule, and the --level.");
+    }
+    return places;
+}
+
+} // namespace
+
+PreparedPair prepare(const FitInputs& inputs, const FitOptions& options, Journal& journal) {
+    journal.stage("preparing");
+    PreparedModel model = prepareModel(inputs.model.searchAtoms());
+    const ScanChoice choice = chooseScanOf(inputs.map, model, options, journal);
+    PreparedMap map = prepareMapOf(inputs, model, choice, options, journal);
+    return {std::move(map), std::move(model), choice};
+}
+
+Assessment findPlaces(const FitInputs& inputs, const PreparedPair& pair, const FitOptions& options,
+                      Journal& journal) {
+    const std::vector<ScanPlace> places = scan(pair, options, journal);
+    journal.stage("the map at its own resolution");
+    const ScoringMap map =
+        makeScoringMap(inputs.map, {pair.choice.mapResolution, options.level, maskOf(inputs)});
+    const std::vector<ModelAtom>& atoms = inputs.model.searchAtoms();
+    std::vector<AssessedPose> poses =
+        polishedPlaces(map, atoms, places, pair.choice.resolution, options.threads, journal);
+    AssessmentRequest request;
+    request.copies = options.copies;
+    request.threads = options.threads;
+    return assessPoses(map, atoms, std::move(poses), request, journal);
+}

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "fit/summary.h"
+
+#include "IO/resources.h"
+#include "IO/sha256.h"
+#include "IO/shellQuote.h"
+#include "Sampler/evenRotations.h"
+
+namespace {
+
+std::string commandText(const FitOptions& options) {
+    std::string text;
+    for (const std::string& word : options.command) {
+        text += (text.empty() ? "" : " ") + shellQuote(word);
+    }
+    return text;
+}
+
+MapSummary mapSummary(const FitOptions& options, const DensityMap& map, double level) {
+    return {options.map, sha256OfFile(options.map), map.size, map.voxel, map.origin, level};
+}
+
+ModelSummary modelSummary(const FitOptions& options, const AtomicModel& model, double radiusOfGyration) {
+    return {options.model, sha256OfFile(options.model), model.atomCount(), model.searchAtoms().size(),
+            radiusOfGyration};
+}
+
+SettingsSummary settingsSummary(const FitOptions& options, const ScanChoice& choice) {
+    SettingsSummary settings;
+    settings.resolution = options.resolution;
+    settings.scanResolution = choice.resolution;
+    settings.voxelSize = choice.voxel;
+    settings.step = choice.step;
+    settings.rotations = evenRotationCount(choice.step);
+    settings.score = nameOf(options.score);
+    settings.threads = options.threads;
+    return settings;
+}
+
+} // namespace
+
+FitSummary summarise(const FitOptions& options, const FitInputs& inputs, const PreparedPair& pair,
+                     const Assessment& assessment, const std::optional<std::string>& hand,
+                     const Journal& journal) {
+    FitSummary summary;
+    summary.version = SELVANE_VERSION;
+    summary.command = commandText(options);
+    summary.map = mapSummary(options, inputs.map, pair.map.level);
+    summary.model = modelSummary(options, inputs.model, pair.model.radiusOfGyration);
+    summary.settings = settingsSummary(options, pair.choice);
+    summary.assessment = assessment;
+    summary.hand = hand;
+    summary.warnings = journal.warnings();
+    summary.seconds = journal.seconds();
+    summary.cpuSeconds = resources::cpuSeconds();
+    summary.peakBytes = resources::peakBytes();
+    return summary;
+}
