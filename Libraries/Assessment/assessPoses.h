@@ -13,7 +13,7 @@
 
 /// What is asked about the places of a model.
 struct AssessmentRequest {
-    std::size_t copies = 1; ///< wanted in the map; 0: as many as stand out, see chooseCopies()
+    std::size_t copies = 1; ///< wanted in the map; 0: the best and what stands out as it does
     ConfidenceRule rule;
 };
 
