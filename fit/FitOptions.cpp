@@ -381,6 +381,11 @@ FitOptions parseFitOptions(int argc, const char* const* argv) {
         endOf(app, error);
     }
     takeTexts(texts, options);
+    if (options.bothHands && options.near) {
+        throw CommandLineEnd{1, "",
+                             "--hand both looks everywhere, for the model's present place means nothing in the mirrored "
+                             "map: leave out --near"};
+    }
     if (options.output.empty()) {
         options.output = defaultOutput(options.model, options.map);
     }

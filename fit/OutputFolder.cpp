@@ -17,7 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::array<const char*, 6> fixedNames = {"poses.csv",           "log.txt",
+constexpr std::array<const char*, 9> fixedNames = {"poses.csv",           "summary.json",
+                                                   "assembly.pdb",        "assembly.cif",        "log.txt",
                                                    "prepared/map.ccp4",   "prepared/model.pdb",
                                                    "prepared/frame.json", "prepared/command.txt"};
 

@@ -77,7 +77,7 @@ std::string poseName(std::size_t rank, std::size_t count) {
     return "pose_" + std::string(width - std::min(width, number.size()), '0') + number;
 }
 
-std::string logText(const FitOptions& options, const Journal& journal) {
+std::string logText(const FitOptions& options, const Journal& journal, const std::string& verdict) {
     std::ostringstream log;
     log << "selvane-fit " << SELVANE_VERSION << "\ncommand\n ";
     for (const std::string& word : options.command) {
@@ -90,6 +90,9 @@ std::string logText(const FitOptions& options, const Journal& journal) {
     log << "seconds\n" << std::fixed << std::setprecision(2);
     for (const auto& [stage, seconds] : journal.seconds()) {
         writeOption(log, stage, seconds);
+    }
+    if (!verdict.empty()) {
+        log << "verdict\n  " << printable(verdict) << "\n";
     }
     return log.str();
 }

@@ -12,6 +12,7 @@
 std::string poseName(std::size_t rank, std::size_t count);
 
 /// What was done: version, command, settings, choices, warnings, seconds of the stages.
-std::string logText(const FitOptions& options, const Journal& journal);
+/// @param verdict  what the run ends with; empty: nothing was searched
+std::string logText(const FitOptions& options, const Journal& journal, const std::string& verdict);
 
 #endif

@@ -56,6 +56,15 @@ std::vector<RankedPlace> rank(const ScoringMap& map, const std::vector<ModelAtom
     return places;
 }
 
+/// Nobody asked for so many: beside the best only copies that may well be right.
+void keepSure(Assessment& assessment) {
+    const auto isUnsure = [&](std::size_t n) {
+        return n > 0 && assessment.poses[n].confidence == Confidence::Low;
+    };
+    assessment.copies.erase(std::remove_if(assessment.copies.begin(), assessment.copies.end(), isUnsure),
+                            assessment.copies.end());
+}
+
 } // namespace
 
 Assessment assessPoses(const ScoringMap& map, const std::vector<ModelAtom>& atoms,
@@ -78,5 +87,8 @@ Assessment assessPoses(const ScoringMap& map, const std::vector<ModelAtom>& atom
     assessment.confidence = verdict.confidence;
     assessment.reason = verdict.reason;
     assessment.copies = chooseCopies(places, request.copies, clash);
+    if (request.copies == 0) {
+        keepSure(assessment);
+    }
     return assessment;
 }

@@ -14,7 +14,7 @@
 
 /// What is asked about the places of a model.
 struct AssessmentRequest {
-    std::size_t copies = 1; ///< wanted in the map; 0: as many as stand out, see chooseCopies()
+    std::size_t copies = 1; ///< wanted in the map; 0: the best and what stands out as it does
     ConfidenceRule rule;
     std::size_t threads = 1; ///< at least 1; the result is the same for any number
 };

@@ -11,8 +11,8 @@ namespace equivalence {
 
 namespace {
 
-constexpr double nearModel = 0.01; // of the highest density of the model
-constexpr std::size_t mostNodes = 8000;
+constexpr double nearModel = 0.01;      // of the highest density of the model
+constexpr std::size_t mostNodes = 2000; // a correlation of so many is known to a few hundredths
 
 /// Every n-th, for as small an n as leaves no more than there is room for.
 std::vector<cVector3> thinned(const std::vector<cVector3>& nodes) {

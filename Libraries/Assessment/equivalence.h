@@ -21,7 +21,7 @@ namespace equivalence {
 constexpr double leastSelfCorrelation = 0.6;
 
 /// Nodes of the map's lattice under a model and around it, where its blurred density is above a hundredth of
-/// its highest; some thousands of them, evenly thinned out, of a large model.
+/// its highest; up to 2,000 of them, evenly thinned out, of a large model.
 std::vector<cVector3> nodesAround(const ScoringMap& map, const std::vector<ModelAtom>& atoms,
                                   const RigidMotion& place);
 

@@ -144,6 +144,23 @@ void spareAddressSpace(char** argv) {
     mallopt(M_ARENA_MAX, 1);
 }
 
+double cpuSeconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    constexpr double microseconds = 1e-6;
+    const auto secondsOf = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + microseconds * static_cast<double>(time.tv_usec);
+    };
+    return secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime);
+}
+
+std::size_t peakBytes() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    constexpr std::size_t bytesPerKibibyte = 1024;
+    return static_cast<std::size_t>(usage.ru_maxrss) * bytesPerKibibyte;
+}
+
 double freeDisk(const std::string& directory) {
     struct statvfs status {};
     if (statvfs(directory.c_str(), &status) != 0) {

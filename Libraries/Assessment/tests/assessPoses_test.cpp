@@ -70,6 +70,16 @@ TEST(AssessPoses, RanksJudgesAndChoosesCopies) {
     EXPECT_FALSE(assessment.reason.empty());
 }
 
+TEST(AssessPoses, WithoutANumberChoosesNoCopiesOfAPlaceThatDoesNotStandOut) {
+    const Scene scene;
+    std::vector<AssessedPose> poses;
+    for (const RigidMotion& motion : scene.wrong) {
+        poses.push_back(poseAt(motion, 1));
+    }
+    EXPECT_EQ(assessPoses(scene.map, scene.atoms, poses, {0, {}}).copies, (std::vector<std::size_t>{0}));
+    EXPECT_EQ(assessPoses(scene.map, scene.atoms, poses, {2, {}}).copies.size(), 2U);
+}
+
 TEST(AssessPoses, OfNoPlacesIsEmpty) {
     const Scene scene;
     SearchObserver silent;

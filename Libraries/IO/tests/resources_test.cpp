@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -124,6 +125,25 @@ TEST(Resources, FreeDiskOfADirectoryIsKnown) {
 
 TEST(Resources, FreeDiskOfNoDirectoryIsUnknown) {
     EXPECT_TRUE(std::isinf(resources::freeDisk("/no/such/directory")));
+}
+
+TEST(Resources, ComputingTakesTimeOfTheProcess) {
+    const double before = resources::cpuSeconds();
+    volatile double sum = 0.0;
+    while (resources::cpuSeconds() < before + 0.02) {
+        for (int i = 0; i < 1000; ++i) {
+            sum = sum + static_cast<double>(i);
+        }
+    }
+    EXPECT_GT(before, 0.0);
+    EXPECT_LT(before, 1e6);
+}
+
+TEST(Resources, ThePeakHoldsWhatWasUsedAndGivenBack) {
+    constexpr std::size_t bytes = 64 << 20;
+    const std::size_t before = resources::peakBytes();
+    { const std::vector<char> used(bytes + before, 1); }
+    EXPECT_GE(resources::peakBytes(), bytes + before);
 }
 
 } // namespace
