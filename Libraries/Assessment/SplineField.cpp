@@ -126,11 +126,11 @@ SplineField::SplineField(const DensityMap& map)
             std::copy(row, row + map.size[2], &m_coefficients[target]);
         }
     }
-    for (const float value : values) {
-        if (!std::isfinite(value)) {
+    for (const float coefficient : values) {
+        if (!std::isfinite(coefficient)) {
             throw std::invalid_argument("a field has values too large for single precision");
         }
-        m_bound = std::max(m_bound, std::abs(static_cast<double>(value)));
+        m_bound = std::max(m_bound, std::abs(static_cast<double>(coefficient)));
     }
 }
 

@@ -68,7 +68,7 @@ Vector bestStep(const Principal& principal, double radius) {
     }
     const double lowest = principal.e[steepest];
     if (lowest > 0.0) {
-        const Vector newton = principal.step(0.0);
+        Vector newton = principal.step(0.0);
         if (newton.norm() <= radius) {
             return newton;
         }

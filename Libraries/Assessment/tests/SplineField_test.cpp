@@ -124,6 +124,22 @@ TEST(SplineField, IsNothingBeyondTwoVoxelsAndSmoothBefore) {
     EXPECT_NE(last.value, 0.0);
 }
 
+TEST(SplineField, ReachesBeyondEveryFaceAlike) {
+    const std::array<std::size_t, 3> size = {6, 4, 5};
+    const cVector3 middle = origin + cVector3(2.5, 1.5, 2.0) * voxel;
+    const SplineField field(mapOf(
+        size, origin, voxel, [&](const cVector3& x) { return 1.0 + 0.01 * ((x - middle) / voxel).norm2(); }));
+    for (int axis = 0; axis < 3; ++axis) {
+        const double toFace = 0.5 * static_cast<double>(size[static_cast<std::size_t>(axis)] - 1);
+        for (const double beyond : {0.4, 1.1, 1.7, 1.99}) {
+            const cVector3 off = alongAxis(axis, (toFace + beyond) * voxel[axis]);
+            EXPECT_NE(field.value(middle + off), 0.0);
+            EXPECT_NEAR(field.value(middle + off), field.value(middle - off), single);
+            EXPECT_NE(field.value(middle - off), 0.0);
+        }
+    }
+}
+
 TEST(SplineField, AnswersForManyPlacesAsForOne) {
     const DensityMap map = noise({7, 5, 9});
     const SplineField field(map);

@@ -139,6 +139,17 @@ TEST(Climb, StaysWhereTheModelIsOutsideTheMap) {
     EXPECT_LT(rmsd(scene.all, polished.motion, start), 1e-9);
 }
 
+TEST(Climb, MayLeaveAMapThatIsNegativeEverywhere) {
+    const SplineField pit(
+        mapOfBlobs({15, 15, 15}, cVector3(0.0), cVector3(1.0), {{cVector3(7.0), 3.0, -1.0}}));
+    const PolishModel model = atomsOf(atomsAt({cVector3(6.0, 7.5, 8.0), cVector3(5.0, 7.0, 8.0)}));
+    const Polished polished = climb(pit, model, RigidMotion(), ClimbLimits::forResolution(10.0));
+    EXPECT_TRUE(isFinite(polished.motion));
+    EXPECT_GT(polished.gain, 0.0);
+    constexpr double almostNothing = 1e-3; // of the depth
+    EXPECT_GT(polished.value, -almostNothing * model.totalWeight);
+}
+
 TEST(Climb, TakesASingleAtomToTheTop) {
     const BlobField scene;
     const PolishModel model = atomsOf(atomsAt({scene.blob.middle + cVector3(1.0, -2.0, 1.5)}));

@@ -9,6 +9,7 @@
 #include "Assessment/polishPoses.h"
 #include "Assessment/poseOverlap.h"
 #include "Assessment/tests/polishScene.h"
+#include "Preparation/tests/mapsOfBlobs.h"
 
 namespace {
 
@@ -104,6 +105,32 @@ TEST(PolishPoses, PutsTheRightPlaceBeforeTheStrayOnes) {
         }
     }
     EXPECT_EQ(hits, starts.size());
+}
+
+TEST(PolishPoses, AddsUpTheHitsOfPlacesThatMeetOnTheFineLevel) {
+    const cVector3 left(8.0, 12.0, 12.0), right(16.0, 12.0, 12.0);
+    const auto fieldOfBlobs = [](const std::vector<Blob>& blobs) {
+        return SplineField(mapOfBlobs({25, 25, 25}, cVector3(0.0), cVector3(1.0), blobs));
+    };
+    const SplineField two = fieldOfBlobs({{left, 2.0, 1.0}, {right, 2.0, 1.1}});
+    const SplineField one = fieldOfBlobs({{(left + right) / 2.0, 4.0, 1.0}});
+    ModelAtom atom;
+    atom.mass = 12.0;
+    const PolishModel model = atomsOf({atom});
+    std::vector<RigidMotion> starts;
+    for (const double off : {0.5, -0.6, 0.7}) {
+        starts.push_back(RigidMotion::shift(left + cVector3(off)));
+    }
+    starts.push_back(RigidMotion::shift(right + cVector3(0.4)));
+    starts.push_back(RigidMotion::shift(right - cVector3(0.8)));
+    Witness witness;
+    const std::vector<PolishedPlace> places =
+        polishPoses(starts, {two, model, 6.0}, {one, model, 6.0}, {}, witness);
+    EXPECT_EQ(witness.totals, (std::vector<std::size_t>{5, 2}));
+    ASSERT_EQ(places.size(), 1U);
+    EXPECT_EQ(places[0].hits, 5U);
+    EXPECT_EQ(places[0].start, 0U);
+    EXPECT_LT((places[0].motion.translation - (left + right) / 2.0).norm(), home);
 }
 
 TEST(PolishPoses, KeepsTheBestPlacesOnly) {
