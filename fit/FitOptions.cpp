@@ -240,8 +240,9 @@ void addSearch(CLI::App& app, Texts& texts) {
         ->check(nearText())
         ->option_text("DEG[,A]")
         ->group(group);
-    app.add_option("--copies", texts.copies,
-                   wrapped("find N places of the model that do not clash; 0: as many as there are (default: 1)"))
+    app.add_option(
+           "--copies", texts.copies,
+           wrapped("find N places of the model that do not clash; 0: as many as there are (default: 1)"))
         ->check(number(
             [](double value) { return value >= 0.0 && value <= mostCopies && value == std::floor(value); },
             "no whole number from 0 to 10000: give one such as 4"))
@@ -382,9 +383,10 @@ FitOptions parseFitOptions(int argc, const char* const* argv) {
     }
     takeTexts(texts, options);
     if (options.bothHands && options.near) {
-        throw CommandLineEnd{1, "",
-                             "--hand both looks everywhere, for the model's present place means nothing in the mirrored "
-                             "map: leave out --near"};
+        throw CommandLineEnd{
+            1, "",
+            "--hand both looks everywhere, for the model's present place means nothing in the mirrored "
+            "map: leave out --near"};
     }
     if (options.output.empty()) {
         options.output = defaultOutput(options.model, options.map);

@@ -50,8 +50,8 @@ struct FitOptions {
     std::optional<double> step;           ///< degrees
     std::optional<double> scanResolution; ///< angstrom
     std::optional<NearOption> near;
-    std::size_t copies = 1;               ///< wanted in the map; 0: as many as there are
-    bool bothHands = false;               ///< try the mirrored map, too
+    std::size_t copies = 1;            ///< wanted in the map; 0: as many as there are
+    bool bothHands = false;            ///< try the mirrored map, too
     std::size_t poses = 10;            ///< written
     std::optional<ModelFormat> format; ///< none: that of the model
     std::size_t threads = 1;

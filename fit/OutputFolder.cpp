@@ -17,10 +17,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::array<const char*, 9> fixedNames = {"poses.csv",           "summary.json",
-                                                   "assembly.pdb",        "assembly.cif",        "log.txt",
-                                                   "prepared/map.ccp4",   "prepared/model.pdb",
-                                                   "prepared/frame.json", "prepared/command.txt"};
+constexpr std::array<const char*, 9> fixedNames = {
+    "poses.csv",         "summary.json",       "assembly.pdb",        "assembly.cif",        "log.txt",
+    "prepared/map.ccp4", "prepared/model.pdb", "prepared/frame.json", "prepared/command.txt"};
 
 /// pose_01.pdb and the like: two digits or more.
 bool isPoseName(const std::string& name) {

@@ -10,7 +10,8 @@
 class CheckpointLock;
 
 /// The folder of a run's results. It may hold files of others; the names that a run writes are poses.csv,
-/// summary.json, assembly.pdb or .cif, log.txt, pose_NN.pdb or .cif, and map.ccp4, model.pdb, frame.json and command.txt in prepared/.
+/// summary.json, assembly.pdb or .cif, log.txt, pose_NN.pdb or .cif, and map.ccp4, model.pdb, frame.json and
+/// command.txt in prepared/.
 class OutputFolder {
 public:
     /// Makes the folder where it is missing, tries whether it admits files, and keeps other runs off it.

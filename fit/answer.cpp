@@ -52,8 +52,8 @@ PreparedMap prepareMapOf(const FitInputs& inputs, const PreparedModel& model, co
         options.map);
     warnOf(journal, options.map, prepared.remarks);
     journal.choose(joinText("level ", prepared.level, options.level ? ", as given" : ", chosen",
-                        "; the scan's map has ", prepared.grid.m_size[0], " x ", prepared.grid.m_size[1],
-                        " x ", prepared.grid.m_size[2], " voxels"));
+                            "; the scan's map has ", prepared.grid.m_size[0], " x ", prepared.grid.m_size[1],
+                            " x ", prepared.grid.m_size[2], " voxels"));
     return prepared;
 }
 
@@ -69,8 +69,8 @@ ScanChoice chooseScanOf(const DensityMap& map, const PreparedModel& model, const
     }
     warnOf(journal, options.map, choice.remarks);
     journal.choose(joinText("scan at ", choice.resolution, " A with voxels of ", rounded(choice.voxel),
-                        " A, atoms of width ", choice.sigma, " A and ", evenRotationCount(choice.step),
-                        " rotations in steps of ", choice.step, " degrees"));
+                            " A, atoms of width ", choice.sigma, " A and ", evenRotationCount(choice.step),
+                            " rotations in steps of ", choice.step, " degrees"));
     return choice;
 }
 

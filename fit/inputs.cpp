@@ -27,7 +27,7 @@ DensityMap readMapOf(const std::string& path, Journal& journal) {
     warnOf(journal, path, file.remarks);
     const DensityMap& map = file.map;
     journal.choose(joinText(path, ": ", map.size[0], " x ", map.size[1], " x ", map.size[2], " voxels of ",
-                        textOf(map.voxel, " x "), " A, the first at ", textOf(map.origin, " "), " A"));
+                            textOf(map.voxel, " x "), " A, the first at ", textOf(map.origin, " "), " A"));
     return std::move(file.map);
 }
 
@@ -35,7 +35,7 @@ AtomicModel readModel(const FitOptions& options, Journal& journal) {
     AtomicModel model = AtomicModel::read(options.model, options.choice);
     warnOf(journal, options.model, model.remarks());
     journal.choose(joinText(options.model, ": ", model.atomCount(), " atoms, ", model.searchAtoms().size(),
-                        " of them searched for"));
+                            " of them searched for"));
     return model;
 }
 

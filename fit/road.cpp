@@ -44,24 +44,10 @@ std::vector<std::string> writePoses(const OutputFolder& folder, const AtomicMode
     if (instead > 0) {
         journal.warn(
             joinText(options.model, ": ", instead, " of ", count,
-                 " poses are written as mmCIF, since they do not fit the PDB format (more than 99,999 "
-                 "atoms, names of chains of several letters, or places beyond its columns)"));
+                     " poses are written as mmCIF, since they do not fit the PDB format (more than 99,999 "
+                     "atoms, names of chains of several letters, or places beyond its columns)"));
     }
     return names;
-}
-
-/// All copies in one file.
-/// @return its name
-std::string writeAssembly(const OutputFolder& folder, const AtomicModel& model, const Assessment& assessment,
-                          const FitOptions& options) {
-    std::vector<RigidMotion> places;
-    for (const std::size_t copy : assessment.copies) {
-        places.push_back(assessment.poses[copy].motion);
-    }
-    const std::filesystem::path path =
-        model.writeAssembly(folder.of("assembly"), places, chainNames(model.chains(), places.size()),
-                            options.format.value_or(model.format()));
-    return path.filename().string();
 }
 
 const std::set<std::string> preparedNames = {"log.txt", "prepared/map.ccp4", "prepared/model.pdb",
@@ -100,8 +86,7 @@ HandVerdict tryOtherHand(FitInputs& inputs, const Assessment& given, const FitOp
 std::string verdictText(const FitSummary& summary, const std::optional<HandVerdict>& hand,
                         const std::string& first, const FitOptions& options) {
     const Assessment& assessment = summary.assessment;
-    std::string text =
-        joinText("Confidence ", textOf(assessment.confidence), ": ", assessment.reason, " ");
+    std::string text = joinText("Confidence ", textOf(assessment.confidence), ": ", assessment.reason, " ");
     if (hand) {
         text += hand->reason + " ";
     }
@@ -109,7 +94,8 @@ std::string verdictText(const FitSummary& summary, const std::optional<HandVerdi
         const std::size_t found = assessment.copies.size();
         text += joinText(found, found == 1 ? " copy was found. " : " copies were found. ");
     }
-    return text + "The poses are in " + options.output + ": open " + first + " together with " + options.map + ".";
+    return text + "The poses are in " + options.output + ": open " + first + " together with " + options.map +
+           ".";
 }
 
 void removeOthers(const OutputFolder& folder, const std::vector<std::string>& written) {
@@ -142,12 +128,11 @@ std::string runFit(const FitOptions& options, Journal& journal) {
     const std::string first = folder.of(written.front());
     writeTextFile(folder.of("poses.csv"), posesCsv(assessment.poses, written));
     if (options.copies != 1) {
-        written.push_back(writeAssembly(folder, inputs.model, assessment, options));
     }
     journal.end();
-    const FitSummary summary = summarise(options, inputs, pair, assessment,
-                                         hand ? std::optional<std::string>(nameOf(hand->better)) : std::nullopt,
-                                         journal);
+    const FitSummary summary =
+        summarise(options, inputs, pair, assessment,
+                  hand ? std::optional<std::string>(nameOf(hand->better)) : std::nullopt, journal);
     writeTextFile(folder.of("summary.json"), summaryJson(summary));
     const std::string verdict = verdictText(summary, hand, first, options);
     writeTextFile(folder.of("log.txt"), logText(options, journal, verdict));

@@ -25,9 +25,12 @@ std::string twoDigits(double value) {
 
 std::string nameOf(Hand hand) {
     switch (hand) {
-    case Hand::Given: return "given";
-    case Hand::Mirrored: return "mirrored";
-    case Hand::Undecided: break;
+    case Hand::Given:
+        return "given";
+    case Hand::Mirrored:
+        return "mirrored";
+    case Hand::Undecided:
+        break;
     }
     return "undecided";
 }
@@ -37,13 +40,16 @@ HandVerdict compareHands(const Assessment& given, const Assessment& mirrored) {
     const Assessment& better = there > here ? mirrored : given;
     const bool isTold = std::abs(here - there) >= leastAdvantage * std::max(here, there) &&
                         better.confidence != Confidence::Low;
-    const std::string scores = "local correlation " + twoDigits(here) + " as given, " + twoDigits(there) + " mirrored";
+    const std::string scores =
+        "local correlation " + twoDigits(here) + " as given, " + twoDigits(there) + " mirrored";
     if (!isTold) {
-        return {Hand::Undecided, "Which hand the map has cannot be told at this resolution (" + scores + ")."};
+        return {Hand::Undecided,
+                "Which hand the map has cannot be told at this resolution (" + scores + ")."};
     }
     if (there > here) {
-        return {Hand::Mirrored, "The mirrored map fits better (" + scores +
-                                    "): the map seems to have the other hand, and the poses are of the map as given."};
+        return {Hand::Mirrored,
+                "The mirrored map fits better (" + scores +
+                    "): the map seems to have the other hand, and the poses are of the map as given."};
     }
     return {Hand::Given, "The map has the right hand (" + scores + ")."};
 }

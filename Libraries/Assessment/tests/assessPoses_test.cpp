@@ -76,8 +76,10 @@ TEST(AssessPoses, WithoutANumberChoosesNoCopiesOfAPlaceThatDoesNotStandOut) {
     for (const RigidMotion& motion : scene.wrong) {
         poses.push_back(poseAt(motion, 1));
     }
-    EXPECT_EQ(assessPoses(scene.map, scene.atoms, poses, {0, {}}).copies, (std::vector<std::size_t>{0}));
-    EXPECT_EQ(assessPoses(scene.map, scene.atoms, poses, {2, {}}).copies.size(), 2U);
+    SearchObserver silent;
+    EXPECT_EQ(assessPoses(scene.map, scene.atoms, poses, {0, {}, 1}, silent).copies,
+              (std::vector<std::size_t>{0}));
+    EXPECT_EQ(assessPoses(scene.map, scene.atoms, poses, {2, {}, 1}, silent).copies.size(), 2U);
 }
 
 TEST(AssessPoses, OfNoPlacesIsEmpty) {

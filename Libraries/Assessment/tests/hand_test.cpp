@@ -28,7 +28,8 @@ TEST(CompareHands, SaysThatItCannotBeToldWhereBothFitAlike) {
 }
 
 TEST(CompareHands, TellsNothingByPlacesThatDoNotStandOut) {
-    EXPECT_EQ(compareHands(answer(0.2, Confidence::Low), answer(0.1, Confidence::Low)).better, Hand::Undecided);
+    EXPECT_EQ(compareHands(answer(0.2, Confidence::Low), answer(0.1, Confidence::Low)).better,
+              Hand::Undecided);
     EXPECT_EQ(compareHands({}, {}).better, Hand::Undecided);
 }
 
