@@ -4,8 +4,10 @@
 //   confidence_cases [--pairs FOLDER] [--only TEXT] [--threads N] [--plot FILE]
 // --pairs FOLDER  real and simulated pairs, described in FOLDER/pairs.json, beside the generated ones
 // --plot FILE     draws z against gap of all cases as SVG
-// Positives: models in their maps, one chain of six, half a chain, maps cut out of larger ones. Negatives:
-// every model in the maps of others, in mirrored maps and in noise. A row a case; the rates come last.
+// "ranks" are those of the first right place by local correlation, correlation, mean density, atoms inside
+// the level, atoms inside the map, overlap. Positives: models in their maps, one chain of six, half a chain,
+// maps cut out of larger ones. Negatives: every model in the maps of others, in mirrored maps and in noise. A
+// row a case; the rates come last.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -15,7 +17,6 @@
 #include <exception>
 #include <fstream>
 #include <limits>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -27,12 +28,14 @@
 #include "Preparation/coarsen.h"
 #include "Preparation/mirror.h"
 #include "benchmarks/poseCases.h"
-#include "examples/complex.h"
+#include "examples/Random.h"
 
 extern "C" void openblas_set_num_threads(int count);
 
 namespace {
 
+constexpr std::size_t casesPerMap = 8; // of complexCases()
+constexpr std::size_t spoiltEvery = 5;
 constexpr double rightAnswer = 4.5; // angstrom, after the polish: the best optimum of a real pair is 3.8 off
 
 struct Options {
@@ -84,44 +87,19 @@ DensityMap noiseLike(const PoseCase& c, example::Random& random) {
     return smooth;
 }
 
-/// Maps of chains, each with some of them as models.
-std::vector<PoseCase> generatedPairs(example::Random& random) {
-    std::vector<PoseCase> pairs;
-    const example::Model complex = example::buildComplex({320, 180, 240, 120, 280, 150}, random);
-    for (const double resolution : {5.0, 8.0, 12.0, 16.0}) {
-        const DensityMap map = simulatedMap(complex, resolution, resolution / 4.0, 0.3, random);
-        for (const char name : {'A', 'B', 'C', 'D', 'E', 'F'}) {
-            PoseCase c;
-            std::ostringstream text;
-            text << "chain " << name << " of six, " << resolution << " A";
-            c.name = text.str();
-            c.map = map;
-            c.resolution = resolution;
-            c.model = modelAtoms(example::chainOf(complex, name));
-            c.truths.emplace_back();
-            pairs.push_back(std::move(c));
-        }
-    }
-    return pairs;
-}
-
+/// Beside the cases as they are, half a chain in the map of all of it and its neighbours.
 void addPositives(std::vector<Trial>& trials, const std::vector<PoseCase>& given,
                   const std::vector<PoseCase>& generated) {
     for (const PoseCase& c : given) {
         trials.push_back({Kind::Positive, c});
     }
     for (std::size_t i = 0; i < generated.size(); ++i) {
-        PoseCase c = generated[i];
-        trials.push_back({Kind::Positive, c});
-        if (i % 3 == 0) {
-            c.name += ", cut out";
-            c.map = cutAround(c.map, c.model, c.resolution);
-            trials.push_back({Kind::Positive, c});
-        }
-        if (i % 3 == 1) {
-            c.name += ", half of it";
-            c.model = firstHalf(c.model);
-            trials.push_back({Kind::Positive, c});
+        trials.push_back({Kind::Positive, generated[i]});
+        if (i % casesPerMap == 0) {
+            PoseCase half = generated[i];
+            half.name += ", half of it";
+            half.model = firstHalf(half.model);
+            trials.push_back({Kind::Positive, half});
         }
     }
 }
@@ -145,20 +123,17 @@ void addNegatives(std::vector<Trial>& trials, const std::vector<PoseCase>& given
             }
         }
     }
-    const std::size_t perMap = 6;
-    for (std::size_t i = 0; i < given.size() && !generated.empty(); ++i) {
-        exchange(given[i], generated[(i * 5) % perMap]);
-        for (std::size_t m = i % 2; m * perMap < generated.size(); m += 2) {
-            exchange(generated[m * perMap], given[i]);
+    const std::size_t maps = generated.size() / casesPerMap;
+    for (std::size_t i = 0; i < given.size(); ++i) {
+        exchange(given[i], generated[(5 * i) % casesPerMap]);
+        for (std::size_t m = i % 2; m < maps; m += 2) {
+            exchange(generated[m * casesPerMap], given[i]);
         }
     }
-    example::Random others(23);
-    const example::Model strangers = example::buildComplex({150, 260}, others);
-    for (std::size_t m = 0; m * perMap < generated.size(); ++m) {
-        PoseCase stranger = generated[m * perMap];
-        stranger.name = "a stranger";
-        stranger.model = modelAtoms(example::chainOf(strangers, m % 2 == 0 ? 'A' : 'B'));
-        exchange(generated[m * perMap], stranger);
+    for (std::size_t m = 0; m < maps; ++m) { // chains of one complex in the maps of the other
+        for (const std::size_t chain : {0U, 4U, 7U}) {
+            exchange(generated[m * casesPerMap], generated[((m + maps / 2) % maps) * casesPerMap + chain]);
+        }
     }
     const auto addSpoilt = [&](const PoseCase& c) {
         PoseCase mirrored = withoutPlace(c, c.name + ", mirrored");
@@ -171,7 +146,7 @@ void addNegatives(std::vector<Trial>& trials, const std::vector<PoseCase>& given
     for (const PoseCase& c : given) {
         addSpoilt(c);
     }
-    for (std::size_t i = 1; i < generated.size(); i += 4) {
+    for (std::size_t i = 1; i < generated.size(); i += spoiltEvery) {
         addSpoilt(generated[i]);
     }
 }
@@ -200,6 +175,34 @@ Assessment assessed(const PoseCase& c, const PreparedModel& model, std::size_t t
     return assessPoses(map, c.model, std::move(poses), request, silent);
 }
 
+/// Rank of the first right place if places were ranked by this score, from 1; 0: none.
+template <class ScoreOf>
+std::size_t rankBy(const PoseCase& c, std::vector<AssessedPose> poses, ScoreOf scoreOf) {
+    std::stable_sort(poses.begin(), poses.end(),
+                     [&](const AssessedPose& a, const AssessedPose& b) { return scoreOf(a) > scoreOf(b); });
+    for (std::size_t i = 0; i < poses.size(); ++i) {
+        if (distanceToTruth(c, poses[i].motion) < rightAnswer) {
+            return i + 1;
+        }
+    }
+    return 0;
+}
+
+std::string ranksText(const PoseCase& c, const std::vector<AssessedPose>& poses) {
+    std::string text;
+    const auto add = [&](auto scoreOf) {
+        const std::size_t rank = rankBy(c, poses, scoreOf);
+        text += (text.empty() ? "" : " ") + (rank == 0 ? std::string("-") : std::to_string(rank));
+    };
+    add([](const AssessedPose& pose) { return pose.scores.localCorrelation; });
+    add([](const AssessedPose& pose) { return pose.scores.correlation; });
+    add([](const AssessedPose& pose) { return pose.scores.meanDensity; });
+    add([](const AssessedPose& pose) { return pose.scores.inside; });
+    add([](const AssessedPose& pose) { return -pose.scores.outside; });
+    add([](const AssessedPose& pose) { return pose.polishValue; });
+    return text;
+}
+
 Result assess(const Trial& trial, std::size_t threads) {
     const auto begin = std::chrono::steady_clock::now();
     const PoseCase& c = trial.pair;
@@ -221,7 +224,7 @@ Result assess(const Trial& trial, std::size_t threads) {
     const double away = answer.poses.empty() ? 0.0 : distanceToTruth(c, answer.poses.front().motion);
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     std::printf(
-        "| %s | %s | %s | %.1f | %.1f | %.3f | %s | %zu | %.1f |\n",
+        "| %s | %s | %s | %.1f | %.1f | %.3f | %s | %s | %zu | %.1f |\n",
         kindNames[static_cast<std::size_t>(trial.kind)], c.name.c_str(), textOf(result.confidence).c_str(),
         result.z, result.gap, answer.poses.empty() ? 0.0 : answer.poses.front().scores.localCorrelation,
         c.truths.empty() ? "-" : (std::isfinite(away) ? std::to_string(away).substr(0, 5).c_str() : "none"),
@@ -322,12 +325,12 @@ void run(const Options& options) {
     example::Random random(29);
     const std::vector<PoseCase> given =
         options.pairs.empty() ? std::vector<PoseCase>() : readPairs(options.pairs);
-    const std::vector<PoseCase> generated = generatedPairs(random);
+    const std::vector<PoseCase> generated = complexCases({8.0, 12.0, 16.0, 20.0}, 0.3);
     std::vector<Trial> trials;
     addPositives(trials, given, generated);
     addNegatives(trials, given, generated, random);
-    std::printf("| kind | case | confidence | z | gap | local correlation | RMSD/A | places | s |\n"
-                "|---|---|---|---|---|---|---|---|---|\n");
+    std::printf("| kind | case | confidence | z | gap | local correlation | RMSD/A | ranks | places | s |\n"
+                "|---|---|---|---|---|---|---|---|---|---|\n");
     std::vector<Result> results;
     for (const Trial& trial : trials) {
         const std::string label =

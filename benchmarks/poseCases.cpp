@@ -8,12 +8,14 @@
 #include <fstream>
 #include <limits>
 #include <optional>
+#include <sstream>
 #include <utility>
 
 #include "Formats/readMap.h"
 #include "Preparation/FrameBack.h"
 #include "Preparation/PreparedMap.h"
 #include "Preparation/ScanChoice.h"
+#include "examples/complex.h"
 #include "examples/density.h"
 
 #include <nlohmann/json.hpp>
@@ -143,6 +145,38 @@ DensityMap cutAround(const DensityMap& map, const std::vector<ModelAtom>& atoms,
         }
     }
     return cut;
+}
+
+std::vector<PoseCase> complexCases(const std::vector<double>& resolutions, double noise) {
+    const std::vector<std::vector<int>> complexes = {{320, 180, 240, 120, 280, 150},
+                                                     {400, 100, 210, 350, 160, 260}};
+    constexpr double voxelsPerResolution = 4.0;
+    std::vector<PoseCase> cases;
+    example::Random random(17);
+    for (std::size_t number = 0; number < complexes.size(); ++number) {
+        const example::Model complex = example::buildComplex(complexes[number], random);
+        for (const double resolution : resolutions) {
+            const DensityMap map =
+                simulatedMap(complex, resolution, resolution / voxelsPerResolution, noise, random);
+            for (const char name : {'A', 'B', 'C', 'D', 'E', 'F'}) {
+                PoseCase c;
+                std::ostringstream text;
+                text << "complex " << number + 1 << ", " << resolution << " A, chain " << name;
+                c.name = text.str();
+                c.map = map;
+                c.resolution = resolution;
+                c.model = modelAtoms(example::chainOf(complex, name));
+                c.truths.emplace_back();
+                cases.push_back(c);
+                if (name == 'B' || name == 'E') {
+                    c.name += ", cut out";
+                    c.map = cutAround(map, c.model, resolution);
+                    cases.push_back(std::move(c));
+                }
+            }
+        }
+    }
+    return cases;
 }
 
 cMatrix33 drawRotation(example::Random& random) {

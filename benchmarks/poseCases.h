@@ -36,6 +36,11 @@ std::vector<ModelAtom> modelAtoms(const example::Model& model);
 /// The map within `margin` of some atoms along each axis, as cut out by a user who knows about where to look.
 DensityMap cutAround(const DensityMap& map, const std::vector<ModelAtom>& atoms, double margin);
 
+/// Each of the six chains, of 100 to 400 residues, of two complexes in a map of all six, and two of them in a
+/// map cut out of that.
+/// @param noise  of the maps, in standard deviations
+std::vector<PoseCase> complexCases(const std::vector<double>& resolutions, double noise);
+
 /// A rotation, every one as likely as another.
 cMatrix33 drawRotation(example::Random& random);
 

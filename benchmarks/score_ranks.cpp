@@ -13,13 +13,11 @@
 #include <cstdlib>
 #include <exception>
 #include <limits>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "benchmarks/poseCases.h"
-#include "examples/complex.h"
 
 extern "C" void openblas_set_num_threads(int count);
 
@@ -32,39 +30,6 @@ struct Options {
     int turns = 1;
     std::size_t threads = 1;
 };
-
-/// Six chains each, of 100 to 400 residues.
-const std::vector<std::vector<int>> complexes = {{320, 180, 240, 120, 280, 150},
-                                                 {400, 100, 210, 350, 160, 260}};
-
-std::vector<PoseCase> generateCases(double noise) {
-    std::vector<PoseCase> cases;
-    example::Random random(17);
-    for (std::size_t number = 0; number < complexes.size(); ++number) {
-        const example::Model complex = example::buildComplex(complexes[number], random);
-        for (const double resolution : {8.0, 12.0, 16.0, 20.0}) {
-            const double voxel = resolution / 4.0;
-            const DensityMap map = simulatedMap(complex, resolution, voxel, noise, random);
-            for (const char name : {'A', 'B', 'C', 'D', 'E', 'F'}) {
-                PoseCase c;
-                std::ostringstream text;
-                text << "complex " << number + 1 << ", " << resolution << " A, chain " << name;
-                c.name = text.str();
-                c.map = map;
-                c.resolution = resolution;
-                c.model = modelAtoms(example::chainOf(complex, name));
-                c.truths.emplace_back();
-                cases.push_back(c);
-                if (name == 'B' || name == 'E') {
-                    c.name += ", cut out";
-                    c.map = cutAround(map, c.model, resolution);
-                    cases.push_back(c);
-                }
-            }
-        }
-    }
-    return cases;
-}
 
 /// The four lists of a case, each with its worst turn.
 struct Row {
@@ -159,7 +124,7 @@ Options parse(int argc, char** argv) {
 
 void run(const Options& options) {
     std::vector<PoseCase> cases = options.pairs.empty() ? std::vector<PoseCase>() : readPairs(options.pairs);
-    for (PoseCase& c : generateCases(options.noise)) {
+    for (PoseCase& c : complexCases({8.0, 12.0, 16.0, 20.0}, options.noise)) {
         cases.push_back(std::move(c));
     }
     std::printf(

@@ -57,7 +57,7 @@ public:
 
     const Others& others() const { return m_others; }
 
-    bool isTooCoarse() const { return m_context.resolution > m_context.radiusOfGyration; }
+    bool isTooCoarse() const { return m_context.resolution > m_rule.coarsest * m_context.radiusOfGyration; }
 
     /// The best rival of a place; the place itself if it has none.
     std::size_t rivalOf(std::size_t place) const {
@@ -137,9 +137,9 @@ std::string reasonOf(const std::vector<RankedPlace>& places, const Judge& judge,
                      const ConfidenceContext& context, const ConfidenceRule& rule) {
     const std::size_t others = judge.others().count();
     if (judge.isTooCoarse()) {
-        return "At a resolution of " + numberText(context.resolution) +
-               " A, coarser than the model's radius of gyration of " + numberText(context.radiusOfGyration) +
-               " A, the orientations of this model cannot be told apart.";
+        return "At a resolution of " + numberText(context.resolution) + " A, " +
+               numberText(std::round(10.0 * context.resolution / context.radiusOfGyration) / 10.0) +
+               " times the model's radius of gyration, the orientations of this model cannot be told apart.";
     }
     if (others < rule.leastOthers) {
         return bestText(places, others) + "; " + (others == 0 ? "no" : "only " + std::to_string(others)) +

@@ -26,6 +26,8 @@ struct ConfidenceRule {
     std::size_t leastOthers = 5;
     double mediumScore = 0.5;      ///< least score of a place without scatter of others
     double mediumDifference = 0.1; ///< of the scores, from the best other one
+    /// Beyond this resolution, in radii of gyration of the model, no confidence is more than low.
+    double coarsest = 1.6;
 };
 
 /// A place among others, best score first.
@@ -62,8 +64,8 @@ struct Verdict {
 /// the places not equivalent to it, but for those that stand out themselves (z at least highZ) and share no
 /// space with it: these are other copies. Its gap is the difference from its best rival, by d.
 ///
-/// Where the resolution is coarser than the model's radius of gyration the map shows little more than where a
-/// model is, whichever way it is turned, and confidence is low.
+/// Where the resolution is much coarser than the model's radius of gyration (ConfidenceRule::coarsest) the
+/// map shows little more than where a model is, whichever way it is turned, and confidence is low.
 /// @param places  best first; of none the verdict is low
 Verdict judge(const std::vector<RankedPlace>& places, const ConfidenceContext& context,
               const ConfidenceRule& rule = {});
