@@ -27,8 +27,11 @@ struct Assessment {
 
 /// Scores places, puts the best first, finds those that are equivalent, judges how they stand out, and
 /// chooses copies.
-/// @param poses  merged, so that no two are one; motion, scanScore, polishValue, hits and amplitudes are kept
-Assessment assessPoses(const ScoringMap& map, const std::vector<ModelAtom>& atoms,
+/// @param map     at its own resolution
+/// @param coarse  the same map at the resolution of equivalence::resolutionFor()
+/// @param poses   merged, so that no two are one; motion, scanScore, polishValue, hits and amplitudes are
+/// kept
+Assessment assessPoses(const ScoringMap& map, const ScoringMap& coarse, const std::vector<ModelAtom>& atoms,
                        std::vector<AssessedPose> poses, const AssessmentRequest& request = {});
 
 #endif
