@@ -24,6 +24,7 @@
 
 #include "Assessment/ScoringMap.h"
 #include "Assessment/assessPoses.h"
+#include "Assessment/equivalence.h"
 #include "Assessment/polishedPlaces.h"
 #include "Preparation/coarsen.h"
 #include "Preparation/mirror.h"
@@ -172,7 +173,9 @@ Assessment assessed(const PoseCase& c, const PreparedModel& model, std::size_t t
         polishedPlaces(map, c.model, places, choice.resolution, threads, silent);
     AssessmentRequest request;
     request.threads = threads;
-    return assessPoses(map, c.model, std::move(poses), request, silent);
+    const double shown = equivalence::resolutionFor(map.resolution, model.radiusOfGyration);
+    const ScoringMap coarse = makeScoringMap(c.map, {shown, {}, nullptr});
+    return assessPoses(map, coarse, c.model, std::move(poses), request, silent);
 }
 
 /// Rank of the first right place if places were ranked by this score, from 1; 0: none.

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Assessment/ScoringMap.h"
+#include "Assessment/equivalence.h"
 #include "Assessment/polishedPlaces.h"
 #include "Preparation/FrameBack.h"
 #include "Sampler/evenRotations.h"
@@ -122,5 +123,7 @@ Assessment findPlaces(const FitInputs& inputs, const PreparedPair& pair, const F
     AssessmentRequest request;
     request.copies = options.copies;
     request.threads = options.threads;
-    return assessPoses(map, atoms, std::move(poses), request, journal);
+    const double shown = equivalence::resolutionFor(map.resolution, pair.model.radiusOfGyration);
+    const ScoringMap coarse = makeScoringMap(inputs.map, {shown, options.level, maskOf(inputs)});
+    return assessPoses(map, coarse, atoms, std::move(poses), request, journal);
 }

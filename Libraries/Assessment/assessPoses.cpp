@@ -41,13 +41,13 @@ void score(const ScoringMap& map, const std::vector<ModelAtom>& atoms, std::size
     });
 }
 
-std::vector<RankedPlace> rank(const ScoringMap& map, const std::vector<ModelAtom>& atoms,
+std::vector<RankedPlace> rank(const ScoringMap& coarse, const std::vector<ModelAtom>& atoms,
                               std::vector<AssessedPose>& poses) {
     std::vector<RigidMotion> motions;
     for (const AssessedPose& pose : poses) {
         motions.push_back(pose.motion);
     }
-    const std::vector<std::size_t> groups = equivalence::group(map, atoms, motions);
+    const std::vector<std::size_t> groups = equivalence::group(coarse, atoms, motions);
     std::vector<RankedPlace> places;
     for (std::size_t n = 0; n < poses.size(); ++n) {
         poses[n].equivalentTo = groups[n];
@@ -67,13 +67,13 @@ void keepSure(Assessment& assessment) {
 
 } // namespace
 
-Assessment assessPoses(const ScoringMap& map, const std::vector<ModelAtom>& atoms,
+Assessment assessPoses(const ScoringMap& map, const ScoringMap& coarse, const std::vector<ModelAtom>& atoms,
                        std::vector<AssessedPose> poses, const AssessmentRequest& request,
                        SearchObserver& observer) {
     Assessment assessment;
     assessment.poses = std::move(poses);
     score(map, atoms, request.threads, observer, assessment.poses);
-    const std::vector<RankedPlace> places = rank(map, atoms, assessment.poses);
+    const std::vector<RankedPlace> places = rank(coarse, atoms, assessment.poses);
     const ClashTest test(atoms);
     const auto clash = [&](std::size_t a, std::size_t b) {
         return test.clashes(assessment.poses[a].motion, assessment.poses[b].motion);

@@ -29,9 +29,11 @@ struct Assessment {
 
 /// Scores places, puts the best first, finds those that are equivalent, judges how they stand out, and
 /// chooses copies.
-/// @param poses  merged, so that no two are one; motion, scanScore, polishValue, hits and amplitudes are kept
+/// @param map     at its own resolution
+/// @param coarse  the same map at the resolution of equivalence::resolutionFor()
+/// @param poses   merged, so that no two are one; motion and what tells of scan and polish are kept
 /// @throws SearchCancelled when the observer asks for it
-Assessment assessPoses(const ScoringMap& map, const std::vector<ModelAtom>& atoms,
+Assessment assessPoses(const ScoringMap& map, const ScoringMap& coarse, const std::vector<ModelAtom>& atoms,
                        std::vector<AssessedPose> poses, const AssessmentRequest& request,
                        SearchObserver& observer);
 

@@ -117,10 +117,10 @@ std::string toHundredths(double value) {
     return buffer;
 }
 
-std::string wholeNumber(double value) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%.0f", value);
-    return buffer;
+/// To a tenth, with its unit.
+std::string deviationsText(double value) {
+    const std::string number = numberText(std::round(10.0 * value) / 10.0);
+    return number + (number == "1" ? " deviation" : " deviations");
 }
 
 /// "The best place scores 0.83", with those that are equivalent.
@@ -148,7 +148,7 @@ std::string reasonOf(const std::vector<RankedPlace>& places, const Judge& judge,
     }
     const std::size_t rival = judge.rivalOf(0);
     if (rival == 0) {
-        return bestText(places, others) + ", " + wholeNumber(best.z) + " deviations above the " +
+        return bestText(places, others) + ", " + deviationsText(best.z) + " above the " +
                std::to_string(others) + " other places.";
     }
     const auto firstOther = std::find_if(places.begin(), places.end(), [&](const RankedPlace& place) {
@@ -157,8 +157,7 @@ std::string reasonOf(const std::vector<RankedPlace>& places, const Judge& judge,
     const bool isFirst = firstOther == places.begin() + static_cast<std::ptrdiff_t>(rival);
     return bestText(places, others) + "; " + (isFirst ? "" : "apart from those that stand out elsewhere, ") +
            "the best of the " + std::to_string(others) + " other places scores " +
-           toHundredths(places[rival].score) + ", " + numberText(std::round(10.0 * best.gap) / 10.0) +
-           " deviations below it.";
+           toHundredths(places[rival].score) + ", " + deviationsText(best.gap) + " below it.";
 }
 
 } // namespace

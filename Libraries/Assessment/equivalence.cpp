@@ -33,6 +33,12 @@ struct Leader {
 
 } // namespace
 
+double resolutionFor(double mapResolution, double radiusOfGyration) {
+    constexpr double coarser = 1.75;
+    constexpr double perRadius = 0.8; // at which a turn of the model still shows
+    return std::max(mapResolution, std::min(coarser * mapResolution, perRadius * radiusOfGyration));
+}
+
 std::vector<cVector3> nodesAround(const ScoringMap& map, const std::vector<ModelAtom>& atoms,
                                   const RigidMotion& place) {
     std::vector<cVector3> nodes;

@@ -96,11 +96,13 @@ TEST(Confidence, ASecondCopyElsewhereIsNoRivalAndAnotherTurnAtTheSamePlaceIs) {
 }
 
 TEST(Confidence, IsLowWhereTheMapIsTooCoarseToTellOrientations) {
-    const Verdict verdict = judge(withBest({0.9}), {35.0, 21.5, nullptr});
+    const Verdict verdict = judge(withBest({0.9}), {35.0, 19.5, nullptr});
     EXPECT_EQ(verdict.confidence, Confidence::Low);
-    EXPECT_EQ(verdict.reason,
-              "At a resolution of 35 A, coarser than the model's radius of gyration of 21.5 A, the "
-              "orientations of this model cannot be told apart.");
+    EXPECT_EQ(
+        verdict.reason,
+        "At a resolution of 35 A, 1.8 times the model's radius of gyration, the orientations of this model "
+        "cannot be told apart.");
+    EXPECT_EQ(judge(withBest({0.9}), {30.0, 19.5, nullptr}).confidence, Confidence::High);
 }
 
 TEST(Confidence, IsNeverHighWithFewOtherPlaces) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <random>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -90,6 +91,27 @@ TEST(Equivalence, APlaceWithoutACopyIsNotEquivalent) {
     const Ring ring(5, 1);
     EXPECT_LT(ring.correlation(aboutAxis(-72.0)), 0.4);
     EXPECT_GT(ring.correlation(aboutAxis(72.0)), equivalence::leastSelfCorrelation);
+}
+
+TEST(Equivalence, IsSeenThroughNoiseAtACoarserResolution) {
+    Ring ring(5);
+    DensityMap noisy = simulated(ring.atoms, ring.places, resolution, {62, 62, 40}, cVector3(0.0), 2.0);
+    std::mt19937 random(6);
+    std::normal_distribution<double> noise(0.0, 1.5 * ring.map.deviation);
+    for (float& value : noisy.values) {
+        value += static_cast<float>(noise(random));
+    }
+    ring.map = makeScoringMap(noisy, {resolution, {}, nullptr});
+    EXPECT_LT(ring.correlation(aboutAxis(72.0)), equivalence::leastSelfCorrelation);
+    ring.map = makeScoringMap(noisy, {1.75 * resolution, {}, nullptr});
+    EXPECT_GT(ring.correlation(aboutAxis(72.0)), equivalence::leastSelfCorrelation);
+    EXPECT_LT(ring.correlation(aboutAxis(36.0)), 0.4);
+}
+
+TEST(Equivalence, IsJudgedAtAResolutionThatTellsTurnsOfTheModel) {
+    EXPECT_DOUBLE_EQ(equivalence::resolutionFor(4.0, 30.0), 7.0);
+    EXPECT_DOUBLE_EQ(equivalence::resolutionFor(10.0, 20.0), 16.0);
+    EXPECT_DOUBLE_EQ(equivalence::resolutionFor(10.0, 8.0), 10.0);
 }
 
 TEST(Equivalence, NeedsHalfOfTheNodesInTheMapAndAContrast) {
