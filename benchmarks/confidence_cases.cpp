@@ -60,6 +60,7 @@ struct Result {
     Confidence confidence = Confidence::Low;
     double z = 0.0;
     double gap = 0.0;
+    double score = 0.0;
 };
 
 PoseCase withoutPlace(PoseCase c, const std::string& name) {
@@ -206,39 +207,44 @@ std::string ranksText(const PoseCase& c, const std::vector<AssessedPose>& poses)
     return text;
 }
 
-Result assess(const Trial& trial, std::size_t threads) {
-    const auto begin = std::chrono::steady_clock::now();
-    const PoseCase& c = trial.pair;
-    Result result;
-    result.kind = trial.kind;
-    const PreparedModel model = prepareModel(c.model);
-    std::string trouble;
-    Assessment answer;
-    try {
-        answer = assessed(c, model, threads);
-    } catch (const std::invalid_argument& error) {
-        trouble = error.what(); // such as a map of noise without content
+/// Cells of a row that tell of a right place.
+std::string truthText(const PoseCase& c, const Assessment& answer) {
+    if (c.truths.empty() || answer.poses.empty()) {
+        return "- | -";
     }
+    char away[32];
+    std::snprintf(away, sizeof away, "%.3f | ", distanceToTruth(c, answer.poses.front().motion));
+    return away + ranksText(c, answer.poses);
+}
+
+Result resultOf(Kind kind, const Assessment& answer) {
+    Result result;
+    result.kind = kind;
     if (!answer.poses.empty()) {
         result.confidence = answer.confidence;
         result.z = answer.poses.front().z;
         result.gap = answer.poses.front().gap;
+        result.score = answer.poses.front().scores.localCorrelation;
     }
-    const double away = answer.poses.empty() ? 0.0 : distanceToTruth(c, answer.poses.front().motion);
+    return result;
+}
+
+Result assess(const Trial& trial, std::size_t threads) {
+    const auto begin = std::chrono::steady_clock::now();
+    const PoseCase& c = trial.pair;
+    Assessment answer;
+    try {
+        answer = assessed(c, prepareModel(c.model), threads);
+    } catch (const std::invalid_argument& error) { // such as a map of noise without content
+        std::fprintf(stderr, "%s: %s\n", c.name.c_str(), error.what());
+    }
+    const Result result = resultOf(trial.kind, answer);
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    std::printf(
-        "| %s | %s | %s | %.1f | %.1f | %.3f | %s | %s | %zu | %.1f |\n",
-        kindNames[static_cast<std::size_t>(trial.kind)], c.name.c_str(), textOf(result.confidence).c_str(),
-        result.z, result.gap, answer.poses.empty() ? 0.0 : answer.poses.front().scores.localCorrelation,
-        c.truths.empty() ? "-" : (std::isfinite(away) ? std::to_string(away).substr(0, 5).c_str() : "none"),
-        answer.poses.size(), seconds);
+    std::printf("| %s | %s | %s | %.1f | %.1f | %.3f | %s | %zu | %.1f |\n",
+                kindNames[static_cast<std::size_t>(trial.kind)], c.name.c_str(),
+                textOf(result.confidence).c_str(), result.z, result.gap, result.score,
+                truthText(c, answer).c_str(), answer.poses.size(), seconds);
     std::fflush(stdout);
-    if (!trouble.empty()) {
-        std::fprintf(stderr, "%s: %s\n", c.name.c_str(), trouble.c_str());
-    }
-    if (trial.kind == Kind::Positive && away > rightAnswer && result.confidence == Confidence::High) {
-        std::printf("WRONG AND HIGH: %s\n", c.name.c_str());
-    }
     return result;
 }
 
