@@ -48,9 +48,9 @@ std::vector<double> cyclicNegativeLaplacian(const std::vector<double>& field, co
 /// goes through no fccf::SigmaFilter.
 ///
 /// Used by one thread at a time.
-/// @tparam Real  double or float, of the fields that are transformed. Float takes half the memory and finds
-///               scores with the errors that LocalCorrelator tells; it wants a map of
-///               ScanMap::Singles::Rounded
+/// @tparam Real  double or float, of the fields that are transformed. Float takes half the memory and wants a
+///               map of ScanMap::Singles::Rounded. Scores then have the errors that LocalCorrelator tells,
+///               with u = 2^-24 (24 + log2 N) for the samples of the map, too.
 template <class Real>
 class BasicLocalScan {
 public:
