@@ -49,7 +49,21 @@ double medianOf(std::vector<double> times) {
     return *middle;
 }
 
+/// How far a score may be from that of direct sums.
+template <class Real>
+constexpr double tolerance = 1e-9;
+template <>
+constexpr double tolerance<float> = 1e-5;
+
+/// How a local scan wants its map.
+template <class Real>
+constexpr auto singles = ScanMap::Singles::IfExact;
+template <>
+constexpr auto singles<float> = ScanMap::Singles::Rounded;
+
 /// A noisy, filtered map of a model, and a worker of either scan for it.
+/// @tparam Real  of the local scan
+template <class Real>
 class Workers {
 public:
     explicit Workers(unsigned int edge)
@@ -59,7 +73,8 @@ public:
         , m_map(filteredMap())
         , m_scanMap(m_map, *m_mapGrid)
         , m_plain(m_scanMap, m_grid, everyValue)
-        , m_local(m_scanMap, m_grid, varianceFloor)
+        , m_localMap(m_map, *m_mapGrid, singles<Real>)
+        , m_local(m_localMap, m_grid, varianceFloor)
         , m_density(std::make_shared<ElectronDensity>(m_model.positions.data(), BenchmarkModel::spacing,
                                                       atoms, m_grid, *m_model.engine, arma::Col<double>(),
                                                       ElectronDensity::EPSILON))
@@ -83,8 +98,8 @@ public:
         const double least = varianceFloor * largestVariance;
         const double score = ofScore.overlap / std::sqrt(std::max(ofScore.variance, least));
         const double norm = byOverlap.begin()->m_rigidScore;
-        return std::abs(byScore.begin()->m_rigidScore - score) < 1e-9 &&
-               std::abs(norm - ofOverlap.overlap) < 1e-9 * norm;
+        return std::abs(byScore.begin()->m_rigidScore - score) < tolerance<Real> &&
+               std::abs(norm - ofOverlap.overlap) < tolerance<Real> * norm;
     }
 
     double largestVariance(const Angles& angles) {
@@ -164,17 +179,19 @@ private:
     std::vector<double> m_map;
     ScanMap m_scanMap;
     RotationScan m_plain;
-    LocalScan m_local;
+    ScanMap m_localMap;
+    BasicLocalScan<Real> m_local;
     std::shared_ptr<const ElectronDensity> m_density;
     std::shared_ptr<const ScanPattern> m_plainPattern;
-    std::shared_ptr<const LocalSpectra> m_localPattern;
+    std::shared_ptr<const BasicLocalSpectra<Real>> m_localPattern;
 };
 
 /// A step late in either scan, when no voxel enters a set any more, one beside the other, so that both see
 /// the same machine.
+template <class Real>
 void localRotation(benchmark::State& state) {
     const auto edge = static_cast<unsigned int>(state.range(0));
-    Workers workers(edge);
+    Workers<Real> workers(edge);
     TransformPair pair(static_cast<int>(edge), workers.paddedMap());
     const auto rotations = cAngularSampler::constructRotations(stepInDegrees);
     Poses plain(solutions), byScore(solutions), byOverlap(solutions);
@@ -214,7 +231,8 @@ void localRotation(benchmark::State& state) {
     state.counters["plain_rotations"] = local / medianOf(ofPlain);
 }
 
-BENCHMARK(localRotation)->Arg(64)->Arg(128)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(localRotation, double)->Arg(64)->Arg(128)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(localRotation, float)->Arg(64)->Arg(128)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -17,9 +17,10 @@ add_library(Selvane::Lapack ALIAS selvane_lapack)
 
 find_path(SELVANE_FFTW_INCLUDE_DIR fftw3.h REQUIRED)
 find_library(SELVANE_FFTW_LIBRARY NAMES fftw3 REQUIRED)
+find_library(SELVANE_FFTW_SINGLE_LIBRARY NAMES fftw3f REQUIRED)
 add_library(selvane_fftw INTERFACE)
 target_include_directories(selvane_fftw SYSTEM INTERFACE ${SELVANE_FFTW_INCLUDE_DIR})
-target_link_libraries(selvane_fftw INTERFACE ${SELVANE_FFTW_LIBRARY})
+target_link_libraries(selvane_fftw INTERFACE ${SELVANE_FFTW_LIBRARY} ${SELVANE_FFTW_SINGLE_LIBRARY})
 add_library(Selvane::Fftw ALIAS selvane_fftw)
 
 find_path(SELVANE_TCLAP_INCLUDE_DIR tclap/CmdLine.h REQUIRED)

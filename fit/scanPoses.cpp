@@ -52,6 +52,7 @@ FitSettings searchSettings(const ScanChoice& choice, FitScore score, std::size_t
     FitSettings settings;
     settings.workers = workers;
     settings.score = score == FitScore::Local ? ScanScore::Local : ScanScore::Overlap;
+    settings.singlePrecision = true; // of local scores; poses are polished afterwards
     settings.sigma = choice.sigma;
     settings.step = choice.step;
     settings.filterSigmas = ScanLimits::everyValue;

@@ -32,8 +32,8 @@ bin="$PWD/$build_dir/bin"
 say "Building with benchmarks in $build_dir"
 cmake --preset release -B "$build_dir" -DSELVANE_BUILD_BENCHMARKS=ON
 cmake --build "$build_dir" --parallel "$(jobs_count)" \
-    --target selvane selvane-fit whole_runs fit_runs one_rotation_benchmark oracle_benchmark polish_benchmark \
-    reading_benchmark writing_benchmark
+    --target selvane selvane-fit whole_runs fit_runs one_rotation_benchmark local_rotation_benchmark oracle_benchmark \
+    polish_benchmark reading_benchmark writing_benchmark
 export OPENBLAS_NUM_THREADS=1
 
 say "Measuring; the load of the last minute is $(cut -d' ' -f1 /proc/loadavg 2>/dev/null || echo unknown)"
@@ -47,6 +47,12 @@ later='laterRotation/128/'
 row "the parts of a rotation late in a scan, 128^3: rotate, in pairs" "$(kernel one_rotation_benchmark "$later" rotate)"
 row "  transform and multiply" "$(kernel one_rotation_benchmark "$later" correlate)"
 row "  transform back and look for candidates" "$(kernel one_rotation_benchmark "$later" offer)"
+for edge in 64 128; do
+    row "a local rotation, $edge^3, in plain rotations" \
+        "$(kernel local_rotation_benchmark "localRotation<double>/$edge/" plain_rotations)" "<= 2.3"
+    row "  in single precision" \
+        "$(kernel local_rotation_benchmark "localRotation<float>/$edge/" plain_rotations)" "<= 1.4"
+done
 row "a multistep oracle call with derivatives, no modes, 128^3, in pairs" \
     "$(kernel oracle_benchmark derivativesFewVoxels/128/0/ pairs)" "<= 4"
 row "writing poses of 20,000 atoms, in times of fprintf" \

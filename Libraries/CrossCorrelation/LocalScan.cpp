@@ -39,7 +39,8 @@ private:
 };
 
 /// 1 over the norm of the values about their mean, or 0 where all are the same.
-double inverseNorm(const std::vector<double>& values) {
+template <class Value>
+double inverseNorm(const std::vector<Value>& values) {
     const auto [least, most] = std::minmax_element(values.begin(), values.end());
     if (values.empty() || *least == *most) {
         return 0.0;
@@ -47,10 +48,10 @@ double inverseNorm(const std::vector<double>& values) {
     const double mean =
         std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
     // In units of the range, whose square neither overflows nor vanishes.
-    const double range = *most - *least;
+    const double range = double{*most} - double{*least};
     double sum = 0.0;
-    for (const double value : values) {
-        const double part = (value - mean) / range;
+    for (const Value value : values) {
+        const double part = (double{value} - mean) / range;
         sum += part * part;
     }
     return 1.0 / (range * std::sqrt(sum));
@@ -124,21 +125,27 @@ LocalPattern makeLocalPattern(const std::vector<double>& density, const cGrid& g
 }
 
 // Of the rotator's filter nothing is asked, so any number of deviations will do.
-LocalScan::LocalScan(const ScanMap& map, std::shared_ptr<const cGrid> grid, double floor)
+template <class Real>
+BasicLocalScan<Real>::BasicLocalScan(const ScanMap& map, std::shared_ptr<const cGrid> grid, double floor)
     : m_grid(std::move(grid))
     , m_rotator(map, 0.0)
     , m_correlator(*m_grid, map.grid().getSizes(), floor)
-    , m_factor(inverseNorm(map.values())) {}
+    , m_factor(map.singles().empty() ? inverseNorm(map.values()) : inverseNorm(map.singles())) {}
 
-std::shared_ptr<const LocalSpectra> LocalScan::makePattern(const ElectronDensity& density) {
+template <class Real>
+std::shared_ptr<const BasicLocalSpectra<Real>>
+BasicLocalScan<Real>::makePattern(const ElectronDensity& density) {
     m_state = State::Empty;
-    std::vector<double> field(m_grid->getTotalSize(), 0.0);
-    density.addDensity(field.data());
-    const LocalPattern pattern = makeLocalPattern(field, *m_grid, maskLevel);
-    return std::make_shared<LocalSpectra>(m_correlator.spectraOf(pattern.weights, pattern.mask));
+    const LocalPattern pattern = [&] {
+        std::vector<double> field(m_grid->getTotalSize(), 0.0);
+        density.addDensity(field.data());
+        return makeLocalPattern(field, *m_grid, maskLevel);
+    }(); // the field is gone when the spectra come
+    return std::make_shared<Spectra>(m_correlator.spectraOf(pattern.weights, pattern.mask));
 }
 
-void LocalScan::rotate(const std::array<double, 3>& eulerAngles) {
+template <class Real>
+void BasicLocalScan<Real>::rotate(const std::array<double, 3>& eulerAngles) {
     m_rotator.rotatePlanes(
         eulerAngles, [this](std::size_t, std::size_t j) { return m_correlator.targetRow(j); },
         [this](std::size_t i) { m_correlator.transformPlane(i, m_factor); });
@@ -146,7 +153,8 @@ void LocalScan::rotate(const std::array<double, 3>& eulerAngles) {
     m_state = State::Rotated;
 }
 
-void LocalScan::correlate(const LocalSpectra& pattern) {
+template <class Real>
+void BasicLocalScan<Real>::correlate(const Spectra& pattern) {
     if (m_state != State::Rotated) {
         throw std::logic_error("LocalScan: no rotation to correlate");
     }
@@ -154,7 +162,8 @@ void LocalScan::correlate(const LocalSpectra& pattern) {
     m_state = State::Correlated;
 }
 
-void LocalScan::offer(Set& byScore, Set* byOverlap, std::size_t modes) {
+template <class Real>
+void BasicLocalScan<Real>::offer(Set& byScore, Set* byOverlap, std::size_t modes) {
     if (m_state != State::Correlated) {
         throw std::logic_error("LocalScan: the present rotation is not correlated");
     }
@@ -175,3 +184,6 @@ void LocalScan::offer(Set& byScore, Set* byOverlap, std::size_t modes) {
     };
     m_correlator.readResult({boundOf(&byScore), boundOf(byOverlap)}, takeRow);
 }
+
+template class BasicLocalScan<double>;
+template class BasicLocalScan<float>;

@@ -48,8 +48,13 @@ std::vector<double> cyclicNegativeLaplacian(const std::vector<double>& field, co
 /// goes through no fccf::SigmaFilter.
 ///
 /// Used by one thread at a time.
-class LocalScan {
+/// @tparam Real  double or float, of the fields that are transformed. Float takes half the memory and wants a
+///               map of ScanMap::Singles::Rounded. Scores then have the errors that LocalCorrelator tells,
+///               with u = 2^-24 (24 + log2 N) for the samples of the map, too.
+template <class Real>
+class BasicLocalScan {
 public:
+    using Spectra = BasicLocalSpectra<Real>;
     using Set = LimitedSizeSet<HexaustFlexibleFitConformation>;
 
     /// The mask of a model ends where its density falls to this part of its maximum.
@@ -60,17 +65,17 @@ public:
     /// @param floor  of LocalCorrelator
     /// @throws std::length_error if the map is larger than the grid or hasn't a value per node;
     ///         std::invalid_argument as LocalCorrelator
-    LocalScan(const ScanMap& map, std::shared_ptr<const cGrid> grid, double floor);
+    BasicLocalScan(const ScanMap& map, std::shared_ptr<const cGrid> grid, double floor);
 
     /// Spectra for all scans on the same grid. What this one correlated before is lost.
-    std::shared_ptr<const LocalSpectra> makePattern(const ElectronDensity& density);
+    std::shared_ptr<const Spectra> makePattern(const ElectronDensity& density);
 
     /// Takes up a rotation of the map, angles in radians.
     void rotate(const std::array<double, 3>& eulerAngles);
 
     /// Correlates the map, as rotated last, with the pattern at every translation.
     /// @throws std::logic_error unless the map was rotated since it was correlated last
-    void correlate(const LocalSpectra& pattern);
+    void correlate(const Spectra& pattern);
 
     /// Offers every voxel whose local score is above ElectronDensity::EPSILON to one set, and every one whose
     /// overlap is to another, in flat order, once. Candidates come without derivatives.
@@ -87,10 +92,16 @@ private:
 
     std::shared_ptr<const cGrid> m_grid;
     MapRotator m_rotator;
-    LocalCorrelator m_correlator;
+    BasicLocalCorrelator<Real> m_correlator;
     double m_factor; ///< 1 over the norm of the map
     State m_state = State::Empty;
     std::array<double, 3> m_eulerAngles{};
 };
+
+extern template class BasicLocalScan<double>;
+extern template class BasicLocalScan<float>;
+
+using LocalScan = BasicLocalScan<double>;
+using SingleLocalScan = BasicLocalScan<float>;
 
 #endif

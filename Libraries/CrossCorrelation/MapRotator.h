@@ -16,10 +16,10 @@
 /// Turns a map about the centre of its grid and resamples it on the same grid: the target of one rotation of
 /// a scan, without its padding.
 ///
-/// At the node p it holds the density of the source at c + R (p - c), c the centre of the grid's box and R =
-/// cMatrix33::rotationXYZ(alpha, beta, gamma), by trilinear interpolation; 0 outside the source's box. What
-/// lies below a fccf::SigmaFilter of the whole turned map counts as 0; the filter is known only at the end,
-/// so the rows come without it.
+/// At the node p it holds the density of the source, of a ScanMap its singles where it has them, at c + R (p
+/// - c), c the centre of the grid's box and R = cMatrix33::rotationXYZ(alpha, beta, gamma), by trilinear
+/// interpolation; 0 outside the source's box. What lies below a fccf::SigmaFilter of the whole turned map
+/// counts as 0; the filter is known only at the end, so the rows come without it.
 class MapRotator {
 public:
     /// @param map  not owned, must stay

@@ -17,14 +17,15 @@ constexpr std::size_t hugePage = std::size_t{1} << 21;
 
 /// Large arrays ask for huge pages: transforms hop through them in steps of kilobytes, and with small pages
 /// every hop misses in the table of pages.
-double (*allocatePairs(std::size_t size))[2] {
+template <class Real>
+Real (*allocatePairs(std::size_t size))[2] {
     if (size == 0) {
         return nullptr;
     }
-    if (size > (std::numeric_limits<std::size_t>::max() - hugePage) / sizeof(double[2])) {
+    if (size > (std::numeric_limits<std::size_t>::max() - hugePage) / sizeof(Real[2])) {
         throw std::bad_alloc();
     }
-    const std::size_t needed = size * sizeof(double[2]);
+    const std::size_t needed = size * sizeof(Real[2]);
     const std::size_t unit = needed < hugePage ? cacheLine : hugePage;
     const std::size_t bytes = (needed + unit - 1) / unit * unit;
     void* const memory = std::aligned_alloc(unit, bytes);
@@ -34,29 +35,37 @@ double (*allocatePairs(std::size_t size))[2] {
     if (unit == hugePage) {
         madvise(memory, bytes, MADV_HUGEPAGE); // a wish; where it isn't granted the array works all the same
     }
-    return static_cast<double(*)[2]>(memory);
+    return static_cast<Real(*)[2]>(memory);
 }
 
 } // namespace
 
-ComplexArray::ComplexArray(std::size_t size) : m_pairs(allocatePairs(size)), m_size(size) {
+template <class Real>
+BasicComplexArray<Real>::BasicComplexArray(std::size_t size)
+    : m_pairs(allocatePairs<Real>(size)), m_size(size) {
     for (std::size_t p = 0; p < size; ++p) {
-        m_pairs[p][0] = 0.0;
-        m_pairs[p][1] = 0.0;
+        m_pairs[p][0] = Real{0};
+        m_pairs[p][1] = Real{0};
     }
 }
 
-ComplexArray::ComplexArray(ComplexArray&& other) noexcept
+template <class Real>
+BasicComplexArray<Real>::BasicComplexArray(BasicComplexArray&& other) noexcept
     : m_pairs(std::move(other.m_pairs)), m_size(std::exchange(other.m_size, 0)) {}
 
-ComplexArray& ComplexArray::operator=(ComplexArray&& other) noexcept {
+template <class Real>
+BasicComplexArray<Real>& BasicComplexArray<Real>::operator=(BasicComplexArray&& other) noexcept {
     m_pairs = std::move(other.m_pairs);
     m_size = std::exchange(other.m_size, 0);
     return *this;
 }
 
-void ComplexArray::Free::operator()(double (*pairs)[2]) const {
+template <class Real>
+void BasicComplexArray<Real>::Free::operator()(Real (*pairs)[2]) const {
     std::free(pairs);
 }
+
+template class BasicComplexArray<double>;
+template class BasicComplexArray<float>;
 
 } // namespace dft

@@ -9,30 +9,38 @@ namespace dft {
 
 /// Owner of an array of complex numbers as pairs (real, imaginary), aligned for the FFT library. Moves, never
 /// copies.
-class ComplexArray {
+/// @tparam Real  double or float, as everywhere in this module
+template <class Real>
+class BasicComplexArray {
 public:
     /// No pairs.
-    ComplexArray() = default;
+    BasicComplexArray() = default;
 
     /// @param size  number of pairs; all start as zero
     /// @throws std::bad_alloc if the memory is not to be had
-    explicit ComplexArray(std::size_t size);
+    explicit BasicComplexArray(std::size_t size);
 
-    ComplexArray(ComplexArray&& other) noexcept;
-    ComplexArray& operator=(ComplexArray&& other) noexcept;
+    BasicComplexArray(BasicComplexArray&& other) noexcept;
+    BasicComplexArray& operator=(BasicComplexArray&& other) noexcept;
 
     std::size_t size() const { return m_size; }
-    double (*data())[2] { return m_pairs.get(); }
-    const double (*data() const)[2] { return m_pairs.get(); }
+    Real (*data())[2] { return m_pairs.get(); }
+    const Real (*data() const)[2] { return m_pairs.get(); }
 
 private:
     struct Free {
-        void operator()(double (*pairs)[2]) const;
+        void operator()(Real (*pairs)[2]) const;
     };
 
-    std::unique_ptr<double[][2], Free> m_pairs;
+    std::unique_ptr<Real[][2], Free> m_pairs;
     std::size_t m_size = 0;
 };
+
+extern template class BasicComplexArray<double>;
+extern template class BasicComplexArray<float>;
+
+using ComplexArray = BasicComplexArray<double>;
+using SingleComplexArray = BasicComplexArray<float>;
 
 } // namespace dft
 

@@ -10,17 +10,18 @@ namespace dft {
 
 namespace {
 
-SELVANE_MULTIVERSION
-void join(const double* __restrict a, const double* __restrict b, std::size_t n, double* __restrict joined) {
+template <class Real>
+SELVANE_MULTIVERSION void join(const Real* __restrict a, const Real* __restrict b, std::size_t n,
+                               Real* __restrict joined) {
     for (std::size_t r = 0; r < n; ++r) {
         joined[2 * r] = a[r];
         joined[2 * r + 1] = b[r];
     }
 }
 
-SELVANE_MULTIVERSION
-void part(const double* __restrict joined, std::size_t n, double factor, double* __restrict a,
-          double* __restrict b) {
+template <class Real>
+SELVANE_MULTIVERSION void part(const Real* __restrict joined, std::size_t n, Real factor, Real* __restrict a,
+                               Real* __restrict b) {
     for (std::size_t r = 0; r < n; ++r) {
         a[r] = joined[2 * r] * factor;
         b[r] = joined[2 * r + 1] * factor;
@@ -28,14 +29,14 @@ void part(const double* __restrict joined, std::size_t n, double factor, double*
 }
 
 /// a = z + conj(mirror), b = (z - conj(mirror)) / i, the mirror read backwards from its start.
-SELVANE_MULTIVERSION
-void separate(const double* __restrict z, const double* __restrict mirror, std::size_t n,
-              double* __restrict a, double* __restrict b) {
+template <class Real>
+SELVANE_MULTIVERSION void separate(const Real* __restrict z, const Real* __restrict mirror, std::size_t n,
+                                   Real* __restrict a, Real* __restrict b) {
     for (std::size_t r = 0; r < n; ++r) {
-        const double zr = z[2 * r];
-        const double zi = z[2 * r + 1];
-        const double mr = *(mirror - 2 * r);
-        const double mi = *(mirror - 2 * r + 1);
+        const Real zr = z[2 * r];
+        const Real zi = z[2 * r + 1];
+        const Real mr = *(mirror - 2 * r);
+        const Real mi = *(mirror - 2 * r + 1);
         a[2 * r] = zr + mr;
         a[2 * r + 1] = zi - mi;
         b[2 * r] = zi + mi;
@@ -44,8 +45,9 @@ void separate(const double* __restrict z, const double* __restrict mirror, std::
 }
 
 /// z = a + i b.
-SELVANE_MULTIVERSION
-void combine(const double* __restrict a, const double* __restrict b, std::size_t n, double* __restrict z) {
+template <class Real>
+SELVANE_MULTIVERSION void combine(const Real* __restrict a, const Real* __restrict b, std::size_t n,
+                                  Real* __restrict z) {
     for (std::size_t r = 0; r < n; ++r) {
         z[2 * r] = a[2 * r] - b[2 * r + 1];
         z[2 * r + 1] = a[2 * r + 1] + b[2 * r];
@@ -53,22 +55,23 @@ void combine(const double* __restrict a, const double* __restrict b, std::size_t
 }
 
 /// mirror = conj(a) + i conj(b), written backwards from its start.
-SELVANE_MULTIVERSION
-void combineMirrored(const double* __restrict a, const double* __restrict b, std::size_t n,
-                     double* __restrict mirror) {
+template <class Real>
+SELVANE_MULTIVERSION void combineMirrored(const Real* __restrict a, const Real* __restrict b, std::size_t n,
+                                          Real* __restrict mirror) {
     for (std::size_t r = 0; r < n; ++r) {
         *(mirror - 2 * r) = a[2 * r] + b[2 * r + 1];
         *(mirror - 2 * r + 1) = b[2 * r] - a[2 * r + 1];
     }
 }
 
-ComplexBatchPlan::Layout columnsOf(std::size_t rows, std::size_t columns, std::size_t stride) {
+BatchLayout columnsOf(std::size_t rows, std::size_t columns, std::size_t stride) {
     return {static_cast<int>(rows), static_cast<int>(columns), static_cast<int>(stride), 1};
 }
 
 } // namespace
 
-PlaneTransform::PlaneTransform(int rows, int columns, int filledRows)
+template <class Real>
+BasicPlaneTransform<Real>::BasicPlaneTransform(int rows, int columns, int filledRows)
     : m_rows(static_cast<std::size_t>(rows))
     , m_columns(static_cast<std::size_t>(columns))
     , m_filledRows(static_cast<std::size_t>(filledRows))
@@ -80,33 +83,37 @@ PlaneTransform::PlaneTransform(int rows, int columns, int filledRows)
     , m_transformed(batchSize * m_columns)
     , m_half((m_rows + 1) * m_halfStride)
     , m_spectrum(m_rows * m_halfStride)
-    , m_forward(makeRowPlans(ComplexBatchPlan::Sign::Forward))
-    , m_backward(makeRowPlans(ComplexBatchPlan::Sign::Backward))
-    , m_columnsForward(columnsOf(m_rows, m_halfRow, m_halfStride), ComplexBatchPlan::Sign::Forward,
-                       m_half.data(), m_spectrum.data())
-    , m_columnsBackward(columnsOf(m_rows, m_halfRow, m_halfStride), ComplexBatchPlan::Sign::Backward,
+    , m_forward(makeRowPlans(TransformSign::Forward))
+    , m_backward(makeRowPlans(TransformSign::Backward))
+    , m_columnsForward(columnsOf(m_rows, m_halfRow, m_halfStride), TransformSign::Forward, m_half.data(),
+                       m_spectrum.data())
+    , m_columnsBackward(columnsOf(m_rows, m_halfRow, m_halfStride), TransformSign::Backward,
                         m_spectrum.data(), m_half.data()) {}
 
-PlaneTransform::RowPlans PlaneTransform::makeRowPlans(ComplexBatchPlan::Sign sign) {
+template <class Real>
+typename BasicPlaneTransform<Real>::RowPlans BasicPlaneTransform<Real>::makeRowPlans(TransformSign sign) {
     RowPlans plans;
     for (std::size_t count = 1; count <= batchSize; ++count) {
         const auto length = static_cast<int>(m_columns);
-        plans.push_back(std::make_unique<ComplexBatchPlan>(
-            ComplexBatchPlan::Layout{length, static_cast<int>(count), 1, length}, sign, m_joined.data(),
+        plans.push_back(std::make_unique<BasicComplexBatchPlan<Real>>(
+            BatchLayout{length, static_cast<int>(count), 1, length}, sign, m_joined.data(),
             m_transformed.data()));
     }
     return plans;
 }
 
-void PlaneTransform::joinRows(std::size_t slot) {
+template <class Real>
+void BasicPlaneTransform<Real>::joinRows(std::size_t slot) {
     join(m_first.data(), m_second.data(), m_columns, m_joined.data()[slot * m_columns]);
 }
 
-void PlaneTransform::transformRows(const RowPlans& plans, std::size_t realRows) {
+template <class Real>
+void BasicPlaneTransform<Real>::transformRows(const RowPlans& plans, std::size_t realRows) {
     plans[(realRows + 1) / 2 - 1]->execute();
 }
 
-void PlaneTransform::separateRows(std::size_t begin, std::size_t end) {
+template <class Real>
+void BasicPlaneTransform<Real>::separateRows(std::size_t begin, std::size_t end) {
     for (std::size_t j = begin; j < end; j += 2) {
         const auto* const z = m_transformed.data() + (j - begin) / 2 * m_columns;
         // The last of an odd number of rows has no partner; what would be its row is zeroed below.
@@ -119,24 +126,29 @@ void PlaneTransform::separateRows(std::size_t begin, std::size_t end) {
     }
 }
 
-void PlaneTransform::zeroRows(std::size_t begin, std::size_t end) {
-    std::memset(halfRow(begin), 0, (end - begin) * m_halfStride * sizeof(double[2]));
+template <class Real>
+void BasicPlaneTransform<Real>::zeroRows(std::size_t begin, std::size_t end) {
+    std::memset(halfRow(begin), 0, (end - begin) * m_halfStride * sizeof(Real[2]));
 }
 
-void PlaneTransform::zeroSpectrum() {
-    std::memset(m_spectrum.data(), 0, m_spectrum.size() * sizeof(double[2]));
+template <class Real>
+void BasicPlaneTransform<Real>::zeroSpectrum() {
+    std::memset(m_spectrum.data(), 0, m_spectrum.size() * sizeof(Real[2]));
 }
 
-void PlaneTransform::transformColumnsForward() {
+template <class Real>
+void BasicPlaneTransform<Real>::transformColumnsForward() {
     zeroRows(m_filledRows, m_rows + 1);
     m_columnsForward.execute();
 }
 
-void PlaneTransform::transformColumnsBackward() {
+template <class Real>
+void BasicPlaneTransform<Real>::transformColumnsBackward() {
     m_columnsBackward.execute();
 }
 
-void PlaneTransform::combineRows(std::size_t begin, std::size_t end) {
+template <class Real>
+void BasicPlaneTransform<Real>::combineRows(std::size_t begin, std::size_t end) {
     for (std::size_t j = begin; j < end; j += 2) {
         auto* const z = m_joined.data() + (j - begin) / 2 * m_columns;
         const auto* const a = halfRow(j);
@@ -149,8 +161,12 @@ void PlaneTransform::combineRows(std::size_t begin, std::size_t end) {
     }
 }
 
-void PlaneTransform::partRows(std::size_t slot, double factor) {
+template <class Real>
+void BasicPlaneTransform<Real>::partRows(std::size_t slot, Real factor) {
     part(m_transformed.data()[slot * m_columns], m_columns, factor, m_first.data(), m_second.data());
 }
+
+template class BasicPlaneTransform<double>;
+template class BasicPlaneTransform<float>;
 
 } // namespace dft

@@ -21,14 +21,14 @@ int axisLength(unsigned int n) {
     return static_cast<int>(n);
 }
 
-SELVANE_MULTIVERSION
-void multiplyConjugatePairs(const double (*f)[2], const double (*g)[2], double (*product)[2],
-                            std::size_t size) {
+template <class Real>
+SELVANE_MULTIVERSION void multiplyConjugatePairs(const Real (*f)[2], const Real (*g)[2], Real (*product)[2],
+                                                 std::size_t size) {
     for (std::size_t p = 0; p < size; ++p) {
-        const double u = f[p][0];
-        const double v = f[p][1];
-        const double w = g[p][0];
-        const double z = g[p][1];
+        const Real u = f[p][0];
+        const Real v = f[p][1];
+        const Real w = g[p][0];
+        const Real z = g[p][1];
         product[p][0] = u * w + v * z;
         product[p][1] = u * z - v * w;
     }
@@ -61,8 +61,8 @@ std::size_t Dimensions::complexSize() const {
 }
 
 void multiplyConjugate(const ComplexArray& f, const ComplexArray& g, ComplexArray& product) {
-    requireSpectrumSize(g, f.size());
-    requireSpectrumSize(product, f.size());
+    requireSpectrumSize(g.size(), f.size());
+    requireSpectrumSize(product.size(), f.size());
     multiplyConjugatePairs(f.data(), g.data(), product.data(), f.size());
 }
 
@@ -70,10 +70,14 @@ void multiplyConjugate(const double (*f)[2], const double (*g)[2], double (*prod
     multiplyConjugatePairs(f, g, product, n);
 }
 
-void requireSpectrumSize(const ComplexArray& spectrum, std::size_t size) {
-    if (spectrum.size() != size) {
-        throw std::length_error("a spectrum of " + std::to_string(spectrum.size()) +
-                                " pairs where the grid has " + std::to_string(size));
+void multiplyConjugate(const float (*f)[2], const float (*g)[2], float (*product)[2], std::size_t n) {
+    multiplyConjugatePairs(f, g, product, n);
+}
+
+void requireSpectrumSize(std::size_t size, std::size_t expected) {
+    if (size != expected) {
+        throw std::length_error("a spectrum of " + std::to_string(size) + " pairs where the grid has " +
+                                std::to_string(expected));
     }
 }
 

@@ -33,9 +33,11 @@ void multiplyConjugate(const ComplexArray& f, const ComplexArray& g, ComplexArra
 
 /// The same for n pairs; the product may stand where f stood.
 void multiplyConjugate(const double (*f)[2], const double (*g)[2], double (*product)[2], std::size_t n);
+void multiplyConjugate(const float (*f)[2], const float (*g)[2], float (*product)[2], std::size_t n);
 
-/// @throws std::length_error if the spectrum hasn't `size` pairs
-void requireSpectrumSize(const ComplexArray& spectrum, std::size_t size);
+/// @param size  pairs of the spectrum
+/// @throws std::length_error unless it is as expected
+void requireSpectrumSize(std::size_t size, std::size_t expected);
 
 /// 8 n pi^3: (2 pi)^3 times the n of the unscaled inverse transform.
 double correlationScale(std::size_t n);

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "Math/multiversion.h"
 
@@ -11,6 +13,7 @@ namespace {
 
 /// Points that sampleOnGrid() takes at a time; what it keeps of them stays in the first-level cache.
 constexpr int chunkLength = 128;
+static_assert(chunkLength % 2 == 0); // mergeLayers() takes two
 
 inline double coordinate(double start, double step, int k) {
     return start + step * static_cast<double>(k);
@@ -20,6 +23,44 @@ inline cVector3 pointOf(const cVector3& start, const cVector3& step, unsigned in
     const int index = static_cast<int>(k);
     return {coordinate(start.x, step.x, index), coordinate(start.y, step.y, index),
             coordinate(start.z, step.z, index)};
+}
+
+/// Four floats, for which every machine has registers.
+using Four = float __attribute__((vector_size(16)));
+
+/// Two floats from each of two places.
+inline Four pairsAt(const float* a, const float* b) {
+    double pairs[2];
+    std::memcpy(&pairs[0], a, sizeof(double));
+    std::memcpy(&pairs[1], b, sizeof(double));
+    Four four;
+    std::memcpy(&four, pairs, sizeof(four));
+    return four;
+}
+
+/// Merges the four rows around each point along x and y, for two points at a time: of each row the two
+/// neighbours along z.
+/// @param cells, x, y  of n points; of an odd number with room for one more
+/// @param layers  gets the lower and the upper neighbour of each point, by turns
+inline void mergeLayers(const float* f, std::ptrdiff_t dx, std::ptrdiff_t dy, int* cells, float* x, float* y,
+                        int n, float* layers) {
+    if (n % 2 != 0) {
+        cells[n] = cells[n - 1];
+        x[n] = x[n - 1];
+        y[n] = y[n - 1];
+    }
+    for (int k = 0; k < n; k += 2) {
+        const float* const a = f + cells[k];
+        const float* const b = f + cells[k + 1];
+        const Four alongX = {x[k], x[k], x[k + 1], x[k + 1]};
+        const Four alongY = {y[k], y[k], y[k + 1], y[k + 1]};
+        const Four corner = pairsAt(a, b);
+        const Four near = corner + alongX * (pairsAt(a + dx, b + dx) - corner);
+        const Four edge = pairsAt(a + dy, b + dy);
+        const Four far = edge + alongX * (pairsAt(a + dx + dy, b + dx + dy) - edge);
+        const Four merged = near + alongY * (far - near);
+        std::memcpy(layers + 2L * k, &merged, sizeof(merged));
+    }
 }
 
 inline void prefetch(const void* address) {
@@ -95,10 +136,13 @@ BasicTrilinearSampler<Value>::insideRange(const cVector3& start, const cVector3&
 /// the two neighbours along z, which lie side by side, with one load each of the four rows around a point;
 /// the merge along z again wide. Gathering all eight corners takes twice as long.
 template <class Value>
+template <class Out>
 SELVANE_WIDE_MULTIVERSION void BasicTrilinearSampler<Value>::sampleOnGrid(const cVector3& start,
                                                                           const cVector3& step, Range range,
-                                                                          double* __restrict out) const {
-    double xs[chunkLength], ys[chunkLength], zs[chunkLength], layers[2 * chunkLength];
+                                                                          Out* __restrict out) const {
+    constexpr bool isSingle = std::is_same_v<Value, float> && std::is_same_v<Out, float>;
+    using Real = std::conditional_t<isSingle, float, double>; // of the merges
+    Real xs[chunkLength], ys[chunkLength], zs[chunkLength], layers[2 * chunkLength];
     int cells[chunkLength];
     const BasicTrilinearSampler self = *this; // a copy that no store can change
     const cVector3 first = start, by = step;
@@ -111,9 +155,9 @@ SELVANE_WIDE_MULTIVERSION void BasicTrilinearSampler<Value>::sampleOnGrid(const 
             const Place x = self.m_x.placeOnGrid(coordinate(first.x, by.x, begin + k));
             const Place y = self.m_y.placeOnGrid(coordinate(first.y, by.y, begin + k));
             const Place z = self.m_z.placeOnGrid(coordinate(first.z, by.z, begin + k));
-            xs[k] = x.fraction;
-            ys[k] = y.fraction;
-            zs[k] = z.fraction;
+            xs[k] = static_cast<Real>(x.fraction);
+            ys[k] = static_cast<Real>(y.fraction);
+            zs[k] = static_cast<Real>(z.fraction);
             cells[k] = static_cast<int>(self.flatIndex(x.cell, y.cell, z.cell));
         }
         for (int k = 0; k < n; ++k) {
@@ -122,39 +166,49 @@ SELVANE_WIDE_MULTIVERSION void BasicTrilinearSampler<Value>::sampleOnGrid(const 
             prefetch(f + cells[k] + dy);
             prefetch(f + cells[k] + dx + dy);
         }
-        for (int k = 0; k < n; ++k) {
-            // Members of *this and not of the copy: else the compiler spreads this loop over wide lanes and
-            // loads every corner on its own.
-            const Value* const lower = m_f + cells[k];
-            layers[2L * k] = mergeXY(lower, xs[k], ys[k]);
-            layers[2L * k + 1] = mergeXY(lower + 1, xs[k], ys[k]);
+        if constexpr (isSingle) {
+            mergeLayers(f, dx, dy, cells, xs, ys, n, layers);
+        } else {
+            for (int k = 0; k < n; ++k) {
+                // Members of *this and not of the copy: else the compiler spreads this loop over wide lanes
+                // and loads every corner on its own.
+                const Value* const lower = m_f + cells[k];
+                layers[2L * k] = mergeXY(lower, xs[k], ys[k]);
+                layers[2L * k + 1] = mergeXY(lower + 1, xs[k], ys[k]);
+            }
         }
-        double* const values = out + begin;
+        Out* const values = out + begin;
         for (int k = 0; k < n; ++k) {
-            values[k] = merge(layers[2L * k], layers[2L * k + 1], zs[k]);
+            values[k] = static_cast<Out>(merge(layers[2L * k], layers[2L * k + 1], zs[k]));
         }
     }
 }
 
 template <class Value>
+template <class Out>
 void BasicTrilinearSampler<Value>::sampleRow(const cVector3& start, const cVector3& step, unsigned int n,
-                                             double* out) const {
+                                             Out* out) const {
     const auto point = [&](unsigned int k) { return pointOf(start, step, k); };
     const Range inside = m_isEmpty ? Range{0, 0} : insideRange(start, step, n);
-    std::fill(out, out + inside.begin, 0.0);
-    std::fill(out + inside.end, out + n, 0.0);
+    std::fill(out, out + inside.begin, Out{0});
+    std::fill(out + inside.end, out + n, Out{0});
     // Points off the grid though in the box stand at the ends of the row; there are hardly ever any.
     Range onGrid = inside;
     for (; onGrid.begin < onGrid.end && !isOnGrid(point(onGrid.begin)); ++onGrid.begin) {
-        out[onGrid.begin] = (*this)(point(onGrid.begin));
+        out[onGrid.begin] = static_cast<Out>((*this)(point(onGrid.begin)));
     }
     for (; onGrid.begin < onGrid.end && !isOnGrid(point(onGrid.end - 1)); --onGrid.end) {
-        out[onGrid.end - 1] = (*this)(point(onGrid.end - 1));
+        out[onGrid.end - 1] = static_cast<Out>((*this)(point(onGrid.end - 1)));
     }
     sampleOnGrid(start, step, onGrid, out);
 }
 
 template class BasicTrilinearSampler<double>;
 template class BasicTrilinearSampler<float>;
+template void TrilinearSampler::sampleRow(const cVector3&, const cVector3&, unsigned int, double*) const;
+template void TrilinearSampler::sampleRow(const cVector3&, const cVector3&, unsigned int, float*) const;
+template void SingleTrilinearSampler::sampleRow(const cVector3&, const cVector3&, unsigned int,
+                                                double*) const;
+template void SingleTrilinearSampler::sampleRow(const cVector3&, const cVector3&, unsigned int, float*) const;
 
 } // namespace lerp

@@ -21,7 +21,8 @@ namespace lerp {
 /// kernels that rotate and sample in one go take them from here, so all give the same bits.
 ///
 /// The field is not owned and must not move. It holds grid.getTotalSize() values, which is not checked.
-/// @tparam Value  that the field is stored as, float or double; either way the arithmetic is that of doubles
+/// @tparam Value  that the field is stored as, float or double; either way the arithmetic is that of doubles,
+///                but where a row of floats is read from floats
 template <class Value>
 class BasicTrilinearSampler {
 public:
@@ -42,7 +43,11 @@ public:
 
     /// The field at the n points start + k step, k = 0 .. n - 1, each bit for bit what operator() gives: the
     /// form for a row of a rotated lattice, which uses wide instructions and skips what lies outside the box.
-    void sampleRow(const cVector3& start, const cVector3& step, unsigned int n, double* out) const;
+    /// @tparam Out  double; or float, for the values of operator() rounded to it, or, where Value is float,
+    ///              merged in single precision, for an error of up to 24 units of 2^-24 of the largest
+    ///              node of the cell. Places are found in double precision in any case.
+    template <class Out>
+    void sampleRow(const cVector3& start, const cVector3& step, unsigned int n, Out* out) const;
 
 private:
     /// The cell of a coordinate, a whole number, and the way from its lower to its upper node.
@@ -97,7 +102,8 @@ private:
     /// cGrid::indexToFlatIndex; exact, as all three are whole numbers.
     double flatIndex(double x, double y, double z) const { return x * m_x.stride + y * m_y.stride + z; }
 
-    static double merge(double lower, double upper, double fraction) {
+    template <class Real>
+    static Real merge(const Real& lower, const Real& upper, const Real& fraction) {
         return lower + fraction * (upper - lower);
     }
 
@@ -119,8 +125,9 @@ private:
     bool isOnGrid(const cVector3& p) const {
         return m_hasPairs && m_x.isOnGrid(p.x) && m_y.isOnGrid(p.y) && m_z.isOnGrid(p.z);
     }
+    template <class Out>
     SELVANE_WIDE_MULTIVERSION void sampleOnGrid(const cVector3& start, const cVector3& step, Range range,
-                                                double* out) const;
+                                                Out* out) const;
 
     const Value* m_f;
     Axis m_x, m_y, m_z;

@@ -54,8 +54,9 @@ struct FitSettings {
     bool multistep = false; ///< move the model to the best nearby state at every rotation
     bool resume = false;    ///< go on from a checkpoint
     ScanScore score = ScanScore::Overlap;
-    double varianceFloor = 0.05; ///< of the local score: what a place's variance counts at least, as a part
-                                 ///< of the largest
+    double varianceFloor = 0.05;  ///< of the local score: what a place's variance counts at least, as a part
+                                  ///< of the largest
+    bool singlePrecision = false; ///< of the local score, which then takes half the memory and less time
 
     /// Of all that can be judged before the input is known.
     /// @throws SettingError for the first setting that cannot be used

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Search/LocalScanMethod.h"
 
+#include <algorithm>
+#include <type_traits>
+
 #include "CrossCorrelation/ElectronDensity.h"
 #include "CrossCorrelation/LocalScan.h"
 #include "CrossCorrelation/RotatedNodes.h"
@@ -9,10 +12,11 @@
 
 namespace {
 
+template <class Real>
 class LocalScanWorker : public ScanWorker {
 public:
     LocalScanWorker(const SearchScene& scene, const ScanMap& map, double floor,
-                    const std::shared_ptr<const LocalSpectra>& pattern)
+                    const std::shared_ptr<const BasicLocalSpectra<Real>>& pattern)
         : m_scan(map, scene.paddedStructure, floor), m_modes(scene.modes->m_nModes), m_pattern(pattern) {}
 
     void rotate(const Rotation& angles) override { m_scan.rotate(angles); }
@@ -20,42 +24,51 @@ public:
     void offer(CandidateSet& set) override { m_scan.offer(set, nullptr, m_modes); }
     void offerAll(CandidateSet* sets) override { m_scan.offer(sets[0], &sets[1], m_modes); }
 
-    LocalScan& scan() { return m_scan; }
+    BasicLocalScan<Real>& scan() { return m_scan; }
 
 private:
-    LocalScan m_scan;
+    BasicLocalScan<Real> m_scan;
     std::size_t m_modes;
-    const std::shared_ptr<const LocalSpectra>& m_pattern; ///< the method's, made after this
+    const std::shared_ptr<const BasicLocalSpectra<Real>>& m_pattern; ///< the method's, made after this
 };
 
 } // namespace
 
-/// Three spectra per worker; shared two of the pattern and the map in single precision. Besides, before the
-/// scan, the model's density, its filtered form, its mask and a field to be transformed.
-double LocalScanMethod::bytesNeeded(std::size_t workers, double, double) const {
-    const double padded = 8.0 * static_cast<double>(scene().padded->getTotalSize());
-    const double map = 8.0 * static_cast<double>(scene().map->getTotalSize());
-    return (3.0 * static_cast<double>(workers) + 6.0) * padded + 0.5 * map;
+/// Three spectra per worker; shared two of the pattern and the map in single precision. Before the scan the
+/// model's density, its filtered form and its mask, and then the latter two beside the pattern's spectra.
+template <class Real>
+double BasicLocalScanMethod<Real>::bytesNeeded(std::size_t workers, double, double) const {
+    const auto nodes = static_cast<double>(scene().padded->getTotalSize());
+    const double field = nodes * sizeof(double);
+    const double spectrum = nodes * sizeof(Real);
+    const double pattern = std::max(3.0 * field, 2.0 * field + 2.0 * spectrum);
+    const double map = static_cast<double>(scene().map->getTotalSize()) * sizeof(float);
+    return 3.0 * static_cast<double>(workers) * spectrum + pattern + map;
 }
 
-std::unique_ptr<ScanWorker> LocalScanMethod::makeWorker(std::vector<double>&) {
+template <class Real>
+std::unique_ptr<ScanWorker> BasicLocalScanMethod<Real>::makeWorker(std::vector<double>&) {
     if (!m_map) {
-        m_map = std::make_unique<ScanMap>(*scene().mapValues, *scene().map);
+        constexpr auto singles =
+            std::is_same_v<Real, float> ? ScanMap::Singles::Rounded : ScanMap::Singles::IfExact;
+        m_map = std::make_unique<ScanMap>(*scene().mapValues, *scene().map, singles);
     }
-    return std::make_unique<LocalScanWorker>(scene(), *m_map, m_floor, m_pattern);
+    return std::make_unique<LocalScanWorker<Real>>(scene(), *m_map, m_floor, m_pattern);
 }
 
-std::shared_ptr<const ElectronDensity> LocalScanMethod::makePattern(ScanWorker& worker) {
+template <class Real>
+std::shared_ptr<const ElectronDensity> BasicLocalScanMethod<Real>::makePattern(ScanWorker& worker) {
     std::shared_ptr<const ElectronDensity> density;
     std::call_once(m_patternMade, [&] {
         density = scene().modelDensity();
         m_density = density;
-        m_pattern = static_cast<LocalScanWorker&>(worker).scan().makePattern(*density);
+        m_pattern = static_cast<LocalScanWorker<Real>&>(worker).scan().makePattern(*density);
     });
     return density;
 }
 
-void LocalScanMethod::releaseWorkers(std::vector<std::unique_ptr<ScanWorker>>& workers) {
+template <class Real>
+void BasicLocalScanMethod<Real>::releaseWorkers(std::vector<std::unique_ptr<ScanWorker>>& workers) {
     workers.clear();
     m_pattern.reset();
     m_map.reset();
@@ -64,7 +77,8 @@ void LocalScanMethod::releaseWorkers(std::vector<std::unique_ptr<ScanWorker>>& w
 // The derivatives are those of the filtered map's overlap with the unfiltered density. To first order it has
 // its maximum where the overlap of two filtered fields has it, for a Laplacian moves no centre, and it is the
 // smoother one.
-void LocalScanMethod::complete(HexaustFlexibleFitConformation& pose) {
+template <class Real>
+void BasicLocalScanMethod<Real>::complete(HexaustFlexibleFitConformation& pose) {
     if (!pose.m_gradient.is_empty()) {
         return;
     }
@@ -78,8 +92,12 @@ void LocalScanMethod::complete(HexaustFlexibleFitConformation& pose) {
 }
 
 /// The gain by that model is in units of another overlap, so that it cannot be added to the scan's score.
-bool LocalScanMethod::refine(HexaustFlexibleFitConformation& pose) {
+template <class Real>
+bool BasicLocalScanMethod<Real>::refine(HexaustFlexibleFitConformation& pose) {
     const bool isConcave = ScanMethod::refine(pose);
     pose.m_flexScore = pose.m_rigidScore;
     return isConcave;
 }
+
+template class BasicLocalScanMethod<double>;
+template class BasicLocalScanMethod<float>;

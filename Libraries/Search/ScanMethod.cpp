@@ -18,6 +18,9 @@ std::unique_ptr<ScanMethod> ScanMethod::choose(SearchScene scene, bool multistep
 }
 
 std::unique_ptr<ScanMethod> ScanMethod::choose(SearchScene scene, const FitSettings& settings) {
+    if (settings.score == ScanScore::Local && settings.singlePrecision) {
+        return std::make_unique<SingleLocalScanMethod>(std::move(scene), settings.varianceFloor);
+    }
     if (settings.score == ScanScore::Local) {
         return std::make_unique<LocalScanMethod>(std::move(scene), settings.varianceFloor);
     }

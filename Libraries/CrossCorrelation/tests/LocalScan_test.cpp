@@ -80,6 +80,20 @@ void expectScores(const LocalScan::Set& set, const std::vector<double>& expected
     }
 }
 
+/// The sets of one rotation.
+template <class Real>
+std::array<LocalScan::Set, 2> scanOnce(const Scene& scene, const std::vector<double>& map,
+                                       ScanMap::Singles singles, const Angles& angles, std::size_t limit) {
+    const ScanMap scanMap(map, scene.mapGrid, singles);
+    BasicLocalScan<Real> scan(scanMap, scene.model.grid, floorOfTests);
+    std::array<LocalScan::Set, 2> sets = {LocalScan::Set(limit), LocalScan::Set(limit)};
+    const auto spectra = scan.makePattern(scene.model.density());
+    scan.rotate(angles);
+    scan.correlate(*spectra);
+    scan.offer(sets[0], &sets[1], 0);
+    return sets;
+}
+
 } // namespace
 
 TEST(CyclicNegativeLaplacian, HasTheEigenvaluesOfWavesOnUnequalAxesAndCells) {
@@ -241,6 +255,90 @@ TEST(LocalScan, TheUnitOfTheMapIsOfNoAccount) {
     }
 }
 
+TEST(LocalScan, TheUnitOfARoundedMapIsOfNoAccountInSinglePrecision) {
+    const Scene scene;
+    const auto scanIn = [&](double unit) {
+        std::vector<double> map(scene.map);
+        for (double& value : map) {
+            value *= unit;
+        }
+        return scanOnce<float>(scene, map, ScanMap::Singles::Rounded, {0.3, 0.2, 0.1}, 20);
+    };
+    const auto expected = scanIn(1.0);
+    for (const double unit : {0x1p-560, 0x1p560}) {
+        const auto sets = scanIn(unit);
+        for (const std::size_t of : {0U, 1U}) {
+            ASSERT_EQ(sets[of].size(), 20U);
+            EXPECT_TRUE(std::equal(sets[of].begin(), sets[of].end(), expected[of].begin(),
+                                   [](const auto& a, const auto& b) {
+                                       return a.m_rigidScore == b.m_rigidScore && a.m_i == b.m_i &&
+                                              a.m_j == b.m_j && a.m_k == b.m_k;
+                                   }))
+                << "powers of two are exact";
+        }
+    }
+}
+
+TEST(LocalScan, EveryVoxelInSinglePrecisionScoresAsInDoubleToItsRounding) {
+    const Scene scene(0.0, 1.0);
+    const std::size_t all = scene.model.grid->getTotalSize();
+    const LocalPattern pattern = scene.pattern();
+    for (const Angles& angles : {Angles{0.0, 0.0, 0.0}, Angles{0.7, 1.1, -0.4}, Angles{2.9, 0.3, 1.7}}) {
+        std::vector<double> target = scene.target(angles);
+        for (double& value : target) {
+            value /= normAboutMean(scene.map);
+        }
+        const auto exact =
+            localreference::byEngine(*scene.model.grid, target, pattern.weights, pattern.mask, floorOfTests);
+        const auto errors = localreference::singleErrors(exact, target, pattern.mask, floorOfTests);
+        // A sample is off by up to 24 units beside the log2 N of the transforms.
+        const double samples = 1.0 + 24.0 / std::log2(static_cast<double>(all));
+        const auto sets = scanOnce<float>(scene, scene.map, ScanMap::Singles::Rounded, angles, all);
+        ASSERT_GT(sets[0].size(), all / 4);
+        const auto at = [&](const auto& candidate) {
+            return scene.model.grid->indexToFlatIndex(candidate.m_i, candidate.m_j, candidate.m_k);
+        };
+        for (const auto& candidate : sets[0]) {
+            EXPECT_NEAR(candidate.m_rigidScore, exact.score[at(candidate)], samples * errors.score);
+        }
+        for (const auto& candidate : sets[1]) {
+            EXPECT_NEAR(candidate.m_rigidScore, exact.overlap[at(candidate)], samples * errors.overlap);
+        }
+    }
+}
+
+TEST(LocalScan, AMapThatIsNotRoundedWillDoForSinglePrecisionToo) {
+    const Scene scene;
+    const auto rounded = scanOnce<float>(scene, scene.map, ScanMap::Singles::Rounded, {0.3, 0.2, 0.1}, 20);
+    const auto exact = scanOnce<float>(scene, scene.map, ScanMap::Singles::IfExact, {0.3, 0.2, 0.1}, 20);
+    ASSERT_EQ(exact[0].size(), 20U);
+    constexpr double tolerance = 1e-4; // of coefficients with a floor of variances
+    EXPECT_NEAR(exact[0].begin()->m_rigidScore, rounded[0].begin()->m_rigidScore, tolerance);
+}
+
+TEST(ScanMap, RoundedSinglesAreTheValuesTimesOnePowerOfTwo) {
+    const Scene scene;
+    for (const double unit : {1e-200, 1.0, 3e200, -1e-310}) {
+        std::vector<double> map(scene.map);
+        for (double& value : map) {
+            value *= unit;
+        }
+        const ScanMap scanMap(map, scene.mapGrid, ScanMap::Singles::Rounded);
+        ASSERT_EQ(scanMap.singles().size(), map.size());
+        const auto largest = std::max_element(map.begin(), map.end(),
+                                              [](double a, double b) { return std::abs(a) < std::abs(b); }) -
+                             map.begin();
+        const float most = scanMap.singles()[static_cast<std::size_t>(largest)];
+        EXPECT_GE(std::abs(most), 0.5F);
+        EXPECT_LE(std::abs(most), 1.0F);
+        for (std::size_t v = 0; v < map.size(); ++v) {
+            const double part = map[v] / map[static_cast<std::size_t>(largest)];
+            ASSERT_NEAR(double{scanMap.singles()[v]} / double{most}, part, 2e-7);
+        }
+    }
+    EXPECT_TRUE(ScanMap(scene.map, scene.mapGrid).singles().empty());
+}
+
 TEST(LocalScan, AMapOfOneValueHasNoCandidates) {
     const Scene scene;
     for (const double value : {0.0, 0.1, -3.0}) {
@@ -253,6 +351,8 @@ TEST(LocalScan, AMapOfOneValueHasNoCandidates) {
         scan.correlate(*spectra);
         scan.offer(byScore, &byOverlap, 0);
         EXPECT_EQ(byScore.size() + byOverlap.size(), 0U);
+        const auto single = scanOnce<float>(scene, map, ScanMap::Singles::Rounded, {0.3, 0.2, 0.1}, 5);
+        EXPECT_EQ(single[0].size() + single[1].size(), 0U);
     }
 }
 

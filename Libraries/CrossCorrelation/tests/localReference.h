@@ -16,6 +16,7 @@ namespace localreference {
 
 struct Result {
     std::vector<double> overlap, variance, score; ///< a value per shift, flat
+    double largestSquares = 0.0;                  ///< sum under the mask; by engine alone
 };
 
 /// overlap / sqrt(max(V, floor max V)); 0 where there is no V.
@@ -33,7 +34,7 @@ inline Result directly(const cGrid& grid, const std::vector<double>& target,
                        const std::vector<double>& weights, const std::vector<double>& mask, double floor) {
     const std::size_t nx = grid.m_size[0], ny = grid.m_size[1], nz = grid.m_size[2];
     const std::size_t nodes = target.size();
-    Result result{std::vector<double>(nodes, 0.0), std::vector<double>(nodes, 0.0), {}};
+    Result result{std::vector<double>(nodes, 0.0), std::vector<double>(nodes, 0.0), {}, 0.0};
     for (std::size_t s = 0; s < nodes; ++s) {
         const std::size_t si = s / (ny * nz), sj = s / nz % ny, sk = s % nz;
         std::vector<double> covered;
@@ -80,13 +81,48 @@ inline Result byEngine(const cGrid& grid, std::vector<double> target, std::vecto
     for (double& value : square) {
         value *= value;
     }
-    Result result{correlation(target, weights), correlation(square, mask), {}};
+    Result result{correlation(target, weights), correlation(square, mask), {}, 0.0};
+    result.largestSquares = *std::max_element(result.variance.begin(), result.variance.end());
     const std::vector<double> sums = correlation(target, mask);
     for (std::size_t s = 0; s < sums.size(); ++s) {
         result.variance[s] = std::max(0.0, result.variance[s] - sums[s] * sums[s] / count);
     }
     fillScores(result, floor);
     return result;
+}
+
+/// What single precision may be off by, as LocalCorrelator tells.
+struct SingleErrors {
+    double overlap = 0.0, variance = 0.0, score = 0.0;
+};
+
+inline double normOf(const std::vector<double>& values) {
+    double sum = 0.0;
+    for (const double value : values) {
+        sum += value * value;
+    }
+    return std::sqrt(sum);
+}
+
+/// @param exact  by engine
+inline SingleErrors singleErrors(const Result& exact, const std::vector<double>& target,
+                                 const std::vector<double>& mask, double floor) {
+    const double unit = 0x1p-24 * std::max(4.0, std::log2(static_cast<double>(target.size())));
+    std::vector<double> square(target);
+    for (double& value : square) {
+        value *= value;
+    }
+    const double norm = normOf(target);
+    const double least = floor * *std::max_element(exact.variance.begin(), exact.variance.end());
+    double mostScore = 0.0;
+    for (const double score : exact.score) {
+        mostScore = std::max(mostScore, std::abs(score));
+    }
+    SingleErrors errors;
+    errors.overlap = unit * norm;
+    errors.variance = unit * (normOf(mask) * normOf(square) + 2.0 * std::sqrt(exact.largestSquares) * norm);
+    errors.score = errors.overlap / std::sqrt(least) + mostScore * errors.variance / least;
+    return errors;
 }
 
 } // namespace localreference

@@ -27,6 +27,8 @@ TEST(ComplexArray, StartsAsZeros) {
 TEST(ComplexArray, IsAlignedForWideLoads) {
     const ComplexArray array(3);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(array.data()) % 16, 0u);
+    const dft::SingleComplexArray single(3);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(single.data()) % 16, 0u);
 }
 
 TEST(ComplexArray, DefaultAndZeroSizedHoldNothing) {

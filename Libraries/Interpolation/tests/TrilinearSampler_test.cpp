@@ -28,7 +28,7 @@ std::vector<double> noise(std::size_t size) {
 }
 
 /// Every row of the grid's own nodes after each of some rotations, from samplers of a field in double and in
-/// single precision, against its points one by one.
+/// single precision, against its points one by one; and rows of floats against those of doubles.
 void expectRowsEqualPoints(const cGrid& grid) {
     const std::vector<double> noisy = noise(grid.getTotalSize());
     const std::vector<float> singles(noisy.begin(), noisy.end());
@@ -41,19 +41,27 @@ void expectRowsEqualPoints(const cGrid& grid) {
                                 {0.0, 0.0, 2 * quarter}, {0.3, -1.1, 2.2},      {-2.9, 0.7, 0.01},
                                 {1e-9, 0.0, 0.0},        {quarter, quarter, 0}, {0.5, 0.5, 0.5}};
     const unsigned int nz = grid.m_size[2];
+    constexpr double mergedInSingles = 24.0 * 0x1p-24; // of values up to 1
     std::vector<double> row(nz + 1), singleRow(nz);
+    std::vector<float> rounded(nz), merged(nz + 1);
     for (const auto& a : angles) {
         const RotatedLattice lattice(grid, cMatrix33::rotationXYZ(a[0], a[1], a[2]), center);
         for (unsigned int i = 0; i < grid.m_size[0]; ++i) {
             for (unsigned int j = 0; j < grid.m_size[1]; ++j) {
                 std::fill(row.begin(), row.end(), 5.0);
+                std::fill(merged.begin(), merged.end(), 5.0F);
                 sampler.sampleRow(lattice.rowStart(i, j), lattice.rowStep(), nz, row.data());
                 singleSampler.sampleRow(lattice.rowStart(i, j), lattice.rowStep(), nz, singleRow.data());
+                sampler.sampleRow(lattice.rowStart(i, j), lattice.rowStep(), nz, rounded.data());
+                singleSampler.sampleRow(lattice.rowStart(i, j), lattice.rowStep(), nz, merged.data());
                 for (unsigned int k = 0; k < nz; ++k) {
                     ASSERT_EQ(row[k], sampler(lattice(i, j, k))) << i << ", " << j << ", " << k;
                     ASSERT_EQ(singleRow[k], row[k]) << i << ", " << j << ", " << k;
+                    ASSERT_EQ(rounded[k], static_cast<float>(row[k])) << i << ", " << j << ", " << k;
+                    ASSERT_NEAR(merged[k], row[k], mergedInSingles) << i << ", " << j << ", " << k;
                 }
                 ASSERT_EQ(row[nz], 5.0);
+                ASSERT_EQ(merged[nz], 5.0F);
             }
         }
     }

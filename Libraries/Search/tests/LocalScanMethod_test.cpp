@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -68,20 +69,29 @@ void expectSame(const std::vector<Candidate>& a, const std::vector<Candidate>& b
     }
 }
 
-TEST(LocalScanMethod, AnyDealingOfTheListGivesTheSamePosesOfBothScores) {
+template <class Method>
+void expectSameOfAnyDealing() {
     const TestScene test;
     const std::vector<Rotation> list = randomRotations(11);
-    LocalScanMethod method(test.scene(), floorOfTests);
+    Method method(test.scene(), floorOfTests);
     const auto one = mergedScan(method, list, 1, 40);
     ASSERT_EQ(one[0].size(), 40U);
     ASSERT_EQ(one[1].size(), 40U);
     EXPECT_NE(one[0].front().m_rigidScore, one[1].front().m_rigidScore);
     for (const std::size_t workers : {1U, 2U, 3U, 5U, 16U}) {
-        LocalScanMethod again(test.scene(), floorOfTests);
+        Method again(test.scene(), floorOfTests);
         const auto many = mergedScan(again, list, workers, 40);
         expectSame(many[0], one[0]);
         expectSame(many[1], one[1]);
     }
+}
+
+TEST(LocalScanMethod, AnyDealingOfTheListGivesTheSamePosesOfBothScores) {
+    expectSameOfAnyDealing<LocalScanMethod>();
+}
+
+TEST(LocalScanMethod, AnyDealingOfTheListGivesTheSamePosesInSinglePrecision) {
+    expectSameOfAnyDealing<SingleLocalScanMethod>();
 }
 
 TEST(LocalScanMethod, TheFilterOfTheSceneIsNotAskedFor) {
@@ -168,6 +178,15 @@ TEST(LocalScanMethod, MemoryGrowsByThreePaddedMapsAndTwoSetsAWorker) {
     EXPECT_DOUBLE_EQ(candidates(method), 2.0 * candidates(*plain));
 }
 
+TEST(LocalScanMethod, SinglePrecisionTakesHalfTheSpectra) {
+    const TestScene test;
+    const double padded = 8.0 * test.padded.getTotalSize();
+    const LocalScanMethod method(test.scene(), floorOfTests);
+    const SingleLocalScanMethod single(test.scene(), floorOfTests);
+    EXPECT_DOUBLE_EQ(single.bytesNeeded(5, 10, 7) - single.bytesNeeded(4, 10, 7), 1.5 * padded);
+    EXPECT_DOUBLE_EQ(method.bytesNeeded(4, 10, 7) - single.bytesNeeded(4, 10, 7), (1.5 * 4 + 1.0) * padded);
+}
+
 TEST(LocalScanMethod, IsChosenBySettingsAlone) {
     const TestScene test;
     FitSettings settings;
@@ -175,6 +194,11 @@ TEST(LocalScanMethod, IsChosenBySettingsAlone) {
     settings.score = ScanScore::Local;
     settings.check();
     EXPECT_EQ(ScanMethod::choose(test.scene(), settings)->setsPerWorker(), 2U);
+    settings.singlePrecision = true;
+    EXPECT_DOUBLE_EQ(ScanMethod::choose(test.scene(), settings)->bytesNeeded(3, 10, 7),
+                     SingleLocalScanMethod(test.scene(), settings.varianceFloor).bytesNeeded(3, 10, 7));
+    settings.check();
+    settings.singlePrecision = false;
     settings.varianceFloor = 0.0;
     EXPECT_THROW(settings.check(), SettingError);
 }
@@ -275,6 +299,107 @@ Complex makeComplex() {
 
 void filter(SearchMap& map) {
     map.values = cyclicNegativeLaplacian(map.values, map.grid);
+}
+
+/// The merged candidates of a whole scan.
+std::array<std::vector<Candidate>, 2> mergedScan(const Complex& complex, bool singlePrecision,
+                                                 unsigned long workers = 2) {
+    FitSettings settings = complex.settings;
+    settings.singlePrecision = singlePrecision;
+    ExhaustiveSearch search(complex.map, complex.model, settings);
+    std::vector<CandidateSet> sets = search.scan(search.rotations(), 0, workers, workers);
+    std::vector<CandidateSet> byScore = takeSetsOfScore(sets, 2, 0);
+    std::vector<CandidateSet> byOverlap = takeSetsOfScore(sets, 2, 1);
+    return {mergeCandidates(byScore), mergeCandidates(byOverlap)};
+}
+
+using Place = std::array<double, 6>;
+
+Place placeOf(const Candidate& pose) {
+    return {pose.m_alpha,
+            pose.m_beta,
+            pose.m_gamma,
+            static_cast<double>(pose.m_i),
+            static_cast<double>(pose.m_j),
+            static_cast<double>(pose.m_k)};
+}
+
+/// By rank, the candidates that stand at the same places.
+std::map<Place, std::size_t> ranksOf(const std::vector<Candidate>& list) {
+    std::map<Place, std::size_t> ranks;
+    for (std::size_t n = 0; n < list.size(); ++n) {
+        ranks.emplace(placeOf(list[n]), n);
+    }
+    return ranks;
+}
+
+/// Errors of both lists' scores within a bound leave out no place that is better than the worst by twice
+/// that, and exchange no two that are as far apart.
+void expectSameButForRounding(const std::vector<Candidate>& single, const std::vector<Candidate>& exact,
+                              double bound) {
+    ASSERT_EQ(single.size(), exact.size());
+    const std::map<Place, std::size_t> ranks = ranksOf(single);
+    std::size_t last = 0, same = 0;
+    double worstOfLast = 0.0;
+    for (std::size_t n = 0; n < exact.size(); ++n) {
+        EXPECT_NEAR(single[n].m_rigidScore, exact[n].m_rigidScore, bound) << "rank by rank";
+        const auto found = ranks.find(placeOf(exact[n]));
+        if (found == ranks.end()) {
+            EXPECT_LE(exact[n].m_rigidScore, exact.back().m_rigidScore + 2.0 * bound);
+            continue;
+        }
+        EXPECT_NEAR(single[found->second].m_rigidScore, exact[n].m_rigidScore, bound);
+        if (n > 0 && found->second < last) {
+            EXPECT_LE(worstOfLast - exact[n].m_rigidScore, 2.0 * bound);
+        }
+        if (found->second >= last) {
+            last = found->second;
+            worstOfLast = exact[n].m_rigidScore;
+        }
+        same += found->second == n ? 1 : 0;
+    }
+    EXPECT_EQ(placeOf(single.front()), placeOf(exact.front()));
+    EXPECT_GT(10 * same, 9 * exact.size());
+}
+
+TEST(LocalScanMethod, SinglePrecisionLeavesTheRankingAsItIsButForItsRounding) {
+    Complex complex = makeComplex();
+    filter(complex.map);
+    complex.settings.score = ScanScore::Local;
+    const auto exact = mergedScan(complex, false);
+    const auto single = mergedScan(complex, true);
+    // 2^-24 log2 N for transforms of N = 32^3 nodes and 24 units for samples, in units of the map's norm. A
+    // score is divided by sqrt(f max V), V being the third of the map's variance that the chain has.
+    constexpr double overlapBound = (15.0 + 24.0) * 0x1p-24;
+    const double scoreBound = overlapBound / std::sqrt(floorOfTests / 3.0);
+    ASSERT_EQ(exact[0].size(), 600U);
+    expectSameButForRounding(single[0], exact[0], scoreBound);
+    expectSameButForRounding(single[1], exact[1], overlapBound);
+}
+
+TEST(LocalScanMethod, AScanInSinglePrecisionGivesTheSameBitsAgainAndForAnyNumberOfWorkers) {
+    Complex complex = makeComplex();
+    filter(complex.map);
+    complex.settings.score = ScanScore::Local;
+    complex.settings.step = 90.0;
+    const auto expected = mergedScan(complex, true, 1);
+    for (const unsigned long workers : {1UL, 2UL, 7UL, 16UL}) {
+        const auto again = mergedScan(complex, true, workers);
+        expectSame(again[0], expected[0]);
+        expectSame(again[1], expected[1]);
+    }
+}
+
+TEST(LocalScanMethod, FindsAChainBesideDenserThingsInSinglePrecision) {
+    Complex complex = makeComplex();
+    filter(complex.map);
+    complex.settings.score = ScanScore::Local;
+    complex.settings.singlePrecision = true;
+    ExhaustiveSearch search(complex.map, complex.model, complex.settings);
+    const std::vector<PoseRecord> poses = search.run();
+    ASSERT_EQ(poses.size(), 6U);
+    EXPECT_LT(complex.rmsdOf(search.frame().place(poses.front())), 1.0);
+    EXPECT_GT(poses[0].score, 1.2 * poses[1].score);
 }
 
 TEST(LocalScanMethod, FindsAChainBesideDenserThings) {
