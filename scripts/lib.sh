@@ -7,7 +7,7 @@
 BUILD_PACKAGES=(g++ cmake make libfftw3-dev libarmadillo-dev libopenblas-dev libarpack2-dev libeigen3-dev libtclap-dev
     gemmi-dev tao-pegtl-dev zlib1g-dev libcli11-dev nlohmann-json3-dev)
 # shellcheck disable=SC2034
-TEST_PACKAGES=(libgtest-dev libbenchmark-dev gemmi python3-gemmi python3-mrcfile python3-numpy)
+TEST_PACKAGES=(libgtest-dev libbenchmark-dev gemmi python3-gemmi python3-mrcfile python3-numpy python3-jsonschema)
 
 say() {
     printf '\n== %s\n' "$*"

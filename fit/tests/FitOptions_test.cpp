@@ -149,10 +149,11 @@ TEST(FitOptions, HelpNamesEveryOptionWithItsDefault) {
     const CommandLineEnd end = endOf({"--help"});
     EXPECT_EQ(end.status, 0);
     EXPECT_EQ(end.err, "");
-    for (const char* name : {"--resolution",   "--output",          "--select",  "--model",   "--assembly",
-                             "--plddt",        "--level",           "--mask",    "--score",   "--near",
-                             "--step",         "--scan-resolution", "--poses",   "--format",  "--threads",
-                             "--prepare-only", "--quiet",           "--restart", "--version", "--help"}) {
+    for (const char* name :
+         {"--resolution", "--output", "--select",  "--model",        "--assembly", "--plddt",
+          "--level",      "--mask",   "--score",   "--near",         "--step",     "--scan-resolution",
+          "--poses",      "--format", "--threads", "--prepare-only", "--quiet",    "--restart",
+          "--version",    "--help",   "--copies",  "--hand"}) {
         EXPECT_TRUE(contains(end.out, name)) << name;
     }
     std::size_t defaults = 0;
@@ -160,7 +161,7 @@ TEST(FitOptions, HelpNamesEveryOptionWithItsDefault) {
          at = end.out.find("default:", at + 1)) {
         ++defaults;
     }
-    EXPECT_EQ(defaults, 17U); // all but resolution, help and version
+    EXPECT_EQ(defaults, 19U); // all but resolution, help and version
 }
 
 TEST(FitOptions, VersionIsTheProjects) {
@@ -184,6 +185,28 @@ TEST(FitOptions, NearTakesDegreesAloneOrWithALength) {
     EXPECT_TRUE(nearOf("0,0").isPolishOnly());
     EXPECT_FALSE(nearOf("0").isPolishOnly());
     EXPECT_FALSE(nearOf("0,5").isPolishOnly());
+}
+
+TEST(FitOptions, CopiesCountFromNoneWhichMeansAll) {
+    const auto copiesOf = [](const std::string& text) {
+        return parsed({"map.mrc", "model.pdb", "-r", "8", "--copies", text}).copies;
+    };
+    EXPECT_EQ(parsed({"map.mrc", "model.pdb", "-r", "8"}).copies, 1U);
+    EXPECT_EQ(copiesOf("0"), 0U);
+    EXPECT_EQ(copiesOf("14"), 14U);
+    for (const char* text : {"-1", "1.5", "many", "10001"}) {
+        EXPECT_TRUE(contains(endOf({"map.mrc", "model.pdb", "-r", "8", "--copies", text}).err, "--copies"));
+    }
+}
+
+TEST(FitOptions, BothHandsAreLookedAtEverywhere) {
+    EXPECT_FALSE(parsed({"map.mrc", "model.pdb", "-r", "8"}).bothHands);
+    EXPECT_FALSE(parsed({"map.mrc", "model.pdb", "-r", "8", "--hand", "given"}).bothHands);
+    EXPECT_TRUE(parsed({"map.mrc", "model.pdb", "-r", "8", "--hand", "both"}).bothHands);
+    EXPECT_TRUE(contains(endOf({"map.mrc", "model.pdb", "-r", "8", "--hand", "left"}).err, "--hand"));
+    const CommandLineEnd end = endOf({"map.mrc", "model.pdb", "-r", "8", "--hand", "both", "--near", "10"});
+    EXPECT_EQ(end.status, 1);
+    EXPECT_TRUE(contains(end.err, "--near")) << end.err;
 }
 
 } // namespace
