@@ -123,8 +123,9 @@ std::string AtomicModel::writeAssembly(const std::string& stem, const std::vecto
                                        ModelFormat format) const {
     const gemmi::Structure& structure = m_content->structure;
     const std::vector<ModelCopy> copies = modelCopies(chains(), places, chainNames);
-    const bool isPdb = format == ModelFormat::Pdb &&
-                       fitsPdbCopies(structure.models.front(), m_content->staysIn(ModelFormat::Pdb), copies);
+    const bool stays = m_content->staysIn(ModelFormat::Pdb);
+    const bool isPdb = format == ModelFormat::Pdb && fitsPdbCopies(structure.models.front(), stays, copies) &&
+                       (!stays || m_content->text->canRenameChains());
     const ModelFormat written = isPdb ? ModelFormat::Pdb : ModelFormat::Cif;
     if (m_content->staysIn(written)) {
         return writeResult(stem, written, m_content->text->assembled(copies));

@@ -34,6 +34,10 @@ public:
     /// The file with the kept atoms moved, without what the motion makes untrue.
     virtual std::string moved(const RigidMotion& motion) const = 0;
 
+    /// Whether chains can get other names in a file of this format: names of other things that a file runs
+    /// into those of chains may be told apart only by what they are.
+    virtual bool canRenameChains() const { return true; }
+
     /// A file of several copies of the kept atoms, of which each is moved and its chains are renamed.
     virtual std::string assembled(const std::vector<ModelCopy>& copies) const = 0;
 

@@ -401,6 +401,15 @@ std::string PdbText::moved(const RigidMotion& motion) const {
     return text;
 }
 
+/// A residue name of four letters before a chain without a letter would read as a chain of two.
+bool PdbText::canRenameChains() const {
+    return m_hasTwoLetterChains || std::none_of(m_atoms.begin(), m_atoms.end(), [&](std::size_t atom) {
+               std::string text = pdb::parsable(contentOf(m_lines[atom]));
+               text[pdb::chainColumn - 1] = 'A';
+               return m_lines[atom].kept && pdb::hasTwoLetterChain(text);
+           });
+}
+
 /// A line of 27 columns or more, in which names of chains are as wide as in the model.
 std::string PdbText::renamed(std::string line, const ModelCopy& copy, std::size_t serial) const {
     const std::size_t first = m_hasTwoLetterChains ? pdb::chainColumn - 1 : pdb::chainColumn;
