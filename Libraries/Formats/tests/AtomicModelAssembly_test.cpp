@@ -480,24 +480,25 @@ TEST_F(AtomicModelAssembly, LabelsOfCopiesDifferFromThoseOfTheModel) {
 }
 
 TEST_F(AtomicModelAssembly, CopiesTogetherMustFitPdb) {
-    constexpr std::size_t atoms = 20000;
-    const std::string row =
+    constexpr std::size_t atoms = 19999;
+    const std::string hydrogen =
         "ATOM  ***** HE1  ALA A   1       1.000   2.000   3.000  1.00 20.00           H  \n";
     std::string text;
-    for (std::size_t i = 0; i < atoms; ++i) {
-        text += row;
+    for (std::size_t i = 0; i + 1 < atoms; ++i) {
+        text += hydrogen;
     }
     text += pdbLine(FileAtom(), "*****");
-    Names names = {{"A"}, {"B"}, {"C"}, {"D"}};
+    Names names = {{"A"}, {"B"}, {"C"}, {"D"}, {"E"}};
     std::vector<RigidMotion> places(names.size());
-    write(text, ModelFormat::Pdb, places, names);
+    const std::string written = write(text, ModelFormat::Pdb, places, names);
     EXPECT_EQ(extension(), ".pdb");
-    EXPECT_EQ(AtomicModel::read(m_path).atomCount(), 4 * (atoms + 1));
+    EXPECT_EQ(AtomicModel::read(m_path).atomCount(), 5 * atoms);
+    EXPECT_EQ(linesOfAtoms(written).back(), "TER   A0000      ALA E   1 "); // 99,995 atoms, 5 TER
     places.emplace_back();
-    names.push_back({"E"});
-    write(text, ModelFormat::Pdb, places, names); // 100,005 atoms
+    names.push_back({"F"});
+    write(text, ModelFormat::Pdb, places, names);
     EXPECT_EQ(extension(), ".cif");
-    EXPECT_EQ(AtomicModel::read(m_path).atomCount(), 5 * (atoms + 1));
+    EXPECT_EQ(AtomicModel::read(m_path).atomCount(), 6 * atoms);
 }
 
 TEST_F(AtomicModelAssembly, OnePlaceBeyondTheColumnsMakesItCif) {
