@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The reader and writer of whole models: PDB or mmCIF, plain or gzipped, by their content.
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "Formats/AtomicModel.h"
@@ -34,6 +37,31 @@ void writeAndRead(const AtomicModel& model, const std::string& stem, ModelFormat
             "as many are searched");
 }
 
+/// Names for the chains of a second copy: letters while there are enough, else longer than all of the first.
+std::vector<std::string> otherNames(const std::vector<std::string>& chains) {
+    std::size_t longest = 0;
+    std::string letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+    for (const std::string& name : chains) {
+        longest = std::max(longest, name.size());
+        letters.erase(std::remove(letters.begin(), letters.end(), name[0]), letters.end());
+    }
+    std::vector<std::string> names;
+    for (const std::string& name : chains) {
+        const std::size_t place = names.size();
+        names.push_back(chains.size() <= letters.size() ? letters.substr(place, 1)
+                                                        : std::string(longest + 1, 'x') + name);
+    }
+    return names;
+}
+
+void writeTwoAndRead(const AtomicModel& model, const std::string& stem, ModelFormat format) {
+    const std::vector<std::string> chains = model.chains();
+    const AtomicModel both = AtomicModel::read(
+        model.writeAssembly(stem, {RigidMotion(), someMotion()}, {chains, otherNames(chains)}, format));
+    require(both.atomCount() == 2 * model.atomCount(), "the atoms of both copies come back");
+    require(both.chains().size() == 2 * chains.size(), "the chains of both copies come back");
+}
+
 void readChosen(const std::string& path, const ModelChoice& choice) {
     try {
         checkSearchAtoms(AtomicModel::read(path, choice));
@@ -52,7 +80,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         checkSearchAtoms(model);
         writeAndRead(model, scratch.path("same"), model.format());
         const bool isPdb = model.format() == ModelFormat::Pdb;
-        writeAndRead(model, scratch.path("other"), isPdb ? ModelFormat::Cif : ModelFormat::Pdb);
+        const ModelFormat other = isPdb ? ModelFormat::Cif : ModelFormat::Pdb;
+        writeAndRead(model, scratch.path("other"), other);
+        writeTwoAndRead(model, scratch.path("two"), model.format());
+        writeTwoAndRead(model, scratch.path("two"), other);
     } catch (const InputError&) {
         return 0;
     }

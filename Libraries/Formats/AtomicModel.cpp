@@ -4,10 +4,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
 #include "Formats/InputBytes.h"
+#include "Formats/ModelCopy.h"
 #include "Formats/ModelText.h"
 #include "Formats/convertModel.h"
 #include "Formats/modelAssembly.h"
@@ -33,7 +35,9 @@ struct AtomicModel::Content {
 
 namespace {
 
-void writeResult(const std::string& path, const std::string& text) {
+/// @return the path
+std::string writeResult(const std::string& stem, ModelFormat format, const std::string& text) {
+    const std::string path = stem + (format == ModelFormat::Pdb ? ".pdb" : ".cif");
     ResultFile file(path);
     bool isThere = file.stream() != nullptr;
     isThere = isThere && std::fwrite(text.data(), 1, text.size(), file.stream()) == text.size();
@@ -41,6 +45,7 @@ void writeResult(const std::string& path, const std::string& text) {
         throw std::runtime_error(path + ": cannot be written: " + std::strerror(errno) +
                                  "; make room, permit writing, or give another folder");
     }
+    return path;
 }
 
 } // namespace
@@ -89,20 +94,44 @@ const std::vector<std::string>& AtomicModel::remarks() const {
     return m_content->remarks;
 }
 
+std::vector<std::string> AtomicModel::chains() const {
+    std::vector<std::string> names;
+    std::set<std::string> known;
+    for (const gemmi::Chain& chain : m_content->structure.models.front().chains) {
+        if (known.insert(chain.name).second) {
+            names.push_back(chain.name);
+        }
+    }
+    return names;
+}
+
 std::string AtomicModel::writeMoved(const std::string& stem, const RigidMotion& motion,
                                     ModelFormat format) const {
+    const gemmi::Structure& structure = m_content->structure;
     const bool isPdb = format == ModelFormat::Pdb && m_content->fitsPdb() &&
-                       fitsPdbColumns(m_content->structure.models.front(), motion);
+                       fitsPdbColumns(structure.models.front(), motion);
     const ModelFormat written = isPdb ? ModelFormat::Pdb : ModelFormat::Cif;
-    const std::string path = stem + (isPdb ? ".pdb" : ".cif");
     if (m_content->staysIn(written)) {
-        writeResult(path, m_content->text->moved(motion));
-    } else if (isPdb) {
-        writeResult(path, convertedToPdb(m_content->structure, motion));
-    } else {
-        writeResult(path, convertedToCif(m_content->structure, motion));
+        return writeResult(stem, written, m_content->text->moved(motion));
     }
-    return path;
+    return writeResult(stem, written,
+                       isPdb ? convertedToPdb(structure, motion) : convertedToCif(structure, motion));
+}
+
+std::string AtomicModel::writeAssembly(const std::string& stem, const std::vector<RigidMotion>& places,
+                                       const std::vector<std::vector<std::string>>& chainNames,
+                                       ModelFormat format) const {
+    const gemmi::Structure& structure = m_content->structure;
+    const std::vector<ModelCopy> copies = modelCopies(chains(), places, chainNames);
+    const bool stays = m_content->staysIn(ModelFormat::Pdb);
+    const bool isPdb = format == ModelFormat::Pdb && fitsPdbCopies(structure.models.front(), stays, copies) &&
+                       (!stays || m_content->text->canRenameChains());
+    const ModelFormat written = isPdb ? ModelFormat::Pdb : ModelFormat::Cif;
+    if (m_content->staysIn(written)) {
+        return writeResult(stem, written, m_content->text->assembled(copies));
+    }
+    return writeResult(stem, written,
+                       isPdb ? assembledToPdb(structure, copies) : assembledToCif(structure, copies));
 }
 
 bool AtomicModel::fitsPdb() const {

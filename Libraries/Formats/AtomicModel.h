@@ -52,6 +52,9 @@ public:
     /// Of the model, all of them.
     std::size_t atomCount() const;
 
+    /// The chains, each once, in the order of the file, as the author named them; a blank one is empty.
+    std::vector<std::string> chains() const;
+
     /// The format that it was read from.
     ModelFormat format() const;
 
@@ -68,6 +71,24 @@ public:
     /// @return the path written: stem + ".pdb" or ".cif"
     /// @throws std::runtime_error with the path and the reason when it cannot be written
     std::string writeMoved(const std::string& stem, const RigidMotion& motion, ModelFormat format) const;
+
+    /// Writes copies of the model, each moved as by writeMoved(), into one file: their atoms with their
+    /// tensors, numbered through, under the names of chains that are given. What names chains or serial
+    /// numbers beside them is left out: bonds, secondary structure, sites, sequences by chain.
+    ///
+    /// PDB has TER records where the model has them, one behind a copy that has none, and remarks in front
+    /// that tell the chains of each copy. mmCIF has the entities and what else is true of all copies; labels
+    /// of chains (label_asym_id) get the number of the copy behind, from the second on. What PDB does not
+    /// hold, all copies together, is written as mmCIF.
+    /// @param stem        the path without its extension
+    /// @param places      of the copies
+    /// @param chainNames  for each copy its names, in the order of chains(), all of them different
+    /// @return the path written: stem + ".pdb" or ".cif"
+    /// @throws std::invalid_argument if there is no place, if the sizes do not fit, or if a name is there
+    ///         twice; std::runtime_error with the path and the reason when it cannot be written
+    std::string writeAssembly(const std::string& stem, const std::vector<RigidMotion>& places,
+                              const std::vector<std::vector<std::string>>& chainNames,
+                              ModelFormat format) const;
 
     /// Whether writeMoved() can keep to PDB.
     bool fitsPdb() const;

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <cstdio>
 #include <exception>
 #include <set>
 #include <sstream>
@@ -14,9 +12,10 @@
 
 #include "Formats/atomSite.h"
 #include "Formats/cifCategories.h"
+#include "Formats/cifOfCopies.h"
+#include "Formats/cifRows.h"
 #include "Formats/modelAssembly.h"
 #include "Formats/parseCif.h"
-#include "Formats/turnTensor.h"
 #include "IO/openInput.h"
 
 #include <gemmi/mmcif.hpp>
@@ -25,10 +24,6 @@
 namespace cif = gemmi::cif;
 
 namespace {
-
-constexpr int fewestDecimals = 3; // of a coordinate, as many as the PDB format has
-constexpr int fewestTensorDecimals = 4;
-constexpr int mostDecimals = 6;
 
 cif::Loop* findLoop(cif::Block& block, const std::string& tag) {
     for (cif::Item& item : block.items) {
@@ -54,124 +49,12 @@ void makeLoop(cif::Block& block, const std::string& category) {
     }
 }
 
-int decimalsOf(const std::string& number, int fewest) {
-    const std::size_t point = number.find('.');
-    if (point == std::string::npos) {
-        return fewest;
-    }
-    const std::size_t end = std::min(number.find_first_not_of("0123456789", point + 1), number.size());
-    return std::clamp(static_cast<int>(end - point - 1), fewest, mostDecimals);
-}
-
-std::string formatted(double value, int decimals) {
-    std::array<char, 352> text{}; // holds any double
-    std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
-    return text.data();
-}
-
-bool isBounded(double value) {
-    return std::abs(value) <= farthestCoordinate; // false for what is no number
-}
-
 /// Columns that are not true once atoms moved: fractional coordinates and standard deviations along axes.
 bool isUntrueColumn(const std::string& tag) {
     const std::string name = gemmi::to_lower(tag.substr(tag.find('.') + 1));
     const bool isDeviation = name.size() > 4 && name.compare(name.size() - 4, 4, "_esd") == 0;
     return name.compare(0, 6, "fract_") == 0 ||
            (isDeviation && (name.compare(0, 6, "cartn_") == 0 || name.find('[') != std::string::npos));
-}
-
-void removeUntrueColumns(cif::Loop& loop) {
-    std::vector<bool> stays;
-    for (const std::string& tag : loop.tags) {
-        stays.push_back(!isUntrueColumn(tag));
-    }
-    cif::Loop rest;
-    for (std::size_t i = 0; i < loop.tags.size(); ++i) {
-        if (stays[i]) {
-            rest.tags.push_back(std::move(loop.tags[i]));
-        }
-    }
-    if (rest.tags.size() == stays.size()) {
-        loop.tags = std::move(rest.tags);
-        return;
-    }
-    for (std::size_t i = 0; i < loop.values.size(); ++i) {
-        if (stays[i % stays.size()]) {
-            rest.values.push_back(std::move(loop.values[i]));
-        }
-    }
-    loop = std::move(rest);
-}
-
-/// A loop with some of the values of a row replaced.
-class RowChange {
-public:
-    explicit RowChange(const cif::Loop& loop) : m_loop(loop), m_changed(loop.width()) {}
-
-    void begin(std::size_t row) {
-        m_row = row;
-        for (const std::size_t column : m_used) {
-            m_changed[column].clear();
-        }
-        m_used.clear();
-    }
-    const std::string& old(int column) const { return m_loop.val(m_row, static_cast<std::size_t>(column)); }
-    void set(int column, std::string value) {
-        m_used.push_back(static_cast<std::size_t>(column));
-        m_changed[m_used.back()] = std::move(value);
-    }
-    void turn(const std::array<int, 6>& columns, const cMatrix33& rotation);
-    void write(std::string& out) const;
-
-private:
-    const cif::Loop& m_loop;
-    std::size_t m_row = 0;
-    std::vector<std::string> m_changed; ///< empty: as it was
-    std::vector<std::size_t> m_used;
-};
-
-/// A tensor of which an element is missing is unknown as a whole once it is turned.
-void RowChange::turn(const std::array<int, 6>& columns, const cMatrix33& rotation) {
-    if (columns[0] < 0) {
-        return;
-    }
-    SymmetricTensor tensor{};
-    bool isKnown = true;
-    for (std::size_t i = 0; i < tensor.size(); ++i) {
-        tensor[i] = cif::as_number(old(columns[i]));
-        isKnown = isKnown && isBounded(tensor[i]);
-    }
-    const SymmetricTensor turned = turnTensor(tensor, rotation);
-    for (std::size_t i = 0; i < tensor.size(); ++i) {
-        set(columns[i],
-            isKnown ? formatted(turned[i], decimalsOf(old(columns[i]), fewestTensorDecimals)) : "?");
-    }
-}
-
-void RowChange::write(std::string& out) const {
-    bool atLineStart = true;
-    for (std::size_t column = 0; column < m_changed.size(); ++column) {
-        const std::string& value = m_changed[column].empty() ? m_loop.val(m_row, column) : m_changed[column];
-        if (!value.empty() && value[0] == ';') { // a text field begins and ends a line
-            out += atLineStart ? "" : "\n";
-            out += value;
-            out += '\n';
-            atLineStart = true;
-        } else {
-            out += atLineStart ? "" : " ";
-            out += value;
-            atLineStart = false;
-        }
-    }
-    out += atLineStart ? "" : "\n";
-}
-
-void writeTags(const cif::Loop& loop, std::string& out) {
-    out += "loop_\n";
-    for (const std::string& tag : loop.tags) {
-        out += tag + "\n";
-    }
 }
 
 bool hasAtoms(const cif::Block& block) {
@@ -237,8 +120,9 @@ struct CifText::Content {
     cif::Loop* tensors() const { return findLoop(*block, "_atom_site_anisotrop.id"); }
     std::unordered_map<std::string, std::size_t> placesById() const;
     void addTensors(gemmi::Model& model) const;
+    std::vector<std::size_t> keptRows() const;
     void writeAtoms(std::string& out, const RigidMotion& motion) const;
-    void writeTensors(std::string& out, const cMatrix33& rotation) const;
+    void writeTensors(std::string& out, const RigidMotion& motion) const;
     void writeBlock(std::string& out, const cif::Block& written, const RigidMotion& motion) const;
 };
 
@@ -326,10 +210,20 @@ void CifText::removeUntrue() {
         }
         removeBondsToMates(block);
     }
-    removeUntrueColumns(m_content->atoms());
+    removeColumns(m_content->atoms(), isUntrueColumn);
     if (cif::Loop* tensors = m_content->tensors()) {
-        removeUntrueColumns(*tensors);
+        removeColumns(*tensors, isUntrueColumn);
     }
+}
+
+std::vector<std::size_t> CifText::Content::keptRows() const {
+    std::vector<std::size_t> found;
+    for (std::size_t place = 0; place < rows.size(); ++place) {
+        if (kept[place]) {
+            found.push_back(rows[place]);
+        }
+    }
+    return found;
 }
 
 std::unordered_map<std::string, std::size_t> CifText::Content::placesById() const {
@@ -407,44 +301,27 @@ void CifText::keepOnly(const std::vector<bool>& kept) {
 
 void CifText::Content::writeAtoms(std::string& out, const RigidMotion& motion) const {
     const cif::Loop& loop = atoms();
-    const AtomSiteColumns columns(loop);
-    const std::array<int, 6> u = tensorColumns(loop, "_atom_site.aniso_U");
-    const std::array<int, 6> b = tensorColumns(loop, "_atom_site.aniso_B");
+    const RowMover mover(loop, "_atom_site.aniso_");
     writeTags(loop, out);
     RowChange change(loop);
-    for (std::size_t place = 0; place < rows.size(); ++place) {
-        if (!kept[place]) {
-            continue;
-        }
-        change.begin(rows[place]);
-        cVector3 x(0.0);
-        for (int axis = 0; axis < 3; ++axis) {
-            x[axis] = cif::as_number(change.old(columns.place[static_cast<std::size_t>(axis)]));
-        }
-        x = motion(x);
-        for (int axis = 0; axis < 3; ++axis) {
-            const int column = columns.place[static_cast<std::size_t>(axis)];
-            change.set(column, formatted(x[axis], decimalsOf(change.old(column), fewestDecimals)));
-        }
-        change.turn(u, motion.rotation);
-        change.turn(b, motion.rotation);
+    for (const std::size_t row : keptRows()) {
+        change.begin(row);
+        mover.move(change, motion);
         change.write(out);
     }
 }
 
-void CifText::Content::writeTensors(std::string& out, const cMatrix33& rotation) const {
+void CifText::Content::writeTensors(std::string& out, const RigidMotion& motion) const {
     const cif::Loop& loop = *tensors();
     const std::unordered_map<std::string, std::size_t> places = placesById();
     const auto id = static_cast<std::size_t>(loop.find_tag("_atom_site_anisotrop.id"));
-    const std::array<int, 6> u = tensorColumns(loop, "_atom_site_anisotrop.U");
-    const std::array<int, 6> b = tensorColumns(loop, "_atom_site_anisotrop.B");
+    const RowMover mover(loop, "_atom_site_anisotrop.");
     std::string rowsWritten;
     RowChange change(loop);
     for (std::size_t row = 0; row < loop.length(); ++row) {
         if (places.count(loop.val(row, id)) > 0) {
             change.begin(row);
-            change.turn(u, rotation);
-            change.turn(b, rotation);
+            mover.move(change, motion);
             change.write(rowsWritten);
         }
     }
@@ -471,7 +348,7 @@ void CifText::Content::writeBlock(std::string& out, const cif::Block& written,
         if (item.type == cif::ItemType::Loop && &item.loop == atomLoop) {
             writeAtoms(out, motion);
         } else if (item.type == cif::ItemType::Loop && &item.loop == tensorLoop) {
-            writeTensors(out, motion.rotation);
+            writeTensors(out, motion);
         } else {
             std::ostringstream text;
             cif::write_out_item(text, item, cif::Style::Pdbx);
@@ -487,4 +364,9 @@ std::string CifText::moved(const RigidMotion& motion) const {
         m_content->writeBlock(text, block, motion);
     }
     return text;
+}
+
+std::string CifText::assembled(const std::vector<ModelCopy>& copies) const {
+    return cifOfCopies(*m_content->block, m_content->atoms(), m_content->tensors(), m_content->keptRows(),
+                       copies);
 }

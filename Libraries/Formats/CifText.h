@@ -22,6 +22,7 @@ public:
     gemmi::Structure structure() const override;
     void keepOnly(const std::vector<bool>& kept) override;
     std::string moved(const RigidMotion& motion) const override;
+    std::string assembled(const std::vector<ModelCopy>& copies) const override;
 
 private:
     struct Content;

@@ -2,12 +2,14 @@
 #ifndef SELVANE_FORMATS_MODELTEXT_H
 #define SELVANE_FORMATS_MODELTEXT_H
 
+#include <cmath>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Formats/AtomicModel.h"
+#include "Formats/ModelCopy.h"
 #include "Math/RigidMotion.h"
 
 namespace gemmi {
@@ -32,6 +34,13 @@ public:
     /// The file with the kept atoms moved, without what the motion makes untrue.
     virtual std::string moved(const RigidMotion& motion) const = 0;
 
+    /// Whether chains can get other names in a file of this format: names of other things that a file runs
+    /// into those of chains may be told apart only by what they are.
+    virtual bool canRenameChains() const { return true; }
+
+    /// A file of several copies of the kept atoms, of which each is moved and its chains are renamed.
+    virtual std::string assembled(const std::vector<ModelCopy>& copies) const = 0;
+
     const std::vector<std::string>& remarks() const { return m_remarks; }
 
 protected:
@@ -40,6 +49,11 @@ protected:
 
 /// Coordinates farther out are no places in angstrom, and no format has columns for them.
 constexpr double farthestCoordinate = 9999999.0;
+
+/// False for what is no number.
+inline bool isBounded(double value) {
+    return std::abs(value) <= farthestCoordinate;
+}
 
 /// The text as PDB or mmCIF, told apart by what it begins with.
 /// @param model  the name of the model to take; none: the first that has atoms

@@ -84,6 +84,12 @@ bool putNumber(std::string& line, std::size_t column, std::size_t width, const c
     return true;
 }
 
+/// The end of the chain of an atom, whose line gives the residue.
+std::string terBehind(const std::string& atom, std::size_t serial) {
+    return "TER   " + pdb::hybrid36(pdb::serialWidth, serial) + "      " +
+           std::string(columns(atom, 18, 27)) + "\n";
+}
+
 } // namespace
 
 struct PdbText::Frame {
@@ -393,4 +399,59 @@ std::string PdbText::moved(const RigidMotion& motion) const {
         }
     }
     return text;
+}
+
+/// A residue name of four letters before a chain without a letter would read as a chain of two.
+bool PdbText::canRenameChains() const {
+    return m_hasTwoLetterChains || std::none_of(m_atoms.begin(), m_atoms.end(), [&](std::size_t atom) {
+               std::string text = pdb::parsable(contentOf(m_lines[atom]));
+               text[pdb::chainColumn - 1] = 'A';
+               return m_lines[atom].kept && pdb::hasTwoLetterChain(text);
+           });
+}
+
+/// A line of 27 columns or more, in which names of chains are as wide as in the model.
+std::string PdbText::renamed(std::string line, const ModelCopy& copy, std::size_t serial) const {
+    const std::size_t first = m_hasTwoLetterChains ? pdb::chainColumn - 1 : pdb::chainColumn;
+    const std::size_t width = pdb::chainColumn + 1 - first;
+    const std::string old = pdb::printed(std::string(columns(line, first, pdb::chainColumn)));
+    const auto found = copy.renamed.find(std::string(trimmed(old)));
+    if (found != copy.renamed.end() && found->second.size() <= width) {
+        line.replace(first - 1, width, std::string(width - found->second.size(), ' ') + found->second);
+    }
+    const std::string record = pdb::isAtom(line) ? pdb::atomRecord(line) : line.substr(0, 6);
+    return record + pdb::hybrid36(pdb::serialWidth, serial) + " " + line.substr(12);
+}
+
+/// What ends a chain in the model ends it in a copy; viewers join copies that nothing parts.
+void PdbText::writeCopy(std::string& out, const ModelCopy& copy, std::size_t& serial) const {
+    std::string atom;
+    bool isOpen = false, hasEnds = false;
+    for (const Line& line : m_lines) {
+        if (!line.kept) {
+            continue;
+        }
+        if (line.kind == Kind::Atom) {
+            atom = renamed(movedAtom(contentOf(line), copy.motion), copy, ++serial);
+            out += atom + "\n";
+            isOpen = true;
+        } else if (line.kind == Kind::Anisotropy) {
+            const std::string tensor = turnedTensor(contentOf(line), copy.motion);
+            out += tensor.empty() ? "" : renamed(tensor, copy, serial) + "\n";
+        } else if (line.kind == Kind::Ter && isOpen) {
+            out += terBehind(atom, ++serial);
+            isOpen = false;
+            hasEnds = true;
+        }
+    }
+    out += hasEnds ? "" : terBehind(atom, ++serial);
+}
+
+std::string PdbText::assembled(const std::vector<ModelCopy>& copies) const {
+    std::string text = remarksOnCopies(copies);
+    std::size_t serial = 0;
+    for (const ModelCopy& copy : copies) {
+        writeCopy(text, copy, serial);
+    }
+    return text + "END\n";
 }

@@ -21,6 +21,8 @@ public:
     gemmi::Structure structure() const override;
     void keepOnly(const std::vector<bool>& kept) override;
     std::string moved(const RigidMotion& motion) const override;
+    bool canRenameChains() const override;
+    std::string assembled(const std::vector<ModelCopy>& copies) const override;
 
 private:
     enum class Kind { Other, Atom, Anisotropy, Bonds, Ter, End };
@@ -52,6 +54,10 @@ private:
     std::string movedAtom(std::string_view line, const RigidMotion& motion) const;
     /// Empty if the turned tensor needs more columns than there are.
     std::string turnedTensor(std::string_view line, const RigidMotion& motion) const;
+
+    /// @param serial  the last serial number before the copy, and then its last one
+    void writeCopy(std::string& out, const ModelCopy& copy, std::size_t& serial) const;
+    std::string renamed(std::string line, const ModelCopy& copy, std::size_t serial) const;
 
     std::string m_path;
     std::string m_text;

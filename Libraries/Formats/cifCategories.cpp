@@ -165,6 +165,71 @@ void removeStatementsOnOtherChains(cif::Block& block, const std::set<std::string
     filterCategory(block, "_struct_mon_prot_cis.", {"auth_asym_id"}, areThere);
 }
 
+void removeColumns(cif::Loop& loop, const std::function<bool(const std::string&)>& isRemoved) {
+    std::vector<bool> stays;
+    for (const std::string& tag : loop.tags) {
+        stays.push_back(!isRemoved(tag));
+    }
+    cif::Loop rest;
+    for (std::size_t i = 0; i < loop.tags.size(); ++i) {
+        if (stays[i]) {
+            rest.tags.push_back(std::move(loop.tags[i]));
+        }
+    }
+    if (rest.tags.size() == stays.size()) {
+        loop.tags = std::move(rest.tags);
+        return;
+    }
+    for (std::size_t i = 0; i < loop.values.size(); ++i) {
+        if (stays[i % stays.size()]) {
+            rest.values.push_back(std::move(loop.values[i]));
+        }
+    }
+    loop = std::move(rest);
+}
+
+cif::Block definitionsOfCopies(const cif::Block& block) {
+    static const std::set<std::string> known = {
+        "_entry.",          "_struct.",          "_struct_keywords.", "_exptl.",       "_entity.",
+        "_entity_poly.",    "_entity_poly_seq.", "_entity_name_com.", "_chem_comp.",   "_chem_comp_atom.",
+        "_chem_comp_bond.", "_citation.",        "_citation_author.", "_audit_author."};
+    const auto isOnChains = [](const std::string& tag) {
+        return gemmi::iequal(tag, "_entity.pdbx_number_of_molecules") ||
+               gemmi::iequal(tag, "_entity_poly.pdbx_strand_id");
+    };
+    cif::Block definitions(block.name);
+    for (const cif::Item& item : block.items) {
+        if (known.count(categoryOf(item)) == 0 ||
+            (item.type == cif::ItemType::Pair && isOnChains(item.pair[0]))) {
+            continue;
+        }
+        definitions.items.push_back(item);
+        cif::Item& copy = definitions.items.back();
+        if (copy.type == cif::ItemType::Loop) {
+            removeColumns(copy.loop, isOnChains);
+        }
+        if (copy.type == cif::ItemType::Loop && copy.loop.values.empty()) {
+            definitions.items.pop_back();
+        }
+    }
+    return definitions;
+}
+
+cif::Loop loopOf(const cif::Block& block, const std::string& category) {
+    cif::Loop loop;
+    for (const cif::Item& item : block.items) {
+        if (categoryOf(item) != category) {
+            continue;
+        }
+        if (item.type == cif::ItemType::Loop) {
+            return item.loop;
+        }
+        loop.tags.push_back(item.pair[0]);
+        loop.values.push_back(item.pair[1]);
+    }
+    return loop;
+}
+
 cif::Block structureDefinitions(const cif::Block& block) {
     static const std::set<std::string> known = {
         "_entry.",           "_struct.",       "_struct_keywords.",    "_exptl.",

@@ -162,6 +162,10 @@ bool isAtom(std::string_view line) {
             std::all_of(word.begin() + 4, word.end(), isDigit));
 }
 
+std::string atomRecord(std::string_view line) {
+    return !line.empty() && std::toupper(static_cast<unsigned char>(line[0])) == 'H' ? "HETATM" : "ATOM  ";
+}
+
 std::string hybrid36(std::size_t width, std::size_t value) {
     std::size_t decimals = 1;
     std::size_t lowest = 10; // the first number whose leading digit is a letter
@@ -208,8 +212,8 @@ std::string_view residueName(std::string_view line, bool hasTwoLetterChains) {
 
 std::string parsableAtom(std::string_view line, std::size_t serial, bool hasTwoLetterChains) {
     std::string text = parsable(line);
-    put(text, 1, isLetter(text[0]) && std::toupper(text[0]) == 'H' ? "HETATM" : "ATOM  ");
-    put(text, 7, hybrid36(5, serial) + " ");
+    put(text, 1, atomRecord(text));
+    put(text, 7, hybrid36(serialWidth, serial) + " ");
     if (!isAlphanumeric(text[16])) {
         text[16] = ' ';
     }

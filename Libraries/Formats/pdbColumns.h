@@ -11,6 +11,8 @@
 namespace pdb {
 
 constexpr std::size_t lineWidth = 80;
+constexpr std::size_t serialWidth = 5; ///< from column 7
+constexpr std::size_t chainColumn = 22;
 constexpr std::size_t coordinateColumn = 31; ///< the first of three fields
 constexpr std::size_t coordinateWidth = 8;
 constexpr std::size_t tensorColumn = 29; ///< the first of six fields
@@ -33,6 +35,9 @@ std::string printed(std::string text);
 /// The first word of a line in upper case, at most six letters.
 std::string record(std::string_view line);
 bool isAtom(std::string_view line);
+
+/// The name of an atom's record in its six columns, whatever a serial number of six digits left of it.
+std::string atomRecord(std::string_view line);
 
 /// A number in so many columns: decimal while it fits, then base 36 with a leading capital letter
 /// (Grosse-Kunstleve et al., hybrid-36), as much as those columns hold in capitals.

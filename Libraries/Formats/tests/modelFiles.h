@@ -98,8 +98,10 @@ inline std::string cifRow(const FileAtom& atom, std::size_t id) {
     row.precision(10);
     row << (atom.isHetero ? "HETATM " : "ATOM ") << id << ' ' << withoutBlanks(atom.element) << ' '
         << withoutBlanks(atom.name) << ' ' << (atom.altLoc == ' ' ? '.' : atom.altLoc) << ' ' << atom.residue
-        << ' ' << atom.chain << ' ' << atom.number << " ? " << atom.place.x << ' ' << atom.place.y << ' '
-        << atom.place.z << " 1.00 " << atom.bFactor << ' ' << atom.number << ' ' << atom.chain;
+        << ' ' << atom.chain << ' ' << atom.number << ' '
+        << (atom.insertionCode == ' ' ? '?' : atom.insertionCode) << ' ' << atom.place.x << ' '
+        << atom.place.y << ' ' << atom.place.z << " 1.00 " << atom.bFactor << ' ' << atom.number << ' '
+        << atom.chain;
     return row.str();
 }
 
