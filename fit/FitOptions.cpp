@@ -333,6 +333,11 @@ std::string stemOf(const std::string& path) {
 
 } // namespace
 
+std::optional<double> FitOptions::nearDegrees() const {
+    const bool isBounded = near && near->degrees < NearOption::everyOrientation;
+    return isBounded ? std::optional<double>(near->degrees) : std::nullopt;
+}
+
 MapField fieldOf(FitScore score) {
     return score == FitScore::Overlap ? MapField::Density : MapField::Laplacian;
 }

@@ -59,6 +59,9 @@ struct FitOptions {
     bool quiet = false;
     bool restart = false;
     std::vector<std::string> command; ///< as it was given, for the log
+
+    /// How far from the model's present orientation; none: every orientation.
+    std::optional<double> nearDegrees() const;
 };
 
 /// The command line asks for no run: help, version, or a mistake.

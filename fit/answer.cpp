@@ -75,22 +75,15 @@ ScanChoice chooseScanOf(const DensityMap& map, const PreparedModel& model, const
     return choice;
 }
 
-ScanRequest requestOf(const FitOptions& options) {
-    ScanRequest request{options.score, std::nullopt, options.threads};
-    if (options.near && options.near->degrees < NearOption::everyOrientation) {
-        request.nearDegrees = options.near->degrees;
-    }
-    return request;
-}
-
 /// In the frames of the user's files.
 std::vector<ScanPlace> scan(const PreparedPair& pair, const FitOptions& options, Journal& journal) {
     if (options.near && options.near->isPolishOnly()) {
         return {ScanPlace{RigidMotion(), 0.0}};
     }
+    const ScanRequest request{options.score, options.nearDegrees(), options.threads};
     const FrameBack back(pair.map, pair.model);
     std::vector<ScanPlace> places;
-    for (const FoundPose& pose : scanPoses(pair.map, pair.model, pair.choice, requestOf(options), journal)) {
+    for (const FoundPose& pose : scanPoses(pair.map, pair.model, pair.choice, request, journal)) {
         places.push_back({back.toUser(pose.motion), pose.score});
     }
     if (places.empty()) {

@@ -50,6 +50,20 @@ std::vector<std::string> writePoses(const OutputFolder& folder, const AtomicMode
     return names;
 }
 
+/// All copies in one file.
+/// @return its name
+std::string writeAssembly(const OutputFolder& folder, const AtomicModel& model, const Assessment& assessment,
+                          const FitOptions& options) {
+    std::vector<RigidMotion> places;
+    for (const std::size_t copy : assessment.copies) {
+        places.push_back(assessment.poses[copy].motion);
+    }
+    const std::filesystem::path path =
+        model.writeAssembly(folder.of("assembly"), places, chainNames(model.chains(), places.size()),
+                            options.format.value_or(model.format()));
+    return path.filename().string();
+}
+
 const std::set<std::string> preparedNames = {"log.txt", "prepared/map.ccp4", "prepared/model.pdb",
                                              "prepared/frame.json", "prepared/command.txt"};
 
@@ -128,6 +142,9 @@ std::string runFit(const FitOptions& options, Journal& journal) {
     const std::string first = folder.of(written.front());
     writeTextFile(folder.of("poses.csv"), posesCsv(assessment.poses, written));
     if (options.copies != 1) {
+    }
+    if (options.copies != 1) {
+        written.push_back(writeAssembly(folder, inputs.model, assessment, options));
     }
     journal.end();
     const FitSummary summary =

@@ -104,6 +104,11 @@ PoseMove placeOf(const ExhaustiveSearch& search, const PoseRecord& pose, const S
 
 } // namespace
 
+std::size_t rotationCount(const PreparedModel& model, const ScanChoice& choice,
+                          const std::optional<double>& nearDegrees) {
+    return nearDegrees ? rotationsOf(model, choice, nearDegrees).size() : evenRotationCount(choice.step);
+}
+
 std::vector<FoundPose> scanPoses(const PreparedMap& map, const PreparedModel& model, const ScanChoice& choice,
                                  const ScanRequest& request, SearchObserver& observer) {
     const std::size_t count = evenRotationCount(choice.step);

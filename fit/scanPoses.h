@@ -36,6 +36,10 @@ struct ScanRequest {
     std::size_t threads = 1;           ///< at least 1
 };
 
+/// How many rotations are scored for a request.
+std::size_t rotationCount(const PreparedModel& model, const ScanChoice& choice,
+                          const std::optional<double>& nearDegrees);
+
 /// Scores every rotation of an even set at every translation. With FitScore::Local there are two lists, that
 /// of the local score and that of the overlap of the same fields, Laplacian: where one of them is misled the
 /// other need not be. A place may be in both.

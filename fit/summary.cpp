@@ -4,7 +4,7 @@
 #include "IO/resources.h"
 #include "IO/sha256.h"
 #include "IO/shellQuote.h"
-#include "Sampler/evenRotations.h"
+#include "fit/scanPoses.h"
 
 namespace {
 
@@ -25,13 +25,21 @@ ModelSummary modelSummary(const FitOptions& options, const AtomicModel& model, d
             radiusOfGyration};
 }
 
-SettingsSummary settingsSummary(const FitOptions& options, const ScanChoice& choice) {
+std::size_t rotationsTried(const FitOptions& options, const PreparedPair& pair) {
+    if (options.near && options.near->isPolishOnly()) {
+        return 0;
+    }
+    return rotationCount(pair.model, pair.choice, options.nearDegrees());
+}
+
+SettingsSummary settingsSummary(const FitOptions& options, const PreparedPair& pair) {
+    const ScanChoice& choice = pair.choice;
     SettingsSummary settings;
     settings.resolution = options.resolution;
     settings.scanResolution = choice.resolution;
     settings.voxelSize = choice.voxel;
     settings.step = choice.step;
-    settings.rotations = evenRotationCount(choice.step);
+    settings.rotations = rotationsTried(options, pair);
     settings.score = nameOf(options.score);
     settings.threads = options.threads;
     return settings;
@@ -47,7 +55,7 @@ FitSummary summarise(const FitOptions& options, const FitInputs& inputs, const P
     summary.command = commandText(options);
     summary.map = mapSummary(options, inputs.map, pair.map.level);
     summary.model = modelSummary(options, inputs.model, pair.model.radiusOfGyration);
-    summary.settings = settingsSummary(options, pair.choice);
+    summary.settings = settingsSummary(options, pair);
     summary.assessment = assessment;
     summary.hand = hand;
     summary.warnings = journal.warnings();
