@@ -37,7 +37,7 @@ namespace {
 
 /// @return the path
 std::string writeResult(const std::string& stem, ModelFormat format, const std::string& text) {
-    const std::string path = stem + (format == ModelFormat::Pdb ? ".pdb" : ".cif");
+    std::string path = stem + (format == ModelFormat::Pdb ? ".pdb" : ".cif");
     ResultFile file(path);
     bool isThere = file.stream() != nullptr;
     isThere = isThere && std::fwrite(text.data(), 1, text.size(), file.stream()) == text.size();

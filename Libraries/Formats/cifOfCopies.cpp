@@ -26,17 +26,29 @@ std::string nameOf(const std::string& value) {
     return pdb::printed(cif::as_string(value));
 }
 
-/// A loop with a column of unknown values more.
-cif::Loop widened(const cif::Loop& loop, const std::string& tag) {
+/// The columns that atoms of several copies need and do not have.
+std::vector<std::string> missingTags(const cif::Loop& atoms) {
+    std::vector<std::string> tags;
+    if (!atoms.has_tag(atomSite + "id")) {
+        tags.push_back(atomSite + "id");
+    }
+    if (!atoms.has_tag(atomSite + authorsChain) && !atoms.has_tag(atomSite + labelsChain)) {
+        tags.push_back(atomSite + authorsChain);
+    }
+    return tags;
+}
+
+/// A loop with further columns of unknown values.
+cif::Loop widened(const cif::Loop& loop, const std::vector<std::string>& tags) {
     cif::Loop wide;
     wide.tags = loop.tags;
-    wide.tags.push_back(tag);
+    wide.tags.insert(wide.tags.end(), tags.begin(), tags.end());
     wide.values.reserve(loop.length() * wide.width());
     for (std::size_t row = 0; row < loop.length(); ++row) {
         for (std::size_t column = 0; column < loop.width(); ++column) {
             wide.values.push_back(loop.val(row, column));
         }
-        wide.values.emplace_back(".");
+        wide.values.insert(wide.values.end(), tags.size(), ".");
     }
     return wide;
 }
@@ -133,9 +145,9 @@ void CopiedAtoms::writeChains(std::string& out, const cif::Loop& chains) const {
 }
 
 void CopiedAtoms::writeAtoms(std::string& out) const {
-    const RowMover mover(m_atoms, "_atom_site.aniso_");
+    const RowMover mover(m_atoms, atomSite + "aniso_");
     const RowRenamer renamer(m_atoms, atomSite);
-    const int id = m_atoms.find_tag("_atom_site.id");
+    const int id = m_atoms.find_tag(atomSite + "id");
     std::size_t serial = 0;
     writeTags(m_atoms, out);
     RowChange change(m_atoms);
@@ -156,7 +168,7 @@ void CopiedAtoms::writeTensors(std::string& out, const cif::Loop& tensors) const
     const RowMover mover(tensors, category);
     const RowRenamer renamer(tensors, category);
     const int id = tensors.find_tag(category + "id");
-    const auto atomId = static_cast<std::size_t>(m_atoms.find_tag("_atom_site.id"));
+    const auto atomId = static_cast<std::size_t>(m_atoms.find_tag(atomSite + "id"));
     std::unordered_map<std::string, std::size_t> places;
     for (std::size_t place = 0; place < m_rows.size(); ++place) {
         places.emplace(m_atoms.val(m_rows[place], atomId), place);
@@ -197,15 +209,10 @@ std::string headOf(const cif::Block& block) {
 
 std::string cifOfCopies(const cif::Block& block, const cif::Loop& atoms, const cif::Loop* tensors,
                         const std::vector<std::size_t>& rows, const std::vector<ModelCopy>& copies) {
-    const bool hasChains = atoms.has_tag(atomSite + authorsChain) || atoms.has_tag(atomSite + labelsChain);
-    if (!hasChains) {
-        return cifOfCopies(block, widened(atoms, atomSite + authorsChain), tensors, rows, copies);
-    }
-    if (!atoms.has_tag("_atom_site.id")) {
-        return cifOfCopies(block, widened(atoms, "_atom_site.id"), tensors, rows, copies);
-    }
+    const std::vector<std::string> missing = missingTags(atoms);
+    const cif::Loop wide = missing.empty() ? cif::Loop() : widened(atoms, missing);
+    const CopiedAtoms copied(missing.empty() ? atoms : wide, rows, copies);
     std::string text = headOf(block);
-    const CopiedAtoms copied(atoms, rows, copies);
     copied.writeChains(text, loopOf(block, "_struct_asym."));
     copied.writeAtoms(text);
     if (tensors != nullptr) {

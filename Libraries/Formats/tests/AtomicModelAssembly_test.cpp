@@ -430,7 +430,7 @@ TEST_F(AtomicModelAssembly, CifWithoutNamesOfChainsGetsThem) {
     const AtomicModel model = AtomicModel::read(m_path);
     EXPECT_EQ(model.chains(), (std::vector<std::string>{"", "A"}));
     EXPECT_EQ(model.atomCount(), 4U);
-    EXPECT_EQ(countOf(contentOf(m_path), "\nN 3.000 4.000 5.000 A 4\n"), 1U) << contentOf(m_path);
+    EXPECT_EQ(countOf(contentOf(m_path), "\nN 3.000 4.000 5.000 4 A\n"), 1U) << contentOf(m_path);
 }
 
 TEST_F(AtomicModelAssembly, LabelsAreTheNamesWhereAuthorsGaveNone) {
