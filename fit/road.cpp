@@ -53,14 +53,19 @@ std::vector<std::string> writePoses(const OutputFolder& folder, const AtomicMode
 /// All copies in one file.
 /// @return its name
 std::string writeAssembly(const OutputFolder& folder, const AtomicModel& model, const Assessment& assessment,
-                          const FitOptions& options) {
+                          const FitOptions& options, Journal& journal) {
     std::vector<RigidMotion> places;
     for (const std::size_t copy : assessment.copies) {
         places.push_back(assessment.poses[copy].motion);
     }
+    const ModelFormat format = options.format.value_or(model.format());
     const std::filesystem::path path =
-        model.writeAssembly(folder.of("assembly"), places, chainNames(model.chains(), places.size()),
-                            options.format.value_or(model.format()));
+        model.writeAssembly(folder.of("assembly"), places, chainNames(model.chains(), places.size()), format);
+    if (format == ModelFormat::Pdb && path.extension() != ".pdb") {
+        journal.warn(options.model +
+                     ": the assembly is written as mmCIF, since it does not fit the PDB format "
+                     "(99,999 atoms, 62 chains of one letter, or its columns)");
+    }
     return path.filename().string();
 }
 
@@ -144,7 +149,7 @@ std::string runFit(const FitOptions& options, Journal& journal) {
     if (options.copies != 1) {
     }
     if (options.copies != 1) {
-        written.push_back(writeAssembly(folder, inputs.model, assessment, options));
+        written.push_back(writeAssembly(folder, inputs.model, assessment, options, journal));
     }
     journal.end();
     const FitSummary summary =
