@@ -94,6 +94,24 @@ std::vector<ScanPlace> scan(const PreparedPair& pair, const FitOptions& options,
     return places;
 }
 
+/// Places whose climb ended before it came to rest.
+void warnOfUnfinished(const std::vector<AssessedPose>& poses, const FitOptions& options, Journal& journal) {
+    const auto countOf = [&](PolishEnd end) {
+        return std::count_if(poses.begin(), poses.end(),
+                             [end](const AssessedPose& pose) { return pose.end == end; });
+    };
+    if (const auto count = countOf(PolishEnd::Iterations)) {
+        journal.warn(
+            joinText(options.map, ": ", count, " of ", poses.size(),
+                     " places were still moving when their polish was ended: they may be off by more than "
+                     "0.001 A and 0.01 degrees"));
+    }
+    if (const auto count = countOf(PolishEnd::OutOfMap)) {
+        journal.warn(joinText(options.map, ": ", count, " of ", poses.size(),
+                              " places have no atom in the map's content and were left as they were"));
+    }
+}
+
 } // namespace
 
 PreparedPair prepare(const FitInputs& inputs, const FitOptions& options, Journal& journal) {
@@ -113,6 +131,7 @@ Assessment findPlaces(const FitInputs& inputs, const PreparedPair& pair, const F
     const std::vector<ModelAtom>& atoms = inputs.model.searchAtoms();
     std::vector<AssessedPose> poses =
         polishedPlaces(map, atoms, places, pair.choice.resolution, options.threads, journal);
+    warnOfUnfinished(poses, options, journal);
     AssessmentRequest request;
     request.copies = options.copies;
     request.threads = options.threads;

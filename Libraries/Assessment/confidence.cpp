@@ -87,7 +87,7 @@ private:
         if (m_places[other].equivalentTo == m_places[place].equivalentTo) {
             return false;
         }
-        const bool standsOut = m_others.z(m_places[other].score) >= m_rule.highZ;
+        const bool standsOut = m_others.z(m_places[other].score) >= m_rule.copyZ;
         const bool sharesSpace = !m_context.clash || m_context.clash(place, other);
         return !standsOut || sharesSpace;
     }

@@ -16,10 +16,12 @@ std::string textOf(Confidence confidence);
 /// How far a place has to stand out. Scores are local correlations; a deviation is that of the scores of the
 /// other places.
 struct ConfidenceRule {
-    double highZ = 6.0;   ///< least z of a place of high confidence
-    double highGap = 3.0; ///< least gap of the same, in deviations
-    double lowZ = 4.5;    ///< below it confidence is low: the best of a hundred wrong places comes to 4.4
-    double lowGap = 1.5;  ///< the same for the gap, which is up to 1.4 between wrong places
+    double highZ = 5.0; ///< least z of a place of high confidence
+    double highGap =
+        3.5; ///< least gap of the same, in deviations: between the 2.9 of wrong and the 4.1 of right ones
+    double copyZ = 6.0;  ///< least z of a place that stands out so much that it may be another copy
+    double lowZ = 4.5;   ///< below it confidence is low: the best of a hundred wrong places comes to 4.4
+    double lowGap = 1.5; ///< the same for the gap, which is up to 1.4 between wrong places
     /// A lucky scatter of few places does not count as less.
     double leastDeviation = 0.005;
     /// Of fewer other places the scatter is not known: the scores alone have to do, for no more than medium.
@@ -61,7 +63,7 @@ struct Verdict {
 /// The others are the places that are not equivalent to the best one; m is the median of their scores and d =
 /// 1.4826 times the median of their distances from m, the deviation of a normal distribution, which a few
 /// other copies of the model among them do not spoil. A place of score s has z = (s - m) / d. Its rivals are
-/// the places not equivalent to it, but for those that stand out themselves (z at least highZ) and share no
+/// the places not equivalent to it, but for those that stand out themselves (z at least copyZ) and share no
 /// space with it: these are other copies. Its gap is the difference from its best rival, by d.
 ///
 /// Where the resolution is much coarser than the model's radius of gyration (ConfidenceRule::coarsest) the

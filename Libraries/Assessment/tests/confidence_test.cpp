@@ -51,7 +51,7 @@ TEST(Confidence, IsHighForAPlaceThatStandsOutAndSaysWhy) {
 }
 
 TEST(Confidence, IsMediumOrLowByTheRule) {
-    EXPECT_EQ(judge(withBest({0.36}), fineMap).confidence, Confidence::Medium); // z 5.4
+    EXPECT_EQ(judge(withBest({0.34}), fineMap).confidence, Confidence::Medium); // z 4.7
     EXPECT_EQ(judge(withBest({0.30}), fineMap).confidence, Confidence::Low);    // z 3.4
     EXPECT_EQ(judge(withBest({0.70, 0.60}), fineMap).confidence, Confidence::Medium);
     EXPECT_EQ(judge(withBest({0.70, 0.69}), fineMap).confidence, Confidence::Low);
