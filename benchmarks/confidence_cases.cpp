@@ -171,7 +171,7 @@ Assessment assessed(const PoseCase& c, const PreparedModel& model, std::size_t t
     const ScoringMap map = makeScoringMap(c.map, {choice.mapResolution, {}, nullptr});
     SearchObserver silent;
     std::vector<AssessedPose> poses =
-        polishedPlaces(map, c.model, places, choice.resolution, threads, silent);
+        polishedPlaces(map, c.model, places, {choice.resolution, PlacesRequest().keep, threads}, silent);
     AssessmentRequest request;
     request.threads = threads;
     const double shown = equivalence::resolutionFor(map.resolution, model.radiusOfGyration);

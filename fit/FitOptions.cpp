@@ -18,7 +18,7 @@ namespace {
 
 constexpr double mostPoses = 100000;
 constexpr double mostThreads = 4096;
-constexpr double mostCopies = 10000;
+constexpr double mostCopies = 1000;
 constexpr double farthestNear = 1e5;  ///< angstrom
 constexpr std::size_t nameWidth = 26; ///< columns of the help for names
 constexpr std::size_t textWidth = 54; ///< and for texts
@@ -232,6 +232,16 @@ void addSearch(CLI::App& app, Texts& texts) {
         ->check(aboveZero("A", "10"))
         ->option_text("R")
         ->group(group);
+    app.add_option("--threads", texts.threads,
+                   wrapped("workers (default: the cores that this process may use)"))
+        ->check(count(mostThreads, "4"))
+        ->option_text("N")
+        ->group(group);
+}
+
+/// Where, how often and in which hand the model is looked for.
+void addExtent(CLI::App& app, Texts& texts) {
+    const std::string group = "Search";
     app.add_option(
            "--near", texts.near,
            wrapped("look only at orientations within DEG degrees of the model's present one and, if given, "
@@ -245,18 +255,13 @@ void addSearch(CLI::App& app, Texts& texts) {
            wrapped("find N places of the model that do not clash; 0: as many as there are (default: 1)"))
         ->check(number(
             [](double value) { return value >= 0.0 && value <= mostCopies && value == std::floor(value); },
-            "no whole number from 0 to 10000: give one such as 4"))
+            "no whole number from 0 to 1000: give one such as 4"))
         ->option_text("N")
         ->group(group);
     app.add_option("--hand", texts.hand,
                    wrapped("both: try the mirrored map, too, and say which hand fits (default: given)"))
         ->check(oneOf("given", "both"))
         ->option_text("NAME")
-        ->group(group);
-    app.add_option("--threads", texts.threads,
-                   wrapped("workers (default: the cores that this process may use)"))
-        ->check(count(mostThreads, "4"))
-        ->option_text("N")
         ->group(group);
 }
 
@@ -380,6 +385,7 @@ FitOptions parseFitOptions(int argc, const char* const* argv) {
     addInputs(app, options, texts);
     addChoice(app, options, texts);
     addSearch(app, texts);
+    addExtent(app, texts);
     addOutput(app, options, texts);
     try {
         app.parse(argc, argv);

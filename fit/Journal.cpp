@@ -99,14 +99,16 @@ void Journal::drawBar(std::size_t percent) {
     m_hasBar = true;
 }
 
-void Journal::choose(const std::string& text) {
+void Journal::choose(const std::string& words) {
+    const std::string text = m_context + words;
     m_choices.push_back(text);
     if (m_manner != Manner::Quiet) {
         line("  " + text);
     }
 }
 
-void Journal::warn(const std::string& text) {
+void Journal::warn(const std::string& words) {
+    const std::string text = m_context + words;
     m_warnings.push_back(text);
     line("selvane-fit: " + text);
 }

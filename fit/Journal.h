@@ -33,6 +33,8 @@ public:
     /// Something that was chosen for the user, as a sentence.
     void choose(const std::string& text);
     void warn(const std::string& text) override;
+    /// What stands in front of choices and warnings from now on.
+    void setContext(const std::string& context) { m_context = context; }
     /// The last stage ends.
     void end();
 
@@ -53,6 +55,7 @@ private:
     Manner m_manner;
     double m_patience;
     std::string m_stage;
+    std::string m_context;
     std::size_t m_total = 0;
     std::size_t m_lastPercent = 0; ///< told
     bool m_hasBar = false;         ///< on the terminal's last line

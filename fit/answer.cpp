@@ -2,6 +2,7 @@
 #include "fit/answer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -75,12 +76,20 @@ ScanChoice chooseScanOf(const DensityMap& map, const PreparedModel& model, const
     return choice;
 }
 
+/// Places that have to be told apart: twice the copies, for as many may be wrong, and some to judge them by.
+/// Where as many as there are were asked for, as many as a shell of the highest symmetry of proteins has.
+std::size_t placesWanted(const FitOptions& options) {
+    constexpr std::size_t ofShell = 60, toJudgeBy = 30;
+    return 2 * (options.copies == 0 ? ofShell : options.copies) + toJudgeBy;
+}
+
 /// In the frames of the user's files.
 std::vector<ScanPlace> scan(const PreparedPair& pair, const FitOptions& options, Journal& journal) {
     if (options.near && options.near->isPolishOnly()) {
         return {ScanPlace{RigidMotion(), 0.0}};
     }
-    const ScanRequest request{options.score, options.nearDegrees(), options.threads};
+    const ScanRequest request{options.score, options.nearDegrees(), options.threads,
+                              std::max(ScanLimits::places, static_cast<int>(placesWanted(options)))};
     const FrameBack back(pair.map, pair.model);
     std::vector<ScanPlace> places;
     for (const FoundPose& pose : scanPoses(pair.map, pair.model, pair.choice, request, journal)) {
@@ -92,6 +101,14 @@ std::vector<ScanPlace> scan(const PreparedPair& pair, const FitOptions& options,
                                  "the same molecule, and the --level.");
     }
     return places;
+}
+
+PlacesRequest placesRequest(const PreparedPair& pair, const FitOptions& options) {
+    PlacesRequest request;
+    request.scanResolution = pair.choice.resolution;
+    request.keep = std::max(request.keep, placesWanted(options));
+    request.threads = options.threads;
+    return request;
 }
 
 /// Places whose climb ended before it came to rest.
@@ -112,6 +129,33 @@ void warnOfUnfinished(const std::vector<AssessedPose>& poses, const FitOptions& 
     }
 }
 
+/// What a user who looks at the first pose alone would miss.
+void warnOfAnswer(const Assessment& assessment, const FitOptions& options, Journal& journal) {
+    if (assessment.copies.size() < options.copies && options.copies > 1) {
+        journal.warn(joinText(options.map, ": ", options.copies, " copies were asked for, but only ",
+                              assessment.copies.size(), " places were found that do not clash"));
+    }
+    constexpr double percent = 100.0, least = 1.0;
+    const double outside = percent * assessment.poses.front().scores.outside;
+    if (outside >= least) {
+        journal.warn(joinText(options.map, ": ", std::round(outside),
+                              " % of the atoms of the best place are beyond the faces of the map"));
+    }
+}
+
+/// The scoring of a place lays the whole model on a lattice, as finely as the map is resolved.
+void requireLattice(const PreparedPair& pair, const FitOptions& options) {
+    constexpr double mostNodes = 1200.0; // a side: 7 GB
+    constexpr double voxelsPerResolution = 3.0;
+    const double nodes = 2.0 * pair.model.reach * voxelsPerResolution / pair.choice.mapResolution;
+    if (nodes > mostNodes) {
+        throw std::runtime_error(joinText(options.model, ": its atoms reach ", rounded(pair.model.reach),
+                                          " A from their middle, too far to be judged at a resolution of ",
+                                          pair.choice.mapResolution,
+                                          " A: --select what belongs together, or check for stray atoms"));
+    }
+}
+
 } // namespace
 
 PreparedPair prepare(const FitInputs& inputs, const FitOptions& options, Journal& journal) {
@@ -124,18 +168,21 @@ PreparedPair prepare(const FitInputs& inputs, const FitOptions& options, Journal
 
 Assessment findPlaces(const FitInputs& inputs, const PreparedPair& pair, const FitOptions& options,
                       Journal& journal) {
+    requireLattice(pair, options);
     const std::vector<ScanPlace> places = scan(pair, options, journal);
     journal.stage("the map at its own resolution");
     const ScoringMap map =
         makeScoringMap(inputs.map, {pair.choice.mapResolution, options.level, maskOf(inputs)});
     const std::vector<ModelAtom>& atoms = inputs.model.searchAtoms();
     std::vector<AssessedPose> poses =
-        polishedPlaces(map, atoms, places, pair.choice.resolution, options.threads, journal);
+        polishedPlaces(map, atoms, places, placesRequest(pair, options), journal);
     warnOfUnfinished(poses, options, journal);
     AssessmentRequest request;
     request.copies = options.copies;
     request.threads = options.threads;
     const double shown = equivalence::resolutionFor(map.resolution, pair.model.radiusOfGyration);
     const ScoringMap coarse = makeScoringMap(inputs.map, {shown, options.level, maskOf(inputs)});
-    return assessPoses(map, coarse, atoms, std::move(poses), request, journal);
+    Assessment assessment = assessPoses(map, coarse, atoms, std::move(poses), request, journal);
+    warnOfAnswer(assessment, options, journal);
+    return assessment;
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Formats/readMap.h"
+#include "IO/sha256.h"
 #include "Preparation/PreparedMap.h"
 #include "fit/joinText.h"
 
@@ -61,5 +62,6 @@ FitInputs readInputs(const FitOptions& options, Journal& journal) {
     journal.stage("reading the map");
     DensityMap map = readMapOf(options.map, journal);
     std::optional<DensityMap> mask = readMaskOf(options, map, journal);
-    return {std::move(model), std::move(map), std::move(mask)};
+    return {std::move(model), std::move(map), std::move(mask), sha256OfFile(options.model),
+            sha256OfFile(options.map)};
 }

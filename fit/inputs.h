@@ -3,6 +3,7 @@
 #define SELVANE_FIT_INPUTS_H
 
 #include <optional>
+#include <string>
 
 #include "Formats/AtomicModel.h"
 #include "Formats/DensityMap.h"
@@ -14,6 +15,8 @@ struct FitInputs {
     AtomicModel model;
     DensityMap map;
     std::optional<DensityMap> mask; ///< of the same frame as the map
+    std::string modelDigest;        ///< SHA-256 of the files
+    std::string mapDigest;
 };
 
 /// Reads the files of the options and tells what is in them.

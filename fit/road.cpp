@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -90,15 +91,24 @@ std::string finishPrepared(OutputFolder& folder, const PreparedPair& pair, const
            options.map + ".";
 }
 
-/// The same search in the mirrored map.
+/// The same search in the mirrored map. Nothing that is wrong with that one costs the answer that there is.
 HandVerdict tryOtherHand(FitInputs& inputs, const Assessment& given, const FitOptions& options,
                          Journal& journal) {
+    journal.setContext("the mirrored map: ");
     inputs.map = mirror(std::move(inputs.map));
     if (inputs.mask) {
         inputs.mask = mirror(std::move(*inputs.mask));
     }
-    const PreparedPair pair = prepare(inputs, options, journal);
-    return compareHands(given, findPlaces(inputs, pair, options, journal));
+    HandVerdict verdict;
+    try {
+        const PreparedPair pair = prepare(inputs, options, journal);
+        verdict = compareHands(given, findPlaces(inputs, pair, options, journal));
+    } catch (const std::runtime_error& error) {
+        journal.warn(error.what());
+        verdict.reason = "The mirrored map could not be searched, so that nothing is told of the hand.";
+    }
+    journal.setContext("");
+    return verdict;
 }
 
 /// What the run found, as a sentence each.
@@ -146,8 +156,6 @@ std::string runFit(const FitOptions& options, Journal& journal) {
     std::vector<std::string> written = writePoses(folder, inputs.model, assessment.poses, options, journal);
     const std::string first = folder.of(written.front());
     writeTextFile(folder.of("poses.csv"), posesCsv(assessment.poses, written));
-    if (options.copies != 1) {
-    }
     if (options.copies != 1) {
         written.push_back(writeAssembly(folder, inputs.model, assessment, options, journal));
     }

@@ -48,17 +48,17 @@ SearchMap searchMap(const PreparedMap& map) {
     return result;
 }
 
-FitSettings searchSettings(const ScanChoice& choice, FitScore score, std::size_t workers) {
+FitSettings searchSettings(const ScanChoice& choice, const ScanRequest& request, std::size_t workers) {
     FitSettings settings;
     settings.workers = workers;
-    settings.score = score == FitScore::Local ? ScanScore::Local : ScanScore::Overlap;
+    settings.score = request.score == FitScore::Local ? ScanScore::Local : ScanScore::Overlap;
     settings.singlePrecision = true; // of local scores; poses are polished afterwards
     settings.sigma = choice.sigma;
     settings.step = choice.step;
     settings.filterSigmas = ScanLimits::everyValue;
     settings.padding = false;
     settings.clustering = true;
-    settings.clusters = ScanLimits::places;
+    settings.clusters = request.places;
     settings.solutions = ScanLimits::solutions;
     settings.clusterThreshold = ScanLimits::placeDistance(choice);
     return settings;
@@ -115,7 +115,7 @@ std::vector<FoundPose> scanPoses(const PreparedMap& map, const PreparedModel& mo
     const std::size_t threads = std::min(request.threads, count);
     const cVector3 middle = map.middle();
     ExhaustiveSearch search(searchMap(map), searchModel(model, middle),
-                            searchSettings(choice, request.score, threads));
+                            searchSettings(choice, request, threads));
     requireMemory(search, threads, count);
     const std::vector<Rotation> rotations = rotationsOf(model, choice, request.nearDegrees);
     const std::size_t workers = std::min(threads, rotations.size());

@@ -23,8 +23,8 @@ struct FoundPose {
 /// How a scan is made, here and by the command line for the same files.
 struct ScanLimits {
     static constexpr double everyValue =
-        -1e6; ///< standard deviations below the mean at which a filter keeps all
-    static constexpr int places = 100;
+        -1e6;                             ///< standard deviations below the mean at which a filter keeps all
+    static constexpr int places = 100;    ///< at least
     static constexpr int solutions = 200; ///< per place, before neighbours are joined
     /// Two poses of which the model's atoms are nearer than this on average count as one place, angstrom.
     static double placeDistance(const ScanChoice& choice) { return choice.resolution / 2.0; }
@@ -34,6 +34,7 @@ struct ScanRequest {
     FitScore score = FitScore::Local;
     std::optional<double> nearDegrees; ///< from the model's orientation in its file; none: every orientation
     std::size_t threads = 1;           ///< at least 1
+    int places = ScanLimits::places;   ///< that are sought, for each list
 };
 
 /// How many rotations are scored for a request.

@@ -2,7 +2,6 @@
 #include "fit/summary.h"
 
 #include "IO/resources.h"
-#include "IO/sha256.h"
 #include "IO/shellQuote.h"
 #include "fit/scanPoses.h"
 
@@ -16,12 +15,14 @@ std::string commandText(const FitOptions& options) {
     return text;
 }
 
-MapSummary mapSummary(const FitOptions& options, const DensityMap& map, double level) {
-    return {options.map, sha256OfFile(options.map), map.size, map.voxel, map.origin, level};
+MapSummary mapSummary(const FitOptions& options, const FitInputs& inputs, double level) {
+    const DensityMap& map = inputs.map;
+    return {options.map, inputs.mapDigest, map.size, map.voxel, map.origin, level};
 }
 
-ModelSummary modelSummary(const FitOptions& options, const AtomicModel& model, double radiusOfGyration) {
-    return {options.model, sha256OfFile(options.model), model.atomCount(), model.searchAtoms().size(),
+ModelSummary modelSummary(const FitOptions& options, const FitInputs& inputs, double radiusOfGyration) {
+    const AtomicModel& model = inputs.model;
+    return {options.model, inputs.modelDigest, model.atomCount(), model.searchAtoms().size(),
             radiusOfGyration};
 }
 
@@ -53,8 +54,8 @@ FitSummary summarise(const FitOptions& options, const FitInputs& inputs, const P
     FitSummary summary;
     summary.version = SELVANE_VERSION;
     summary.command = commandText(options);
-    summary.map = mapSummary(options, inputs.map, pair.map.level);
-    summary.model = modelSummary(options, inputs.model, pair.model.radiusOfGyration);
+    summary.map = mapSummary(options, inputs, pair.map.level);
+    summary.model = modelSummary(options, inputs, pair.model.radiusOfGyration);
     summary.settings = settingsSummary(options, pair);
     summary.assessment = assessment;
     summary.hand = hand;

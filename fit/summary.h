@@ -12,7 +12,6 @@
 #include "fit/preparedFiles.h"
 
 /// All that is told about a run, once its last stage has ended.
-/// @throws std::runtime_error when an input can no longer be read for its checksum
 FitSummary summarise(const FitOptions& options, const FitInputs& inputs, const PreparedPair& pair,
                      const Assessment& assessment, const std::optional<std::string>& hand,
                      const Journal& journal);

@@ -51,7 +51,8 @@ std::vector<RankedPlace> rank(const ScoringMap& coarse, const std::vector<ModelA
     std::vector<RankedPlace> places;
     for (std::size_t n = 0; n < poses.size(); ++n) {
         poses[n].equivalentTo = groups[n];
-        places.push_back({poses[n].scores.localCorrelation, groups[n]});
+        const double score = poses[n].scores.localCorrelation;
+        places.push_back({score, groups[n], score != 0.0 && poses[n].end != PolishEnd::OutOfMap});
     }
     return places;
 }

@@ -21,7 +21,7 @@ class Others {
 public:
     Others(const std::vector<RankedPlace>& places, double leastDeviation) {
         for (const RankedPlace& place : places) {
-            if (place.equivalentTo != places.front().equivalentTo) {
+            if (place.isMeasured && place.equivalentTo != places.front().equivalentTo) {
                 m_scores.push_back(place.score);
             }
         }
@@ -78,7 +78,7 @@ public:
         judgement.confidence = isTooCoarse() ? Confidence::Low
                                : m_others.count() < m_rule.leastOthers
                                    ? withoutScatter(score, m_places[rival].score, rival == place)
-                                   : byScatter(judgement);
+                                   : byScatter(place, rival, judgement);
         return judgement;
     }
 
@@ -87,17 +87,44 @@ private:
         if (m_places[other].equivalentTo == m_places[place].equivalentTo) {
             return false;
         }
-        const bool standsOut = m_others.z(m_places[other].score) >= m_rule.copyZ;
-        const bool sharesSpace = !m_context.clash || m_context.clash(place, other);
-        return !standsOut || sharesSpace;
+        return m_others.z(m_places[other].score) < m_rule.lowZ || sharesSpace(place, other);
     }
 
-    Confidence byScatter(const PlaceJudgement& judgement) const {
-        if (judgement.z >= m_rule.highZ && judgement.gap >= m_rule.highGap) {
-            return Confidence::High;
+    bool sharesSpace(std::size_t place, std::size_t other) const {
+        return !m_context.clash || m_context.clash(place, other);
+    }
+
+    /// Whether another place may be a copy or not, and if it is none comes too close in score.
+    bool isInDoubt(std::size_t place) const {
+        for (std::size_t n = 0; n < m_places.size(); ++n) {
+            const double z = m_others.z(m_places[n].score);
+            const bool mayBeCopy = z >= m_rule.lowZ && z < m_rule.copyZ &&
+                                   m_places[n].equivalentTo != m_places[place].equivalentTo;
+            const double distance = m_places[place].score - m_places[n].score;
+            const bool isClose = distance < m_rule.highGap * m_others.deviation();
+            if (mayBeCopy && isClose && !sharesSpace(place, n)) {
+                return true;
+            }
         }
-        const bool isLow = judgement.z < m_rule.lowZ || judgement.gap < m_rule.lowGap;
-        return isLow ? Confidence::Low : Confidence::Medium;
+        return false;
+    }
+
+    /// Of high confidence.
+    double leastZOf(double score, double rivalScore) const {
+        if (score < m_rule.weakScore) {
+            return std::max(m_rule.weakZ, m_rule.leastZ(m_others.count()));
+        }
+        const bool isAlone = score >= m_rule.aloneScore && score >= m_rule.aloneRatio * rivalScore;
+        return isAlone ? m_rule.highZ : m_rule.leastZ(m_others.count());
+    }
+
+    Confidence byScatter(std::size_t place, std::size_t rival, const PlaceJudgement& judgement) const {
+        if (judgement.z < m_rule.lowZ || judgement.gap < m_rule.lowGap) {
+            return Confidence::Low;
+        }
+        const double leastZ = leastZOf(m_places[place].score, rival == place ? 0.0 : m_places[rival].score);
+        const bool isHigh = judgement.z >= leastZ && judgement.gap >= m_rule.highGap && !isInDoubt(place);
+        return isHigh ? Confidence::High : Confidence::Medium;
     }
 
     Confidence withoutScatter(double score, double rivalScore, bool isAlone) const {
@@ -124,38 +151,44 @@ std::string deviationsText(double value) {
 }
 
 /// "The best place scores 0.83", with those that are equivalent.
-std::string bestText(const std::vector<RankedPlace>& places, std::size_t others) {
-    const std::size_t equivalent = places.size() - others - 1;
+std::string bestText(const std::vector<RankedPlace>& places) {
+    const auto alike = std::count_if(places.begin(), places.end(), [&](const RankedPlace& place) {
+        return place.equivalentTo == places.front().equivalentTo;
+    });
     const std::string score = toHundredths(places.front().score);
-    if (equivalent == 0) {
+    if (alike == 1) {
         return "The best place scores " + score;
     }
-    return "The best place, with " + std::to_string(equivalent) + " equivalent to it, scores " + score;
+    return "The best place, with " + std::to_string(alike - 1) + " equivalent to it, scores " + score;
 }
 
 std::string reasonOf(const std::vector<RankedPlace>& places, const Judge& judge, const PlaceJudgement& best,
                      const ConfidenceContext& context, const ConfidenceRule& rule) {
     const std::size_t others = judge.others().count();
     if (judge.isTooCoarse()) {
+        constexpr double smallest = 1.0; // radius of gyration of what can be turned, angstrom
+        if (context.radiusOfGyration < smallest) {
+            return "The model is too small to tell how it is turned.";
+        }
         return "At a resolution of " + numberText(context.resolution) + " A, " +
                numberText(std::round(10.0 * context.resolution / context.radiusOfGyration) / 10.0) +
                " times the model's radius of gyration, the orientations of this model cannot be told apart.";
     }
     if (others < rule.leastOthers) {
-        return bestText(places, others) + "; " + (others == 0 ? "no" : "only " + std::to_string(others)) +
+        return bestText(places) + "; " + (others == 0 ? "no" : "only " + std::to_string(others)) +
                " other place" + (others == 1 ? " was" : "s were") +
                " found, too few to tell how a wrong one scores.";
     }
     const std::size_t rival = judge.rivalOf(0);
     if (rival == 0) {
-        return bestText(places, others) + ", " + deviationsText(best.z) + " above the " +
-               std::to_string(others) + " other places.";
+        return bestText(places) + ", " + deviationsText(best.z) + " above the " + std::to_string(others) +
+               " other places.";
     }
     const auto firstOther = std::find_if(places.begin(), places.end(), [&](const RankedPlace& place) {
         return place.equivalentTo != places.front().equivalentTo;
     });
     const bool isFirst = firstOther == places.begin() + static_cast<std::ptrdiff_t>(rival);
-    return bestText(places, others) + "; " + (isFirst ? "" : "apart from those that stand out elsewhere, ") +
+    return bestText(places) + "; " + (isFirst ? "" : "apart from those that stand out elsewhere, ") +
            "the best of the " + std::to_string(others) + " other places scores " +
            toHundredths(places[rival].score) + ", " + deviationsText(best.gap) + " below it.";
 }
@@ -172,6 +205,12 @@ std::string textOf(Confidence confidence) {
         break;
     }
     return "low";
+}
+
+// Close above the quantiles of a thousandth for 5 to 50 places.
+double ConfidenceRule::leastZ(std::size_t n) const {
+    constexpr double many = 4.2, perPlace = 60.0, tooFew = 4.0;
+    return std::max(highZ, many + perPlace / (static_cast<double>(n) - tooFew));
 }
 
 Verdict judge(const std::vector<RankedPlace>& places, const ConfidenceContext& context,

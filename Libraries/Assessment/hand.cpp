@@ -42,9 +42,15 @@ HandVerdict compareHands(const Assessment& given, const Assessment& mirrored) {
                         better.confidence != Confidence::Low;
     const std::string scores =
         "local correlation " + twoDigits(here) + " as given, " + twoDigits(there) + " mirrored";
+    if (given.confidence == Confidence::Low && mirrored.confidence == Confidence::Low) {
+        return {Hand::Undecided,
+                "The model stands out in neither hand of the map, so that nothing is told of the hand (" +
+                    scores + ")."};
+    }
     if (!isTold) {
         return {Hand::Undecided,
-                "Which hand the map has cannot be told at this resolution (" + scores + ")."};
+                "Which hand the map has cannot be told at this resolution: both fit about equally well (" +
+                    scores + ")."};
     }
     if (there > here) {
         return {Hand::Mirrored,

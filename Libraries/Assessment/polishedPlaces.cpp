@@ -37,8 +37,9 @@ AssessedPose poseOf(const PolishedPlace& place, const std::vector<ScanPlace>& pl
 } // namespace
 
 std::vector<AssessedPose> polishedPlaces(const ScoringMap& map, const std::vector<ModelAtom>& atoms,
-                                         const std::vector<ScanPlace>& places, double scanResolution,
-                                         std::size_t threads, SearchObserver& observer) {
+                                         const std::vector<ScanPlace>& places, const PlacesRequest& request,
+                                         SearchObserver& observer) {
+    const double scanResolution = request.scanResolution;
     const PolishModel beads = beadsOf(atoms), all = atomsOf(atoms);
     const SplineField own = makePolishField(map.contrast, map.sigma);
     std::optional<SplineField> scan;
@@ -50,10 +51,8 @@ std::vector<AssessedPose> polishedPlaces(const ScoringMap& map, const std::vecto
         starts.push_back(place.motion);
     }
     const PolishLevel coarse{scan ? *scan : own, beads, scan ? scanResolution : map.resolution};
-    PolishRequest request;
-    request.threads = threads;
     const std::vector<PolishedPlace> polished =
-        polishPoses(starts, coarse, {own, all, map.resolution}, request, observer);
+        polishPoses(starts, coarse, {own, all, map.resolution}, {request.keep, request.threads}, observer);
     const double largest = polished.empty() ? 0.0 : polished.front().value;
     std::vector<AssessedPose> poses;
     for (const PolishedPlace& place : polished) {

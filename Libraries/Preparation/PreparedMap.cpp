@@ -66,8 +66,9 @@ void normalise(std::vector<double>& values) {
 
 /// Of the content what a model near a place can reach, so that nothing else is searched.
 void keepNear(Content& content, const DensityMap& map, const Neighbourhood& near, double reach) {
+    const double farthest = near.distance + reach;
     content.middle = near.middle;
-    content.radius = near.distance + reach;
+    content.radius = 0.0;
     content.voxels = 0;
     std::size_t v = 0;
     for (std::size_t i = 0; i < map.size[0]; ++i) {
@@ -76,9 +77,11 @@ void keepNear(Content& content, const DensityMap& map, const Neighbourhood& near
                 const cVector3 x = map.origin + cVector3(static_cast<double>(i) * map.voxel.x,
                                                          static_cast<double>(j) * map.voxel.y,
                                                          static_cast<double>(k) * map.voxel.z);
-                const bool isKept = content.inside[v] != 0 && (x - near.middle).norm() <= content.radius;
+                const double away = (x - near.middle).norm();
+                const bool isKept = content.inside[v] != 0 && away <= farthest;
                 content.inside[v] = isKept ? 1 : 0;
                 content.voxels += isKept ? 1 : 0;
+                content.radius = isKept ? std::max(content.radius, away) : content.radius;
             }
         }
     }
@@ -96,8 +99,10 @@ void layGrid(PreparedMap& prepared, const Content& content, double voxel, double
     const double halfDiagonal = 0.5 * std::sqrt(3.0) * voxel;
     prepared.contentRadius = content.radius + halfDiagonal;
     // Either the model's middle is in the content's sphere or the content is in the model's.
-    prepared.farthestCentre = near ? near->distance + halfDiagonal
-                                   : std::max(prepared.contentRadius, modelReach - prepared.contentRadius);
+    prepared.farthestCentre = std::max(prepared.contentRadius, modelReach - prepared.contentRadius);
+    if (near) {
+        prepared.farthestCentre = std::min(prepared.farthestCentre, near->distance + halfDiagonal);
+    }
     const double period = prepared.contentRadius + modelReach + prepared.farthestCentre;
     const double least = std::ceil(period / voxel) + 1.0;
     if (!(least <= mostNodes)) {

@@ -4,9 +4,8 @@
 
 #include "Formats/DensityMap.h"
 
-/// The map of the other hand, mirrored along x within its own box: voxel (i, j, k) takes the value of voxel
-/// (nx
-/// - 1 - i, j, k), and frame and size stay.
+/// The map of the other hand, mirrored along x within its own box: a voxel takes the value of the one as far
+/// from the other face, and frame and size stay.
 DensityMap mirror(DensityMap map);
 
 #endif

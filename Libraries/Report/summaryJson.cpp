@@ -98,7 +98,7 @@ std::string summaryJson(const FitSummary& summary) {
     json["warnings"] = summary.warnings;
     json["seconds"] = Json::object();
     for (const auto& [stage, seconds] : summary.seconds) {
-        json["seconds"][stage] = seconds;
+        json["seconds"][stage] = json["seconds"].value(stage, 0.0) + seconds; // a stage may come again
     }
     json["cpu_seconds"] = summary.cpuSeconds;
     json["peak_bytes"] = summary.peakBytes;

@@ -194,7 +194,7 @@ TEST(FitOptions, CopiesCountFromNoneWhichMeansAll) {
     EXPECT_EQ(parsed({"map.mrc", "model.pdb", "-r", "8"}).copies, 1U);
     EXPECT_EQ(copiesOf("0"), 0U);
     EXPECT_EQ(copiesOf("14"), 14U);
-    for (const char* text : {"-1", "1.5", "many", "10001"}) {
+    for (const char* text : {"-1", "1.5", "many", "1001"}) {
         EXPECT_TRUE(contains(endOf({"map.mrc", "model.pdb", "-r", "8", "--copies", text}).err, "--copies"));
     }
 }

@@ -131,4 +131,16 @@ TEST(Duration, IsReadAsSecondsMinutesHours) {
     EXPECT_EQ(durationText(-1.0), "0 s");
 }
 
+TEST(Journal, PutsTheContextInFrontOfChoicesAndWarnings) {
+    Stream stream;
+    Journal journal(stream.file(), Journal::Manner::Quiet);
+    journal.setContext("the mirrored map: ");
+    journal.choose("level 2");
+    journal.warn("it is small");
+    journal.setContext("");
+    journal.warn("done");
+    EXPECT_EQ(journal.choices(), (std::vector<std::string>{"the mirrored map: level 2"}));
+    EXPECT_EQ(journal.warnings(), (std::vector<std::string>{"the mirrored map: it is small", "done"}));
+}
+
 } // namespace

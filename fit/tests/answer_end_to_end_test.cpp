@@ -163,6 +163,37 @@ TEST_F(Answer, TellsTheHandOfAMap) {
     EXPECT_TRUE(fit({"--step", "40"})["hand"].is_null());
 }
 
+TEST_F(Answer, SaysThatFewerCopiesAreThereThanWereAskedFor) {
+    writeMap(mapOf(ring({0}, 1, 0.0).front(), 42.0));
+    const Json summary = fit({"--copies", "3", "--step", "40"});
+    EXPECT_LT(summary["copies"].size(), 3U);
+    EXPECT_NE(summary["warnings"].dump().find("3 copies were asked for"), std::string::npos);
+}
+
+/// More than the places that are climbed for a single one.
+TEST_F(Answer, FindsAsManyCopiesAsAreAskedFor) {
+    const std::vector<int> rows = {0, 1, 2, 3};
+    const Model small = [] {
+        example::Random random(8);
+        return example::buildChain({{2, 9}, {3, 6}}, 'A', random);
+    }();
+    const Vec3 middle = example::centroid(small);
+    std::vector<Model> copies;
+    for (const int x : rows) {
+        for (const int y : rows) {
+            for (const int z : rows) {
+                const Vec3 to{31.0 * (x - 1.5), 31.0 * (y - 1.5), 31.0 * (z - 1.5)};
+                copies.push_back(example::placed(small, aboutZ(0.0, to - middle)));
+            }
+        }
+    }
+    writeMap(mapOf(together(copies), 75.0));
+    m_scratch.write("model.pdb", example::pdbText(copies.front(), ""));
+    const Json summary = fit({"--copies", "64", "--near", "0"});
+    EXPECT_EQ(summary["copies"].size(), copies.size());
+    EXPECT_TRUE(m_scratch.has("out/assembly.cif"));
+}
+
 TEST_F(Answer, OfAPolishOnlyComesHomeAndClaimsNoMore) {
     const Model truth = ring({0}, 1, 0.0).front();
     writeMap(mapOf(truth, 42.0));

@@ -57,17 +57,66 @@ TEST(Confidence, IsMediumOrLowByTheRule) {
     EXPECT_EQ(judge(withBest({0.70, 0.69}), fineMap).confidence, Confidence::Low);
 }
 
-TEST(Confidence, OfTheBestOfManyWrongPlacesIsLow) {
+/// Of wrong places alone, be they few or many, hardly ever one is told high: less than one in five hundred.
+TEST(Confidence, OfTheBestOfWrongPlacesIsNotHigh) {
     std::mt19937 random(2);
     std::normal_distribution<double> score(0.2, 0.03);
-    for (int run = 0; run < 100; ++run) {
-        std::vector<double> scores;
-        for (int n = 0; n < 60; ++n) {
-            scores.push_back(score(random));
+    constexpr int runs = 1000;
+    for (const std::size_t count : {6U, 7U, 9U, 11U, 16U, 21U, 31U, 51U}) {
+        int high = 0;
+        for (int run = 0; run < runs; ++run) {
+            std::vector<double> scores;
+            for (std::size_t n = 0; n < count; ++n) {
+                scores.push_back(score(random));
+            }
+            std::sort(scores.rbegin(), scores.rend());
+            high += judge(placesOf(scores), fineMap).confidence == Confidence::High ? 1 : 0;
         }
-        std::sort(scores.rbegin(), scores.rend());
-        EXPECT_NE(judge(placesOf(scores), fineMap).confidence, Confidence::High);
+        EXPECT_LE(high, 2) << count;
     }
+}
+
+TEST(Confidence, PlacesWithoutAMeasurementAreNoScatter) {
+    std::vector<RankedPlace> places = placesOf({0.066, 0.02});
+    for (std::size_t n = 2; n < 20; ++n) {
+        places.push_back({0.0, n, false});
+    }
+    const Verdict verdict = judge(places, fineMap);
+    EXPECT_EQ(verdict.confidence, Confidence::Low);
+    EXPECT_NE(verdict.reason.find("only 1 other place was found"), std::string::npos) << verdict.reason;
+}
+
+TEST(Confidence, OfAWeakScoreTakesMore) {
+    std::vector<double> weak = {0.09, 0.04, 0.03};
+    for (int n = 0; n < 40; ++n) {
+        weak.push_back(0.02 - 0.0005 * n);
+    }
+    EXPECT_EQ(judge(placesOf(weak), fineMap).confidence, Confidence::Medium); // z 10
+    weak.front() = 0.12;
+    EXPECT_EQ(judge(placesOf(weak), fineMap).confidence, Confidence::High); // z 14
+}
+
+TEST(Confidence, AmongFewOthersNeedsAScoreFarAboveThem) {
+    const std::vector<double> few = {0.17, 0.16, 0.15, 0.14, 0.14, 0.13, 0.12, 0.11};
+    std::vector<double> right = few, close = few;
+    right.insert(right.begin(), 0.48);
+    close.insert(close.begin(), 0.29);
+    EXPECT_EQ(judge(placesOf(right), fineMap).confidence, Confidence::High);
+    EXPECT_EQ(judge(placesOf(close), fineMap).confidence, Confidence::Medium);
+}
+
+/// A second place that gets better takes confidence away and does not give it.
+TEST(Confidence, DoesNotJumpWhereASecondPlaceBecomesACopy) {
+    ConfidenceContext apart = fineMap;
+    apart.clash = [](std::size_t, std::size_t) { return false; };
+    const double best = 0.2 + 9.0 * deviation;
+    const auto withSecond = [&](double z) {
+        return judge(withBest({best, 0.2 + z * deviation}), apart).confidence;
+    };
+    EXPECT_NE(withSecond(4.4), Confidence::Low);
+    EXPECT_NE(withSecond(5.9), Confidence::Low);
+    EXPECT_NE(withSecond(5.9), Confidence::High);
+    EXPECT_NE(withSecond(6.1), Confidence::Low);
 }
 
 TEST(Confidence, IsThatOfTheBestForEquivalentPlaces) {

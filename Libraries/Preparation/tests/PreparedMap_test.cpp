@@ -317,3 +317,15 @@ TEST(PrepareMap, NearAPlaceWithoutContentIsRefused) {
     EXPECT_THROW(prepareMap(particleMap(), modelOf(6.0), choiceOf(10.0, 10.0), request),
                  std::invalid_argument);
 }
+
+/// However far the place may be, there is nothing to search beyond the content.
+TEST(PrepareMap, NearAWideNeighbourhoodIsTheWholeMap) {
+    const PreparedModel model = modelOf(6.0);
+    const ScanChoice choice = choiceOf(10.0, 10.0);
+    MapRequest request;
+    const PreparedMap whole = prepareMap(particleMap(), model, choice, request);
+    request.near = Neighbourhood{whole.middle() + whole.inMap, 1e5};
+    const PreparedMap near = prepareMap(particleMap(), model, choice, request);
+    EXPECT_LE(near.grid.m_size[0], whole.grid.m_size[0] + 8);
+    EXPECT_LE(near.farthestCentre, whole.farthestCentre + 3.0 * choice.voxel);
+}

@@ -76,3 +76,10 @@ TEST(SummaryJson, StaysJsonForAnEmptySummaryAndForOddValues) {
     EXPECT_EQ(json["hand"], "kept");
     EXPECT_EQ(json["model"]["path"], "\xEF\xBF\xBD\xEF\xBF\xBD.pdb");
 }
+
+TEST(SummaryJson, AddsUpAStageThatCameTwice) {
+    FitSummary summary = summaryOfTwo();
+    summary.seconds = {{"scan", 1.5}, {"judging", 0.25}, {"scan", 2.0}};
+    const Json json = Json::parse(summaryJson(summary));
+    EXPECT_EQ(json["seconds"], Json({{"scan", 3.5}, {"judging", 0.25}}));
+}
